@@ -1,0 +1,59 @@
+# One static library a folder, and tests beside it.
+#
+# Code includes its headers by their path from src/ ("ipp/IPPMessage.h"). src/ itself is on nobody's
+# include path: every library has an include root of its own, holding one link to its folder, and
+# passes it on to those that link it. So a folder that includes what it does not link fails to build.
+
+option(KORVANE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
+option(KORVANE_FUZZERS "Build the fuzzers instead of the agent and the tests (needs clang)" OFF)
+
+add_library(korvane_warnings INTERFACE)
+target_compile_options(korvane_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wold-style-cast -Wcast-align -Wnull-dereference -Wformat=2)
+if(KORVANE_WARNINGS_AS_ERRORS)
+    target_compile_options(korvane_warnings INTERFACE -Werror)
+endif()
+
+# korvane_library(<folder under src> SOURCES ... [LINKS <public>...] [PRIVATE_LINKS <private>...])
+# makes the target korvane_<folder>, slashes written as underscores.
+function(korvane_library folder)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+    string(REPLACE "/" "_" name ${folder})
+    set(root ${CMAKE_BINARY_DIR}/include/${name})
+    get_filename_component(parent ${root}/${folder} DIRECTORY)
+    file(MAKE_DIRECTORY ${parent})
+    file(CREATE_LINK ${CMAKE_SOURCE_DIR}/src/${folder} ${root}/${folder} SYMBOLIC)
+
+    add_library(korvane_${name} STATIC ${arg_SOURCES})
+    target_include_directories(korvane_${name} PUBLIC ${root})
+    target_link_libraries(korvane_${name}
+        PUBLIC ${arg_LINKS}
+        PRIVATE ${arg_PRIVATE_LINKS} korvane_warnings)
+endfunction()
+
+# korvane_test(<name> SOURCES ... LINKS ...) makes one GoogleTest program and registers its cases.
+function(korvane_test name)
+    if(KORVANE_FUZZERS)
+        return()
+    endif()
+    cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LINKS} GTest::gmock GTest::gtest_main korvane_warnings)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS unit TIMEOUT 120)
+endfunction()
+
+# korvane_fuzzer(<name> SOURCES ... LINKS ...) makes one libFuzzer program over fuzz/corpus/<name>;
+# CTest runs it for a few seconds.
+function(korvane_fuzzer name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LINKS} korvane_warnings)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    set(scratch ${CMAKE_CURRENT_BINARY_DIR}/${name}-corpus)
+    file(MAKE_DIRECTORY ${scratch})
+    add_test(NAME ${name} COMMAND ${name} -max_total_time=5 -timeout=10 -rss_limit_mb=2048
+        -artifact_prefix=${CMAKE_CURRENT_BINARY_DIR}/${name}-
+        ${scratch} ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
+    set_tests_properties(${name} PROPERTIES LABELS fuzz TIMEOUT 120)
+endfunction()
