@@ -94,6 +94,13 @@ bool isWellFormedUTF8(std::string_view text)
     return true;
 }
 
+std::string_view firstSequence(std::string_view text)
+{
+    if (text.empty()) return {};
+    const Step step = firstStep(text);
+    return text.substr(0, step.codePoint < 0 ? 0 : step.length);
+}
+
 std::string decodeUTF8(std::span<const std::uint8_t> bytes)
 {
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());

@@ -17,6 +17,9 @@ std::string decodeUTF8(std::span<const std::uint8_t> bytes);
 
 bool isWellFormedUTF8(std::string_view text);
 
+/** The well-formed sequence of one code point that the text begins with; empty when none does. */
+std::string_view firstSequence(std::string_view text);
+
 /** Without the tabs and Unicode space separators (category Zs) at both ends; line ends stay. */
 std::string_view trimmingHorizontalSpace(std::string_view text);
 
