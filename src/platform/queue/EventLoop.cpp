@@ -1,0 +1,112 @@
+#include "platform/queue/EventLoop.h"
+
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/post.hpp>
+#include <asio/steady_timer.hpp>
+#include <fmt/format.h>
+
+#include <exception>
+#include <future>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+/** Runs `task` unless the object that asked for it has gone. */
+auto guarded(const std::shared_ptr<bool>& alive, Task task)
+{
+    return [alive = std::weak_ptr<bool>(alive), task = std::move(task)](std::error_code error) {
+        if (!error && !alive.expired()) task();
+    };
+}
+
+class TimerTask final : public DelayedTask {
+public:
+    TimerTask(asio::io_context& context, std::chrono::nanoseconds delay, Task task)
+        : timer_(context, std::chrono::duration_cast<asio::steady_timer::duration>(delay))
+    {
+        timer_.async_wait(guarded(alive_, std::move(task)));
+    }
+
+private:
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    asio::steady_timer timer_;
+};
+
+class StreamWatch final : public DescriptorWatch {
+public:
+    StreamWatch(asio::io_context& context, int descriptor) : stream_(context, descriptor) {}
+    ~StreamWatch() override { stream_.release(); }
+    StreamWatch(const StreamWatch&) = delete;
+    StreamWatch& operator=(const StreamWatch&) = delete;
+
+    void whenReadable(Task task) override
+    {
+        stream_.async_wait(asio::posix::descriptor_base::wait_read,
+                           guarded(alive_, std::move(task)));
+    }
+
+    void whenWritable(Task task) override
+    {
+        stream_.async_wait(asio::posix::descriptor_base::wait_write,
+                           guarded(alive_, std::move(task)));
+    }
+
+private:
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    asio::posix::stream_descriptor stream_;
+};
+
+} // namespace
+
+EventLoop::EventLoop(Log& log) : log_(log), context_(1), work_(asio::make_work_guard(context_)) {}
+
+void EventLoop::async(Task task)
+{
+    asio::post(context_, std::move(task));
+}
+
+bool EventLoop::isCurrent() const
+{
+    return thread_ == std::this_thread::get_id();
+}
+
+void EventLoop::sync(const Task& task)
+{
+    if (isCurrent() || context_.stopped()) {
+        task();
+        return;
+    }
+    auto done = std::make_shared<std::promise<void>>();
+    const std::future<void> finished = done->get_future();
+    // The promise dies with the task, so that one that fails or is dropped wakes us as well.
+    async([&task, done = std::exchange(done, {})] { task(); });
+    finished.wait();
+}
+
+std::unique_ptr<DelayedTask> EventLoop::after(std::chrono::nanoseconds delay, Task task)
+{
+    return std::make_unique<TimerTask>(context_, delay, std::move(task));
+}
+
+std::unique_ptr<DescriptorWatch> EventLoop::watch(int descriptor)
+{
+    return std::make_unique<StreamWatch>(context_, descriptor);
+}
+
+void EventLoop::run()
+{
+    thread_ = std::this_thread::get_id();
+    for (bool running = true; running;) {
+        try {
+            context_.run();
+            running = false;
+        } catch (const std::exception& error) {
+            // A task that ran out of memory costs itself, not the agent.
+            log_.error(fmt::format("KorvaneAgent: a task failed: {}", error.what()));
+        }
+    }
+}
+
+} // namespace korvane

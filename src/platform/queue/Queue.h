@@ -1,0 +1,78 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace korvane {
+
+/** Work handed to a queue. It does not throw. */
+using Task = std::function<void()>;
+
+/** Runs the tasks that it is given, later and elsewhere. Tasks may be handed over from any thread. */
+class Queue {
+public:
+    virtual ~Queue() = default;
+
+    /** Runs `task` soon; returns at once. */
+    virtual void async(Task task) = 0;
+};
+
+/**
+ * A task waiting for its time. Destroying it cancels the task: when done on the task's own queue,
+ * the task does not run afterwards, even if its time had already come.
+ */
+class DelayedTask {
+public:
+    virtual ~DelayedTask() = default;
+};
+
+/**
+ * Tells when a descriptor is ready, once for each request. The descriptor stays open, and the watch
+ * on its queue, for as long as the watch lives; destroying it drops what was requested.
+ */
+class DescriptorWatch {
+public:
+    virtual ~DescriptorWatch() = default;
+    virtual void whenReadable(Task task) = 0;
+    virtual void whenWritable(Task task) = 0;
+};
+
+/**
+ * Runs its tasks one at a time, in the order in which they came. Destroying a serial queue lets the
+ * tasks already handed over finish; it may be done from one of its own tasks.
+ */
+class SerialQueue : public Queue {
+public:
+    /** True inside a task of this queue. */
+    virtual bool isCurrent() const = 0;
+
+    /** Runs `task` after what is already queued, and returns when it is done. Inside a task of this
+     *  queue it runs at once. */
+    virtual void sync(const Task& task) = 0;
+
+    /** Runs `task` on this queue when `delay` has passed. */
+    [[nodiscard]] virtual std::unique_ptr<DelayedTask> after(std::chrono::nanoseconds delay,
+                                                             Task task) = 0;
+
+    /** Watches a non-blocking descriptor that somebody else owns. Called on this queue. */
+    [[nodiscard]] virtual std::unique_ptr<DescriptorWatch> watch(int descriptor) = 0;
+};
+
+/** The queues of one process. */
+class Queues {
+public:
+    virtual ~Queues() = default;
+
+    /** The application's event loop. */
+    virtual SerialQueue& main() = 0;
+
+    /** Runs long tasks, several at a time. */
+    virtual Queue& background() = 0;
+
+    /** A new serial queue with a thread of its own; the label is the thread's name. */
+    [[nodiscard]] virtual std::shared_ptr<SerialQueue> makeSerial(const std::string& label) = 0;
+};
+
+} // namespace korvane

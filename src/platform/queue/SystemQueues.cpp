@@ -1,0 +1,177 @@
+#include "platform/queue/SystemQueues.h"
+
+#include "platform/queue/EventLoop.h"
+
+#include <fmt/format.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace korvane {
+
+namespace {
+
+/** The kernel keeps 15 bytes of a thread's name. */
+void nameThisThread(const std::string& label)
+{
+    pthread_setname_np(pthread_self(), label.substr(0, 15).c_str());
+}
+
+} // namespace
+
+/** The threads of the serial queues, so that none outlives the process's objects. */
+class SystemQueues::Threads {
+public:
+    void start(const std::shared_ptr<EventLoop>& loop, const std::string& label)
+    {
+        const std::lock_guard lock(mutex_);
+        reap();
+        entries_.push_back({loop, std::thread([loop, label]() mutable {
+                                nameThisThread(label);
+                                loop->run();
+                                loop.reset();
+                            })});
+    }
+
+    void stopAll()
+    {
+        const std::lock_guard lock(mutex_);
+        for (Entry& entry : entries_) {
+            if (auto loop = entry.loop.lock()) loop->stop();
+        }
+        for (Entry& entry : entries_) entry.thread.join();
+        entries_.clear();
+    }
+
+private:
+    struct Entry {
+        std::weak_ptr<EventLoop> loop;
+        std::thread thread;
+    };
+
+    /** Joins the threads whose loops have ended. */
+    void reap()
+    {
+        std::erase_if(entries_, [](Entry& entry) {
+            if (!entry.loop.expired()) return false;
+            entry.thread.join();
+            return true;
+        });
+    }
+
+    std::mutex mutex_;
+    std::vector<Entry> entries_;
+};
+
+/** Threads that come with the work: at most one a core, and two at least. */
+class SystemQueues::Background final : public Queue {
+public:
+    explicit Background(Log& log) : log_(log) {}
+    Background(const Background&) = delete;
+    Background& operator=(const Background&) = delete;
+
+    ~Background() override
+    {
+        {
+            const std::lock_guard lock(mutex_);
+            finishing_ = true;
+        }
+        wake_.notify_all();
+        for (std::thread& thread : threads_) thread.join();
+    }
+
+    void async(Task task) override
+    {
+        const std::lock_guard lock(mutex_);
+        tasks_.push_back(std::move(task));
+        if (idle_ >= tasks_.size()) {
+            wake_.notify_one();
+        } else if (threads_.size() < limit_) {
+            threads_.emplace_back([this] { serve(); });
+        }
+    }
+
+private:
+    void serve()
+    {
+        nameThisThread("background");
+        while (std::optional<Task> task = next()) {
+            try {
+                (*task)();
+            } catch (const std::exception& error) {
+                log_.error(fmt::format("KorvaneAgent: a task failed: {}", error.what()));
+            }
+        }
+    }
+
+    std::optional<Task> next()
+    {
+        std::unique_lock lock(mutex_);
+        ++idle_;
+        wake_.wait(lock, [this] { return finishing_ || !tasks_.empty(); });
+        --idle_;
+        if (tasks_.empty()) return {};
+        Task task = std::move(tasks_.front());
+        tasks_.pop_front();
+        return task;
+    }
+
+    Log& log_;
+    const std::size_t limit_ = std::max(2U, std::thread::hardware_concurrency());
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::deque<Task> tasks_;
+    std::vector<std::thread> threads_;
+    std::size_t idle_ = 0;
+    bool finishing_ = false;
+};
+
+SystemQueues::SystemQueues(Log& log)
+    : log_(log), threads_(std::make_shared<Threads>()), main_(std::make_unique<EventLoop>(log)),
+      background_(std::make_unique<Background>(log))
+{
+}
+
+SystemQueues::~SystemQueues()
+{
+    background_.reset();
+    threads_->stopAll();
+}
+
+SerialQueue& SystemQueues::main()
+{
+    return *main_;
+}
+
+Queue& SystemQueues::background()
+{
+    return *background_;
+}
+
+std::shared_ptr<SerialQueue> SystemQueues::makeSerial(const std::string& label)
+{
+    auto loop = std::make_shared<EventLoop>(log_);
+    threads_->start(loop, label);
+    // Whoever drops the last handle, on whatever thread, lets the loop run dry.
+    return {loop.get(), [loop](SerialQueue*) { loop->finish(); }};
+}
+
+void SystemQueues::runMain()
+{
+    main_->run();
+}
+
+void SystemQueues::stopMain()
+{
+    main_->stop();
+}
+
+} // namespace korvane
