@@ -10,7 +10,7 @@ option(KORVANE_FUZZERS "Build the fuzzers instead of the agent and the tests (ne
 add_library(korvane_warnings INTERFACE)
 target_compile_options(korvane_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
-    -Woverloaded-virtual -Wold-style-cast -Wcast-align -Wnull-dereference -Wformat=2)
+    -Woverloaded-virtual -Wold-style-cast -Wcast-align -Wformat=2)
 if(KORVANE_WARNINGS_AS_ERRORS)
     target_compile_options(korvane_warnings INTERFACE -Werror)
 endif()

@@ -34,7 +34,7 @@ public:
     {
         const std::lock_guard lock(mutex_);
         reap();
-        entries_.push_back({loop, std::thread([loop, label]() mutable {
+        entries_.push_back({loop, std::thread([loop = loop, label]() mutable {
                                 nameThisThread(label);
                                 loop->run();
                                 loop.reset();
