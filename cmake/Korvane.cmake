@@ -16,7 +16,8 @@ if(KORVANE_WARNINGS_AS_ERRORS)
 endif()
 
 # korvane_library(<folder under src> SOURCES ... [LINKS <public>...] [PRIVATE_LINKS <private>...])
-# makes the target korvane_<folder>, slashes written as underscores.
+# makes the target korvane_<folder>, slashes written as underscores. A folder of headers alone has no
+# SOURCES.
 function(korvane_library folder)
     cmake_parse_arguments(arg "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
     string(REPLACE "/" "_" name ${folder})
@@ -25,6 +26,12 @@ function(korvane_library folder)
     file(MAKE_DIRECTORY ${parent})
     file(CREATE_LINK ${CMAKE_SOURCE_DIR}/src/${folder} ${root}/${folder} SYMBOLIC)
 
+    if(NOT arg_SOURCES)
+        add_library(korvane_${name} INTERFACE)
+        target_include_directories(korvane_${name} INTERFACE ${root})
+        target_link_libraries(korvane_${name} INTERFACE ${arg_LINKS})
+        return()
+    endif()
     add_library(korvane_${name} STATIC ${arg_SOURCES})
     target_include_directories(korvane_${name} PUBLIC ${root})
     target_link_libraries(korvane_${name}

@@ -90,6 +90,11 @@ std::unique_ptr<DelayedTask> EventLoop::after(std::chrono::nanoseconds delay, Ta
     return std::make_unique<TimerTask>(context_, delay, std::move(task));
 }
 
+std::chrono::steady_clock::time_point EventLoop::now() const
+{
+    return std::chrono::steady_clock::now();
+}
+
 std::unique_ptr<DescriptorWatch> EventLoop::watch(int descriptor)
 {
     return std::make_unique<StreamWatch>(context_, descriptor);

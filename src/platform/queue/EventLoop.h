@@ -21,6 +21,7 @@ public:
     bool isCurrent() const override;
     void sync(const Task& task) override;
     std::unique_ptr<DelayedTask> after(std::chrono::nanoseconds delay, Task task) override;
+    std::chrono::steady_clock::time_point now() const override;
     std::unique_ptr<DescriptorWatch> watch(int descriptor) override;
 
     /** Serves the queue on this thread until `stop`, or until `finish` and nothing is left to do. */

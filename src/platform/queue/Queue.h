@@ -56,6 +56,9 @@ public:
     [[nodiscard]] virtual std::unique_ptr<DelayedTask> after(std::chrono::nanoseconds delay,
                                                              Task task) = 0;
 
+    /** The moment that delays are counted from; it never goes back. */
+    virtual std::chrono::steady_clock::time_point now() const = 0;
+
     /** Watches a non-blocking descriptor that somebody else owns. Called on this queue. */
     [[nodiscard]] virtual std::unique_ptr<DescriptorWatch> watch(int descriptor) = 0;
 };

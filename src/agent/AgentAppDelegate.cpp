@@ -1,0 +1,31 @@
+#include "agent/AgentAppDelegate.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace korvane {
+
+AgentAppDelegate::AgentAppDelegate(std::string build, const SettingsStore& store,
+                                   std::optional<std::string> hostName,
+                                   const ServerEnvironment& environment)
+    : build_(std::move(build)), store_(store), hostName_(std::move(hostName)),
+      environment_(environment), log_(environment.log)
+{
+}
+
+void AgentAppDelegate::applicationDidFinishLaunching()
+{
+    log_.note(fmt::format("KorvaneAgent: starting (pid={}, build {})", ::getpid(), build_));
+    store_.writeVersionStamp(build_, log_);
+    service_ = std::make_shared<PrinterService>(store_, hostName_, environment_);
+    service_->reload();
+}
+
+void AgentAppDelegate::applicationWillTerminate()
+{
+    if (service_) service_->stop();
+}
+
+} // namespace korvane

@@ -1,0 +1,148 @@
+#include "agent/PrinterService.h"
+
+#include "config/PrinterIdentity.h"
+#include "platform/text/Text.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+constexpr const char* resourcePath = "/ipp/print";
+
+/** What clients see in the moment in which the service is gone and its server is not yet. */
+PrinterDescriptor fallbackDescriptor()
+{
+    return {.name = "Korvane",
+            .uri = "ipp://localhost/ipp/print",
+            .uuid = "00000000-0000-0000-0000-000000000000",
+            .location = "localhost"};
+}
+
+} // namespace
+
+PrinterService::PrinterService(const SettingsStore& store, std::optional<std::string> hostName,
+                               const ServerEnvironment& environment)
+    : store_(store), hostName_(std::move(hostName)), environment_(environment),
+      log_(environment.log),
+      printerUUID_(loadOrCreatePrinterUUID(store.supportDirectory(), environment.log)),
+      shared_{.settings = store.defaultSettings()}
+{
+}
+
+PrinterService::Shared PrinterService::shared() const
+{
+    const std::scoped_lock lock(mutex_);
+    return shared_;
+}
+
+void PrinterService::setAdvertisedPort(std::uint16_t port)
+{
+    const std::scoped_lock lock(mutex_);
+    shared_.advertisedPort = port;
+}
+
+void PrinterService::reload()
+{
+    const AppSettings settings = store_.loadSettings();
+    {
+        const std::scoped_lock lock(mutex_);
+        shared_.settings = settings;
+    }
+    if (!isConfigured(settings)) {
+        log_.note("PrinterService: not configured, stopping");
+        stopServer();
+        return;
+    }
+    if (ippServer_ && ippServer_->configuredPort() == settings.ippPort) {
+        ippServer_->republish();
+        return;
+    }
+    if (ippServer_) {
+        log_.note(fmt::format("PrinterService: IPP port changed to {}, restarting listener",
+                              settings.ippPort));
+        stopServer();
+    }
+    startServer();
+}
+
+void PrinterService::startServer()
+{
+    const std::uint16_t port = shared().settings.ippPort;
+    auto pipeline = std::make_shared<JobPipeline>(
+        environment_.queues, environment_.clock, log_,
+        [weak = weak_from_this()](const CompletedJob& job) {
+            if (const auto self = weak.lock()) self->handleCompletedJob(job);
+        });
+    {
+        const std::scoped_lock lock(mutex_);
+        shared_.pipeline = std::move(pipeline);
+    }
+    auto server = IPPServer::make(
+        port,
+        [weak = weak_from_this()] {
+            const auto self = weak.lock();
+            return self ? self->makeDescriptor() : fallbackDescriptor();
+        },
+        [weak = weak_from_this()](const std::string& jobName, const Data& pdf) {
+            if (const auto self = weak.lock()) self->handleJob(jobName, pdf);
+        },
+        environment_);
+    server->onReady = [weak = weak_from_this(), &log = log_](std::uint16_t readyPort) {
+        if (const auto self = weak.lock()) self->setAdvertisedPort(readyPort);
+        log.note(fmt::format("PrinterService: ready on port {}, Bonjour advertising", readyPort));
+    };
+    const auto started = server->start();
+    if (!started) {
+        log_.error("PrinterService: IPP listener failed to start: " + describe(started.error()));
+        return;
+    }
+    ippServer_ = std::move(server);
+}
+
+void PrinterService::stopServer()
+{
+    if (const auto server = std::exchange(ippServer_, nullptr)) server->stop();
+    setAdvertisedPort(0);
+}
+
+void PrinterService::stop()
+{
+    stopServer();
+}
+
+PrinterDescriptor PrinterService::makeDescriptor() const
+{
+    const Shared state = shared();
+    const std::string host = hostName_.value_or("Mac");
+    const std::string port =
+        state.advertisedPort == 0 ? "" : fmt::format(":{}", state.advertisedPort);
+    return {.name = state.settings.printerName,
+            .uri = fmt::format("ipp://{}.local.{}{}", host, port, resourcePath),
+            .uuid = printerUUID_,
+            .location = host};
+}
+
+void PrinterService::handleJob(const std::string& jobName, const Data& pdf) const
+{
+    const Shared state = shared();
+    const auto saveDirectory = store_.resolvedSaveDirectory();
+    if (!saveDirectory) {
+        log_.note(fmt::format(
+            "PrinterService: save directory \"{}\" missing or unreadable, dropping job",
+            state.settings.saveDirectoryPath));
+        return;
+    }
+    if (state.pipeline) state.pipeline->process(jobName, pdf, *saveDirectory);
+}
+
+void PrinterService::handleCompletedJob(const CompletedJob& job) const
+{
+    log_.note(fmt::format("PrinterService: job saved at {} ({} text chars)", job.pdfURL.string(),
+                          text::characterCount(job.plainText)));
+}
+
+} // namespace korvane

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/queue/Queue.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+enum class InterfaceType { wiredEthernet, wifi, loopback, other };
+
+/** One network interface that traffic can take. */
+struct NetworkInterface {
+    InterfaceType type = InterfaceType::other;
+    /** The system's index, from 1. */
+    std::uint32_t index = 0;
+    std::string name;
+};
+
+/** The ways out of this machine. */
+struct NetworkPath {
+    /** The usable interfaces, the one that the system prefers first. */
+    std::vector<NetworkInterface> availableInterfaces;
+};
+
+/** A running watch over the network path; destroying it, on its queue, ends it. */
+class NetworkPathMonitor {
+public:
+    virtual ~NetworkPathMonitor() = default;
+};
+
+/** Watches the network path. */
+class NetworkPaths {
+public:
+    using UpdateHandler = std::function<void(const NetworkPath&)>;
+
+    virtual ~NetworkPaths() = default;
+
+    /** Delivers the path on `queue` soon, and again after every change. */
+    virtual std::unique_ptr<NetworkPathMonitor> monitor(SerialQueue& queue,
+                                                        UpdateHandler handler) = 0;
+};
+
+} // namespace korvane

@@ -1,0 +1,138 @@
+#include "server/ClientConnection.h"
+
+#include "server/ConnectionTable.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+#include <variant>
+
+namespace korvane {
+
+namespace {
+
+/** The most that one read brings. */
+constexpr std::size_t readSize = 262144;
+
+/** The most that is read from a client after it was refused. */
+constexpr std::size_t longestDrain = std::size_t{16} << 20;
+
+const Data& interimContinue()
+{
+    static const Data bytes = Data::copying("HTTP/1.1 100 Continue\r\n\r\n");
+    return bytes;
+}
+
+template <typename... Cases>
+struct Overloaded : Cases... {
+    using Cases::operator()...;
+};
+template <typename... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
+
+} // namespace
+
+ClientConnection::ClientConnection(std::shared_ptr<TCPConnection> connection, ConnectionTable& table,
+                                   Router router, Log& log)
+    : connection_(std::move(connection)), table_(table), router_(std::move(router)), log_(log)
+{
+}
+
+void ClientConnection::start()
+{
+    readMore();
+}
+
+void ClientConnection::readMore()
+{
+    connection_->receive(readSize, [weak = weak_from_this()](const Received& received) {
+        if (auto self = weak.lock()) self->handleReceived(received);
+    });
+}
+
+void ClientConnection::handleReceived(const Received& received)
+{
+    if (received.error) {
+        log_.error("IPPServer: receive error: " + received.error->description());
+        close();
+        return;
+    }
+    table_.heardFrom(*this);
+    if (!received.bytes.empty()) {
+        if (!table_.hold(*this, parser_.heldBytes() + received.bytes.size())) {
+            refuse("no room for the request, too much is being received already");
+            return;
+        }
+        parser_.append(received.bytes);
+    }
+    parse(received.ended);
+}
+
+void ClientConnection::parse(bool peerEnded)
+{
+    HTTPRequestParser::Result result = parser_.parse();
+    while (std::holds_alternative<HTTPRequestParser::SendContinue>(result)) {
+        connection_->send({interimContinue()}, {});
+        result = parser_.parse();
+    }
+    std::visit(Overloaded{
+                   [this](HTTPRequestParser::Complete& complete) {
+                       route(std::move(complete.request));
+                   },
+                   [this](const HTTPRequestParser::Error& error) { refuse(error.message); },
+                   [this, peerEnded](const auto&) { peerEnded ? close() : readMore(); },
+               },
+               result);
+}
+
+void ClientConnection::route(HTTPRequest request)
+{
+    table_.waitForUs(*this);
+    router_(std::move(request), [self = shared_from_this()](const HTTPResponse& response) {
+        self->sendResponse(response);
+    });
+}
+
+void ClientConnection::refuse(const std::string& message)
+{
+    log_.error("IPPServer: HTTP parse error: " + message);
+    sendResponse({.status = "400 Bad Request", .body = {}});
+}
+
+void ClientConnection::sendResponse(const HTTPResponse& response)
+{
+    table_.heardFrom(*this);
+    connection_->send({Data::copying(response.header()), response.body},
+                      [weak = weak_from_this()](const std::optional<SystemError>&) {
+                          if (auto self = weak.lock()) self->handleSent();
+                      });
+}
+
+void ClientConnection::handleSent()
+{
+    if (parser_.isComplete() && parser_.unparsed().empty()) {
+        close();
+        return;
+    }
+    connection_->finishSending();
+    drain();
+}
+
+void ClientConnection::drain()
+{
+    connection_->receive(readSize, [weak = weak_from_this()](const Received& received) {
+        auto self = weak.lock();
+        if (!self) return;
+        self->drained_ += received.bytes.size();
+        const bool done = received.ended || received.error || self->drained_ > longestDrain;
+        done ? self->close() : self->drain();
+    });
+}
+
+void ClientConnection::close()
+{
+    connection_->cancel();
+    table_.forget(*this);
+}
+
+} // namespace korvane

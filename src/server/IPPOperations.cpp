@@ -1,0 +1,219 @@
+#include "server/IPPOperations.h"
+
+#include "document/URFDecoder.h"
+#include "ipp/IPPCodec.h"
+#include "ipp/PrinterAttributes.h"
+#include "platform/system/TimeText.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <utility>
+#include <variant>
+
+namespace korvane {
+
+namespace {
+
+/** job-state values (RFC 8011, section 5.3.7). */
+constexpr std::int32_t jobStatePendingHeld = 4;
+constexpr std::int32_t jobStateCompleted = 9;
+
+/** The first value of an operation attribute, if it is there and of that kind. */
+template <typename Value>
+std::optional<Value> firstOperationValue(const IPPMessage& request, std::string_view name)
+{
+    const IPPAttribute* attribute = ipp::findAttribute(request, name, IPPTag::operationAttributes);
+    if (attribute == nullptr || attribute->values.empty()) return {};
+    if (const auto* value = std::get_if<Value>(&attribute->values.front())) return *value;
+    return {};
+}
+
+std::string describeOperation(std::uint16_t code)
+{
+    const auto operation = makeIPPOperation(code);
+    return operation ? std::string(caseName(*operation)) : fmt::format("0x{:x}", code);
+}
+
+IPPMessage makeResponse(const IPPMessage& request, IPPStatus status,
+                        std::vector<IPPAttributeGroup> groups)
+{
+    IPPMessage response;
+    response.versionMajor = request.versionMajor;
+    response.versionMinor = request.versionMinor;
+    response.code = static_cast<std::uint16_t>(status);
+    response.requestID = request.requestID;
+    response.groups.push_back(
+        {.tag = IPPTag::operationAttributes,
+         .attributes = {ipp::makeTextAttribute("attributes-charset", {"utf-8"}, IPPTag::charset),
+                        ipp::makeTextAttribute("attributes-natural-language", {"en"},
+                                          IPPTag::naturalLanguage)}});
+    std::ranges::move(groups, std::back_inserter(response.groups));
+    return response;
+}
+
+} // namespace
+
+IPPOperations::IPPOperations(SerialQueue& queue, Queue& background, const Clock& clock, Log& log,
+                             DescriptorProvider descriptorProvider, JobHandler jobHandler)
+    : queue_(queue), background_(background), clock_(clock), log_(log),
+      descriptorProvider_(std::move(descriptorProvider)), jobHandler_(std::move(jobHandler)),
+      pendingJobBuffers_(queue, [this](std::int32_t id) {
+          log_.error(fmt::format("IPPServer: dropping job {}: its last document never came", id));
+          pendingJobsChanged();
+      })
+{
+}
+
+void IPPOperations::handleRequest(const HTTPRequest& request, const Answer& answer)
+{
+    const auto decoded = ipp::decode(request.body);
+    if (!decoded) {
+        log_.error(fmt::format("IPPServer: IPP decode failed ({} body bytes): {}",
+                               request.body.size(), decoded.error().description()));
+        answer({.status = "400 Bad Request", .body = {}});
+        return;
+    }
+    const IPPMessage& message = *decoded;
+    log_.note(fmt::format("IPPServer: op={} reqID={} bodyBytes={} docBytes={}",
+                          describeOperation(message.code), message.requestID, request.body.size(),
+                          message.documentData.size()));
+
+    const IPPMessage header{.versionMajor = message.versionMajor,
+                            .versionMinor = message.versionMinor,
+                            .code = message.code,
+                            .requestID = message.requestID};
+    const Completion respond = [header, answer](Outcome outcome) {
+        const IPPMessage response = makeResponse(header, outcome.status, std::move(outcome.groups));
+        answer({.status = "200 OK", .body = ipp::encode(response)});
+    };
+    if (const auto operation = makeIPPOperation(message.code)) {
+        perform(*operation, message, respond);
+    } else {
+        respond({.status = IPPStatus::serverErrorOperationNotSupported});
+    }
+}
+
+void IPPOperations::perform(IPPOperation operation, const IPPMessage& request,
+                            const Completion& completion)
+{
+    switch (operation) {
+    case IPPOperation::printJob: printJob(request, completion); return;
+    case IPPOperation::createJob: completion(createJob(request)); return;
+    case IPPOperation::sendDocument: sendDocument(request, completion); return;
+    case IPPOperation::getJobAttributes: completion(completedJob(1)); return;
+    case IPPOperation::getPrinterAttributes:
+        completion({.groups = {ipp::makePrinterAttributes(descriptorProvider_())}});
+        return;
+    case IPPOperation::validateJob:
+    case IPPOperation::cancelJob:
+    case IPPOperation::getJobs: completion({}); return;
+    }
+}
+
+void IPPOperations::printJob(const IPPMessage& request, const Completion& completion)
+{
+    if (request.documentData.empty()) {
+        completion({.status = IPPStatus::clientErrorBadRequest});
+        return;
+    }
+    convertToPDF(request.documentData, [this, name = jobName(request), completion](auto pdf) {
+        if (!pdf) {
+            log_.error("IPPServer: rejecting unrecognized document — " + pdf.error().description());
+            completion({.status = IPPStatus::clientErrorDocumentFormatNotSupported});
+            return;
+        }
+        const std::int32_t id = takeJobID();
+        jobHandler_(name, *pdf);
+        completion(completedJob(id));
+    });
+}
+
+IPPOperations::Outcome IPPOperations::createJob(const IPPMessage& request)
+{
+    const std::int32_t id = takeJobID();
+    pendingJobBuffers_.open(id, jobName(request));
+    pendingJobsChanged();
+    return {.groups = {makeJobGroup(id, jobStatePendingHeld, "job-incoming")}};
+}
+
+void IPPOperations::sendDocument(const IPPMessage& request, const Completion& completion)
+{
+    const auto namedID = firstOperationValue<ipp::Integer>(request, "job-id");
+    const std::int32_t id = namedID ? namedID->value : 0;
+    if (!pendingJobBuffers_.append(id, request.documentData)) {
+        completion(completedJob(id));
+        return;
+    }
+    const auto last = firstOperationValue<ipp::Boolean>(request, "last-document");
+    if (last && !last->value) {
+        pendingJobsChanged();
+        completion(completedJob(id));
+        return;
+    }
+    const PendingJob job = pendingJobBuffers_.take(id).value_or(PendingJob{});
+    pendingJobsChanged();
+    convertToPDF(Data::joining(job.documents), [this, id, name = job.jobName, completion](auto pdf) {
+        if (!pdf) {
+            log_.error(fmt::format("IPPServer: send-document for job {} rejected — {}", id,
+                                   pdf.error().description()));
+            completion({.status = IPPStatus::clientErrorDocumentFormatNotSupported});
+            return;
+        }
+        jobHandler_(name, *pdf);
+        completion(completedJob(id));
+    });
+}
+
+void IPPOperations::convertToPDF(const Data& document, const PDFHandler& handler)
+{
+    if (!URFDecoder::isURF(document)) {
+        handler(DocumentNormalizer::normalize(document));
+        return;
+    }
+    background_.async([this, document, handler] {
+        // Whoever waits for the answer keeps us alive.
+        queue_.async([handler, pdf = DocumentNormalizer::normalize(document)] { handler(pdf); });
+    });
+}
+
+std::string IPPOperations::jobName(const IPPMessage& request) const
+{
+    const auto name = firstOperationValue<ipp::Text>(request, "job-name");
+    if (name && !name->text.empty()) return name->text;
+    return "Print Job " + utcTimestamp(clock_.now());
+}
+
+std::int32_t IPPOperations::takeJobID()
+{
+    const std::int32_t id = nextJobID_;
+    nextJobID_ = id == std::numeric_limits<std::int32_t>::max() ? 1 : id + 1;
+    return id;
+}
+
+IPPOperations::Outcome IPPOperations::completedJob(std::int32_t id) const
+{
+    return {.groups = {makeJobGroup(id, jobStateCompleted, "job-completed-successfully")}};
+}
+
+IPPAttributeGroup IPPOperations::makeJobGroup(std::int32_t id, std::int32_t state,
+                                              std::string_view reason) const
+{
+    const std::string uri = fmt::format("{}/{}", descriptorProvider_().uri, id);
+    return {.tag = IPPTag::jobAttributes,
+            .attributes = {
+                ipp::makeTextAttribute("job-uri", {uri}, IPPTag::uri),
+                ipp::makeIntegerAttribute("job-id", {id}, ipp::IntegerSyntax::integer),
+                ipp::makeIntegerAttribute("job-state", {state}, ipp::IntegerSyntax::enumValue),
+                ipp::makeTextAttribute("job-state-reasons", {std::string(reason)}, IPPTag::keyword),
+            }};
+}
+
+void IPPOperations::pendingJobsChanged()
+{
+    if (onPendingBytes) onPendingBytes(pendingJobBuffers_.heldBytes());
+}
+
+} // namespace korvane
