@@ -142,8 +142,8 @@ SystemQueues::SystemQueues(Log& log)
 
 SystemQueues::~SystemQueues()
 {
-    background_.reset();
     threads_->stopAll();
+    background_.reset();
 }
 
 SerialQueue& SystemQueues::main()

@@ -11,8 +11,8 @@ namespace korvane {
  * The machine's queues. Every serial queue is one thread around one event loop, so that a queue may
  * wait for another without holding up a third, and sockets are served without changing threads.
  *
- * A queue with nothing to do sleeps. Destruction waits for every background task that was handed
- * over, then ends the serial queues.
+ * A queue with nothing to do sleeps. Destruction ends the serial queues after the task that each is
+ * in, then waits for every background task that was handed over.
  */
 class SystemQueues final : public Queues {
 public:
