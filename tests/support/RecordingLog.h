@@ -40,7 +40,10 @@ public:
     }
 
     /** The text of every line, oldest first. */
-    std::vector<std::string> lines() const { return texts([](const Entry&) { return true; }); }
+    std::vector<std::string> lines() const
+    {
+        return texts([](const Entry&) { return true; });
+    }
 
     /** The text of the lines at error level, oldest first. */
     std::vector<std::string> errors() const

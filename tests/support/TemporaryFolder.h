@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -44,7 +45,9 @@ public:
     std::string read(const std::filesystem::path& name) const
     {
         std::ifstream stream(path_ / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+        std::ostringstream content;
+        content << stream.rdbuf();
+        return content.str();
     }
 
     /** How many entries the folder itself holds, hidden ones too. */

@@ -12,8 +12,8 @@ namespace korvane {
 
 /**
  * Bytes that grow at the back and are used up at the front, each step costing no more than the
- * bytes it adds or removes (amortised). Large buffers grow by moving pages, not bytes, and room that
- * was reserved but never written costs no memory. Throws std::bad_alloc when there is no more.
+ * bytes it adds or removes (amortised). Large buffers grow by moving pages, not bytes, and room
+ * that was reserved but never written costs no memory. Throws std::bad_alloc when there is no more.
  */
 class ByteBuffer {
 public:

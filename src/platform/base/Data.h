@@ -38,7 +38,8 @@ public:
     /** The bytes as text; nothing is checked or copied. Valid while this Data lives. */
     std::string_view text() const;
 
-    /** Up to `count` bytes from `offset`; what lies past the end is left out. Shares the storage. */
+    /** Up to `count` bytes from `offset`; what lies past the end is left out. Shares the storage.
+     */
     Data slice(std::size_t offset, std::size_t count = SIZE_MAX) const;
 
     /** Equal bytes, wherever they are stored. */

@@ -6,7 +6,8 @@ namespace korvane {
 
 enum class LogLevel { normal, error };
 
-/** The system log. Lines may come from any thread; each is one complete sentence of its component. */
+/** The system log. Lines may come from any thread; each is one complete sentence of its component.
+ */
 class Log {
 public:
     virtual ~Log() = default;

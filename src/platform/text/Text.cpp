@@ -146,7 +146,8 @@ std::size_t characterCount(std::string_view text)
 std::string_view prefix(std::string_view text, std::size_t count)
 {
     std::size_t length = 0;
-    for (; count > 0 && length < text.size(); --count) length += firstCharacter(text.substr(length));
+    for (; count > 0 && length < text.size(); --count)
+        length += firstCharacter(text.substr(length));
     return text.substr(0, length);
 }
 

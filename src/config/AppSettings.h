@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace korvane {
+
+/** What the user chose, as the settings application writes it to settings.json. */
+struct AppSettings {
+    /** The printer's name as advertised and reported. */
+    std::string printerName;
+    /** The folder that receives the saved documents; empty while the user has chosen none. */
+    std::string saveDirectoryPath;
+    /** Whether the "Add to Notes" action is offered. */
+    bool notesEnabled = false;
+    /** The Notes folder that receives notes. */
+    std::string notesFolder = "Printed";
+    std::uint16_t ippPort = 8631;
+
+    friend bool operator==(const AppSettings&, const AppSettings&) = default;
+};
+
+/** Whether the settings are complete enough to run the printer: it has a name that is not blank, a
+ *  save folder, and a port that needs no privileges. */
+bool isConfigured(const AppSettings& settings);
+
+/** The name of a printer that nobody has named, after the computer's own name. */
+std::string defaultPrinterName(const std::optional<std::string>& hostName);
+
+} // namespace korvane

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/base/Data.h"
+#include "platform/base/Result.h"
+#include "platform/base/SystemError.h"
+
+#include <cstddef>
+#include <filesystem>
+
+namespace korvane {
+
+/**
+ * The whole content of a regular file of at most `limit` bytes. A larger file is EFBIG, a folder
+ * EISDIR, and a pipe or a device EINVAL: none of them is waited for or read from.
+ */
+Result<Data, SystemError> readFile(const std::filesystem::path& path, std::size_t limit);
+
+/** Whether anything is at the path; links are followed, so a dangling one is nothing. */
+bool fileExists(const std::filesystem::path& path);
+
+/** Whether there is a folder at the path; links are followed. */
+bool isDirectory(const std::filesystem::path& path);
+
+/**
+ * Makes a folder and its missing parents, for the user's eyes only, as the XDG Base Directory
+ * Specification asks. Where that fails, using the folder will fail too and say why.
+ */
+void createPrivateFolders(const std::filesystem::path& path);
+
+/** False for a path holding a NUL byte: the system would take the part before it for the path. */
+bool canNameFile(const std::filesystem::path& path);
+
+} // namespace korvane
