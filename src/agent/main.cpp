@@ -1,5 +1,4 @@
 #include "agent/AgentAppDelegate.h"
-#include "agent/Build.h"
 #include "config/SettingsStore.h"
 #include "platform/files/UserFolders.h"
 #include "platform/log/SystemLog.h"
@@ -26,7 +25,7 @@ int main()
     const SettingsStore store(currentUserFolders().configHome, hostName());
 
     AgentAppDelegate delegate(
-        buildString, store, hostName(),
+        KORVANE_BUILD, store, hostName(),
         {.queues = queues, .network = network, .clock = clock, .log = *log});
     const auto termination = signals.watch(queues.main(), [&] {
         delegate.applicationWillTerminate();

@@ -126,6 +126,7 @@ protected:
     SocketNetwork network;
     const std::uint16_t port = freePort();
     Events states;
+    Events secondStates;
     std::function<void(const std::shared_ptr<TCPConnection>&)> onConnection;
     std::vector<std::shared_ptr<TCPConnection>> connections;
     std::shared_ptr<TCPListener> listener;
@@ -137,7 +138,6 @@ TEST_F(SocketNetworkTest, ASecondListenerFailsOnItsQueueAndThePortIsFreeAfterThe
     EXPECT_THAT(states.waitFor(1), ElementsAre("ready"));
     queue->sync([&] { EXPECT_EQ(listener->port(), port); });
 
-    Events secondStates;
     auto second = listen(port, secondStates);
     EXPECT_THAT(secondStates.waitFor(1), ElementsAre("failed " + std::to_string(EADDRINUSE)));
 
@@ -208,12 +208,11 @@ TEST_F(SocketNetworkTest, GoesOnAcceptingWhenDescriptorsAreBack)
     ::setrlimit(RLIMIT_NOFILE, &normal);
     EXPECT_THAT(told, ElementsAre("ready", "waiting " + std::to_string(EMFILE)));
 
-    Events accepted;
     queue->sync([&] {
-        onConnection = [&](const auto&) { accepted.add("accepted"); };
-        for (std::size_t i = 1; i < connections.size(); ++i) accepted.add("accepted");
+        onConnection = [&](const auto&) { secondStates.add("accepted"); };
+        for (std::size_t i = 1; i < connections.size(); ++i) secondStates.add("accepted");
     });
-    EXPECT_THAT(accepted.waitFor(1), ElementsAre("accepted"));
+    EXPECT_THAT(secondStates.waitFor(1), ElementsAre("accepted"));
 }
 
 } // namespace
