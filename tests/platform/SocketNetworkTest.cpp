@@ -83,6 +83,8 @@ protected:
             if (listener) listener->cancel();
             listener.reset();
         });
+        // The last states are still on their way.
+        queue->sync([] {});
     }
 
     std::shared_ptr<TCPListener> listen(std::uint16_t onPort, Events& told)
