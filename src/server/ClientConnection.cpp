@@ -59,7 +59,7 @@ void ClientConnection::handleReceived(const Received& received)
     }
     table_.heardFrom(*this);
     if (!received.bytes.empty()) {
-        if (!table_.hold(*this, parser_.heldBytes() + received.bytes.size())) {
+        if (!table_.hold(*this, parser_.bytesHeld() + received.bytes.size())) {
             refuse("no room for the request, too much is being received already");
             return;
         }
@@ -79,7 +79,7 @@ void ClientConnection::parse(bool peerEnded)
                    [this](HTTPRequestParser::Complete& complete) {
                        route(std::move(complete.request));
                    },
-                   [this](const HTTPRequestParser::Error& error) { refuse(error.message); },
+                   [this](const HTTPRequestParser::Error& error) { refuse(error.text); },
                    [this, peerEnded](const auto&) { peerEnded ? close() : readMore(); },
                },
                result);
@@ -95,6 +95,7 @@ void ClientConnection::route(HTTPRequest request)
 
 void ClientConnection::refuse(const std::string& message)
 {
+    refused_ = true;
     log_.error("IPPServer: HTTP parse error: " + message);
     sendResponse({.status = "400 Bad Request", .body = {}});
 }
@@ -110,7 +111,7 @@ void ClientConnection::sendResponse(const HTTPResponse& response)
 
 void ClientConnection::handleSent()
 {
-    if (parser_.isComplete() && parser_.unparsed().empty()) {
+    if (!refused_ && parser_.unparsed().empty()) {
         close();
         return;
     }

@@ -52,6 +52,7 @@ private:
     Router router_;
     Log& log_;
     HTTPRequestParser parser_;
+    bool refused_ = false;
     std::size_t drained_ = 0;
 };
 

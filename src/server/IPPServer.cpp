@@ -98,8 +98,8 @@ Result<void, IPPServer::StartFailure> IPPServer::startListener()
         [weakServer = weak_from_this(),
          weakListener = std::weak_ptr(listener_)](const TCPListener::State& state) {
             const auto self = weakServer.lock();
-            const auto listener = weakListener.lock();
-            if (self && listener) self->handleState(listener, state);
+            const auto sender = weakListener.lock();
+            if (self && sender) self->handleState(sender, state);
         },
         [weak = weak_from_this()](std::shared_ptr<TCPConnection> connection) {
             if (const auto self = weak.lock()) self->accept(std::move(connection));

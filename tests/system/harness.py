@@ -94,6 +94,7 @@ class Agent:
             self.process.kill()
             raise
         self.reader.join(10)
+        self.process.stderr.close()
         return status
 
     def files(self):
@@ -104,16 +105,15 @@ class Agent:
         done = lambda: len([l for l in list(self.lines) if "job saved at" in l]) >= count
         if not wait_until(done, seconds):
             raise AssertionError("nothing was saved:\n" + "\n".join(self.lines))
-        return [f for f in self.files() if not f.name.startswith(".")]
+        return self.files()
 
     def resident_kib(self):
-        for line in open(f"/proc/{self.process.pid}/status", encoding="ascii"):
-            if line.startswith("VmRSS:"):
-                return int(line.split()[1])
-        return 0
+        status = pathlib.Path(f"/proc/{self.process.pid}/status").read_text(encoding="ascii")
+        return int(status.split("VmRSS:")[1].split()[0])
 
     def cpu_ticks(self):
-        fields = open(f"/proc/{self.process.pid}/stat", encoding="ascii").read().rsplit(")")[1].split()
+        stat = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text(encoding="ascii")
+        fields = stat.rsplit(")")[1].split()
         return int(fields[11]) + int(fields[12])
 
     def connect(self, host="127.0.0.1"):

@@ -49,7 +49,8 @@ public:
     virtual bool isCurrent() const = 0;
 
     /** Runs `task` after what is already queued, and returns when it is done. Inside a task of this
-     *  queue it runs at once. */
+     *  queue it runs at once. A task of another serial queue may wait for this one only if this one
+     *  was made later; so no two wait for each other. */
     virtual void sync(const Task& task) = 0;
 
     /** Runs `task` on this queue when `delay` has passed. */

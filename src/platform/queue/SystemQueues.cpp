@@ -41,13 +41,14 @@ public:
                             })});
     }
 
+    /** Oldest first, one after the other: a queue may be waiting for one that was made later. */
     void stopAll()
     {
         const std::lock_guard lock(mutex_);
         for (Entry& entry : entries_) {
             if (auto loop = entry.loop.lock()) loop->stop();
+            entry.thread.join();
         }
-        for (Entry& entry : entries_) entry.thread.join();
         entries_.clear();
     }
 
