@@ -115,10 +115,9 @@ HTTPRequestParser::Step HTTPRequestParser::startBody()
     } else if (Step report = startFixedBody()) {
         return report;
     }
-    if (continueSent_) return std::nullopt;
-    if (!contains(text::lowercased(request_.header("expect")), "100-continue")) return std::nullopt;
-    continueSent_ = true;
-    return SendContinue{};
+    if (contains(text::lowercased(request_.header("expect")), "100-continue"))
+        return SendContinue{};
+    return std::nullopt;
 }
 
 HTTPRequestParser::Step HTTPRequestParser::startFixedBody()

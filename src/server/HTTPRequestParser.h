@@ -69,8 +69,7 @@ public:
 
     void append(std::span<const std::uint8_t> bytes);
 
-    /** Goes as far as the bytes allow. Stop after `Complete` and `Error`; the former is repeated
-     * when asked again. */
+    /** Goes as far as the bytes allow. Asked again after `Complete`, it gives the same request. */
     Result parse();
 
     /** The bytes that have been appended and not yet used. */
@@ -132,7 +131,6 @@ private:
     Phase phase_;
     HTTPRequest request_;
     ByteBuffer body_;
-    bool continueSent_ = false;
 
     /** How much of the buffer is known to hold no line end. */
     std::size_t searched_ = 0;
