@@ -1,0 +1,189 @@
+#include "ipp/BigEndian.h"
+#include "ipp/ByteReader.h"
+#include "ipp/IPPCodec.h"
+#include "platform/text/Text.h"
+
+#include <optional>
+#include <utility>
+
+namespace korvane::ipp {
+
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+/** The last byte that can be a delimiter; higher ones are value tags (RFC 8010 section 3.5). */
+constexpr std::uint8_t lastDelimiter = 0x0F;
+
+/** The unit byte of a resolution in dots per inch (RFC 8010 section 3.9). */
+constexpr std::uint8_t dotsPerInch = 3;
+
+auto invalidTag(std::uint8_t tag)
+{
+    return failure(IPPDecodeError{IPPDecodeError::InvalidTag{tag}});
+}
+
+auto invalidStructure(const char* detail)
+{
+    return failure(IPPDecodeError{IPPDecodeError::InvalidStructure{detail}});
+}
+
+std::int32_t signedNumber(Bytes bytes)
+{
+    return static_cast<std::int32_t>(bigEndian<std::uint32_t>(bytes));
+}
+
+/** The value that the bytes of a record stand for (RFC 8010 section 3.9). */
+Result<IPPValue, IPPDecodeError> decodeValue(IPPTag tag, Bytes bytes)
+{
+    switch (tag) {
+    case IPPTag::unsupportedValue:
+    case IPPTag::unknown:
+    case IPPTag::noValue: return NoValue{};
+    case IPPTag::integer:
+        if (bytes.size() != 4) return invalidStructure("integer length");
+        return Integer{signedNumber(bytes)};
+    case IPPTag::enumValue:
+        if (bytes.size() != 4) return invalidStructure("integer length");
+        return EnumValue{signedNumber(bytes)};
+    case IPPTag::boolean:
+        if (bytes.size() != 1) return invalidStructure("boolean length");
+        return Boolean{bytes[0] != 0};
+    case IPPTag::resolution:
+        if (bytes.size() != 9) return invalidStructure("resolution length");
+        return Resolution{signedNumber(bytes), signedNumber(bytes.subspan(4)),
+                          bytes[8] == dotsPerInch};
+    case IPPTag::rangeOfInteger:
+        if (bytes.size() != 8) return invalidStructure("range length");
+        return RangeOfInteger{signedNumber(bytes), signedNumber(bytes.subspan(4))};
+    default: return Text{text::decodeUTF8(bytes), tag};
+    }
+}
+
+/** Reads one message from front to back (RFC 8010 section 3.1). */
+class Decoder {
+public:
+    explicit Decoder(const Data& bytes) : reader_(bytes) {}
+
+    Result<IPPMessage, IPPDecodeError> decode();
+
+private:
+    using Step = Result<void, IPPDecodeError>;
+
+    Step readHeader();
+    Step readGroups();
+    Step openGroup(std::uint8_t tag);
+    void closeGroup();
+    Step readRecord(std::uint8_t tag);
+    Result<Bytes, IPPDecodeError> readField();
+    void add(std::string name, IPPValue value);
+    void finishAttribute();
+
+    ByteReader reader_;
+    IPPMessage message_;
+    std::optional<IPPAttributeGroup> group_;
+
+    /** The attribute whose values are being read; further values may follow. */
+    std::optional<IPPAttribute> pending_;
+};
+
+Result<IPPMessage, IPPDecodeError> Decoder::decode()
+{
+    if (Step header = readHeader(); !header) return failure(header.error());
+    if (Step groups = readGroups(); !groups) return failure(groups.error());
+    message_.documentData = reader_.readRemaining();
+    return std::move(message_);
+}
+
+Decoder::Step Decoder::readHeader()
+{
+    const auto versionMajor = reader_.readUInt8();
+    const auto versionMinor = reader_.readUInt8();
+    const auto code = reader_.readUInt16();
+    const auto requestID = reader_.readUInt32();
+    if (!versionMajor || !versionMinor || !code || !requestID) {
+        return failure(IPPDecodeError{IPPDecodeError::Truncated{}});
+    }
+    message_.versionMajor = *versionMajor;
+    message_.versionMinor = *versionMinor;
+    message_.code = *code;
+    message_.requestID = *requestID;
+    return {};
+}
+
+Decoder::Step Decoder::readGroups()
+{
+    while (!reader_.atEnd()) {
+        if (reader_.position() > largestAttributeSection) {
+            return invalidStructure("attributes length");
+        }
+        const std::uint8_t tag = *reader_.readUInt8();
+        if (tag <= lastDelimiter) closeGroup();
+        if (tag == rawValue(IPPTag::endOfAttributes)) return {};
+        if (Step step = tag <= lastDelimiter ? openGroup(tag) : readRecord(tag); !step) return step;
+    }
+    return {};
+}
+
+/** Values ahead of the first group stay pending, and so end up in it. */
+void Decoder::closeGroup()
+{
+    if (!group_) return;
+    finishAttribute();
+    message_.groups.push_back(*std::exchange(group_, std::nullopt));
+}
+
+Decoder::Step Decoder::openGroup(std::uint8_t tag)
+{
+    const auto known = makeIPPTag(tag);
+    if (!known) return invalidTag(tag);
+    group_ = IPPAttributeGroup{*known, {}};
+    return {};
+}
+
+/** Reads a record behind its tag: an attribute's first value, or one more (section 3.1.5). */
+Decoder::Step Decoder::readRecord(std::uint8_t tag)
+{
+    const auto known = makeIPPTag(tag);
+    if (!known) return invalidTag(tag);
+    const auto name = readField();
+    if (!name) return failure(name.error());
+    const auto bytes = readField();
+    if (!bytes) return failure(bytes.error());
+    auto value = decodeValue(*known, *bytes);
+    if (!value) return failure(value.error());
+    add(text::decodeUTF8(*name), *std::move(value));
+    return {};
+}
+
+/** Bytes behind their 16-bit length. */
+Result<Bytes, IPPDecodeError> Decoder::readField()
+{
+    return reader_.readUInt16().and_then(
+        [this](std::uint16_t length) { return reader_.readBytes(length); });
+}
+
+void Decoder::add(std::string name, IPPValue value)
+{
+    if (!name.empty() || !pending_) {
+        finishAttribute();
+        pending_ = IPPAttribute{std::move(name), {}};
+    }
+    pending_->values.push_back(std::move(value));
+}
+
+/** A finished attribute that belongs to no group is dropped. */
+void Decoder::finishAttribute()
+{
+    if (pending_ && group_) group_->attributes.push_back(*std::move(pending_));
+    pending_.reset();
+}
+
+} // namespace
+
+Result<IPPMessage, IPPDecodeError> decode(const Data& bytes)
+{
+    return Decoder(bytes).decode();
+}
+
+} // namespace korvane::ipp

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace korvane {
+
+/**
+ * The tags of the binary encoding that this printer knows (RFC 8010 section 3.5): up to 0x0F they
+ * delimit groups, from 0x10 on they say which syntax a value has.
+ */
+enum class IPPTag : std::uint8_t {
+    // Delimiters: section 3.5.1.
+    operationAttributes = 0x01,
+    jobAttributes = 0x02,
+    endOfAttributes = 0x03,
+    printerAttributes = 0x04,
+    unsupportedAttrs = 0x05,
+    // Out-of-band values and value syntaxes: section 3.5.2.
+    unsupportedValue = 0x10,
+    unknown = 0x12,
+    noValue = 0x13,
+    integer = 0x21,
+    boolean = 0x22,
+    enumValue = 0x23,
+    octetString = 0x30,
+    dateTime = 0x31,
+    resolution = 0x32,
+    rangeOfInteger = 0x33,
+    begCollection = 0x34,
+    textWithLanguage = 0x35,
+    nameWithLanguage = 0x36,
+    endCollection = 0x37,
+    textWithoutLang = 0x41,
+    nameWithoutLang = 0x42,
+    keyword = 0x44,
+    uri = 0x45,
+    uriScheme = 0x46,
+    charset = 0x47,
+    naturalLanguage = 0x48,
+    mimeMediaType = 0x49,
+    memberAttrName = 0x4A,
+};
+
+/** The tag with this wire value, if it is one of those above. */
+std::optional<IPPTag> makeIPPTag(std::uint8_t rawValue);
+
+constexpr std::uint8_t rawValue(IPPTag tag)
+{
+    return static_cast<std::uint8_t>(tag);
+}
+
+} // namespace korvane

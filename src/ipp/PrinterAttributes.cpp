@@ -1,0 +1,198 @@
+#include "ipp/PrinterAttributes.h"
+
+#include "ipp/IPPOperation.h"
+#include "ipp/PrinterUpTime.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <utility>
+
+namespace korvane::ipp {
+
+namespace {
+
+constexpr const char* makeAndModel = "Korvane Virtual Printer";
+
+// The builders are named after the syntax of their values, so that the table below reads like the
+// wire: name, syntax, values.
+
+IPPAttribute keyword(const char* name, std::vector<std::string> values)
+{
+    return makeTextAttribute(name, std::move(values), IPPTag::keyword);
+}
+
+IPPAttribute mimeMediaType(const char* name, std::vector<std::string> values)
+{
+    return makeTextAttribute(name, std::move(values), IPPTag::mimeMediaType);
+}
+
+IPPAttribute uri(const char* name, std::string value)
+{
+    return makeTextAttribute(name, {std::move(value)}, IPPTag::uri);
+}
+
+IPPAttribute nameWithoutLang(const char* name, std::string value)
+{
+    return makeTextAttribute(name, {std::move(value)}, IPPTag::nameWithoutLang);
+}
+
+IPPAttribute textWithoutLang(const char* name, std::string value)
+{
+    return makeTextAttribute(name, {std::move(value)}, IPPTag::textWithoutLang);
+}
+
+IPPAttribute integer(const char* name, const std::vector<std::int32_t>& values)
+{
+    return makeIntegerAttribute(name, values, IntegerSyntax::integer);
+}
+
+IPPAttribute enumValue(const char* name, const std::vector<std::int32_t>& values)
+{
+    return makeIntegerAttribute(name, values, IntegerSyntax::enumValue);
+}
+
+IPPAttribute boolean(const char* name, bool value)
+{
+    return {name, {Boolean{value}}};
+}
+
+IPPAttribute rangeOfInteger(const char* name, std::int32_t lower, std::int32_t upper)
+{
+    return {name, {RangeOfInteger{lower, upper}}};
+}
+
+IPPAttribute dotsPerInch(const char* name, std::int32_t dots)
+{
+    return {name, {Resolution{dots, dots, true}}};
+}
+
+IPPAttribute collection(const char* name, std::vector<IPPMember> members)
+{
+    return {name, {Collection{std::move(members)}}};
+}
+
+IPPValue keywordValue(const char* text)
+{
+    return Text{text, IPPTag::keyword};
+}
+
+std::vector<std::int32_t> operationCodes()
+{
+    std::vector<std::int32_t> codes(allIPPOperations.size());
+    std::ranges::transform(allIPPOperations, codes.begin(),
+                           [](IPPOperation operation) { return rawValue(operation); });
+    return codes;
+}
+
+/** Plain A4 paper from whichever tray, printable to its edges (PWG 5100.3 section 3.13). */
+std::vector<IPPMember> defaultMedia()
+{
+    const Collection a4{{{"x-dimension", Integer{21000}}, {"y-dimension", Integer{29700}}}};
+    return {
+        {"media-size", a4}, // like the margins, in hundredths of a millimetre
+        {"media-type", keywordValue("stationery")},
+        {"media-source", keywordValue("auto")},
+        {"media-top-margin", Integer{0}},
+        {"media-bottom-margin", Integer{0}},
+        {"media-left-margin", Integer{0}},
+        {"media-right-margin", Integer{0}},
+    };
+}
+
+} // namespace
+
+IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
+{
+    IPPAttribute table[] = {
+        // Which printer it is, and where.
+        uri("printer-uri-supported", descriptor.uri),
+        keyword("uri-security-supported", {"none"}),
+        keyword("uri-authentication-supported", {"none"}),
+        nameWithoutLang("printer-name", descriptor.name),
+        uri("printer-uuid", "urn:uuid:" + descriptor.uuid),
+        textWithoutLang("printer-location", descriptor.location),
+        textWithoutLang("printer-info", makeAndModel),
+        textWithoutLang("printer-make-and-model", makeAndModel),
+        uri("printer-more-info", moreInfoURI(descriptor)),
+
+        // How it is doing: 3 is idle (RFC 8011 section 5.4.11).
+        enumValue("printer-state", {3}),
+        keyword("printer-state-reasons", {"none"}),
+        boolean("printer-is-accepting-jobs", true),
+        integer("queued-job-count", {0}),
+        integer("printer-up-time", {printerUpTime()}),
+
+        // What it speaks. Charsets and languages travel as keywords; clients go by the name.
+        keyword("ipp-versions-supported", {"1.1", "2.0"}),
+        enumValue("operations-supported", operationCodes()),
+        keyword("charset-configured", {"utf-8"}),
+        keyword("charset-supported", {"utf-8"}),
+        keyword("natural-language-configured", {"en"}),
+        keyword("generated-natural-language-supported", {"en"}),
+
+        // Which documents it takes. URF: colour and grey at 8 bits, 300 dpi, one-sided.
+        mimeMediaType("document-format-default", {"application/pdf"}),
+        mimeMediaType("document-format-supported", {"application/pdf", "image/urf"}),
+        keyword("urf-supported", {"SRGB24", "W8", "RS300", "DM1", "V1.4"}),
+        keyword("pdl-override-supported", {"attempted"}),
+        keyword("compression-supported", {"none"}),
+
+        // What it prints on (PWG 5101.1 names).
+        keyword("media-default", {"iso_a4_210x297mm"}),
+        keyword("media-supported", {"iso_a4_210x297mm", "na_letter_8.5x11in", "na_legal_8.5x14in"}),
+        keyword("media-type-supported", {"stationery"}),
+        keyword("media-source-supported", {"auto"}),
+
+        // How it prints. Qualities are draft, normal, high (RFC 8011 section 5.2.13); the only
+        // finishing, 3, is none (section 5.2.6).
+        dotsPerInch("printer-resolution-default", 300),
+        dotsPerInch("printer-resolution-supported", 300),
+        boolean("color-supported", true),
+        keyword("print-color-mode-default", {"auto"}),
+        keyword("print-color-mode-supported", {"auto", "color", "monochrome"}),
+        enumValue("print-quality-default", {4}),
+        enumValue("print-quality-supported", {3, 4, 5}),
+        keyword("sides-default", {"one-sided"}),
+        keyword("sides-supported", {"one-sided"}),
+        enumValue("finishings-default", {3}),
+        enumValue("finishings-supported", {3}),
+        integer("copies-default", {1}),
+        rangeOfInteger("copies-supported", 1, 999),
+        integer("number-up-default", {1}),
+        integer("number-up-supported", {1, 2, 4}),
+        rangeOfInteger("job-priority-supported", 1, 100),
+        keyword("output-bin-default", {"face-down"}),
+        keyword("output-bin-supported", {"face-down"}),
+        collection("media-col-default", defaultMedia()),
+        keyword("media-col-supported",
+                {"media-size", "media-type", "media-source", "media-top-margin",
+                 "media-bottom-margin", "media-left-margin", "media-right-margin"}),
+
+        // What driverless clients look for besides (PWG 5100.13, 5102.4).
+        keyword("pwg-raster-document-type-supported", {"sgray_8", "srgb_8"}),
+        dotsPerInch("pwg-raster-document-resolution-supported", 300),
+        keyword("pwg-raster-document-sheet-back", {"normal"}),
+        keyword("identify-actions-supported", {"display"}),
+        keyword("identify-actions-default", {"display"}),
+        keyword("which-jobs-supported", {"completed", "not-completed"}),
+        keyword("job-creation-attributes-supported",
+                {"copies", "finishings", "job-name", "media", "print-color-mode", "print-quality",
+                 "printer-resolution", "sides"}),
+    };
+    return {IPPTag::printerAttributes,
+            {std::make_move_iterator(std::begin(table)), std::make_move_iterator(std::end(table))}};
+}
+
+std::string moreInfoURI(const PrinterDescriptor& descriptor)
+{
+    constexpr std::string_view scheme = "ipp://";
+    std::string_view authority = descriptor.uri;
+    if (!authority.starts_with(scheme)) return "http://localhost/";
+    authority.remove_prefix(scheme.size());
+    authority = authority.substr(0, authority.find('/'));
+    if (authority.empty()) return "http://localhost/";
+    return "http://" + std::string(authority) + "/";
+}
+
+} // namespace korvane::ipp
