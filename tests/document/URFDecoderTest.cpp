@@ -49,12 +49,12 @@ URFPage sized(URFPage page, std::uint32_t width, std::uint32_t height,
 
 TEST(URFDecoder, KnowsItsDocumentsByTheirFirstEightBytes)
 {
-    const std::string magic("UNIRAST\0", 8);
-    EXPECT_TRUE(URFDecoder::isURF(Data::copying(magic)));
-    EXPECT_FALSE(URFDecoder::isURF(Data::copying(magic.substr(0, 7))));
-    for (std::size_t i = 0; i < magic.size(); ++i) {
+    const Data document = URFBuilder(1).build();
+    EXPECT_TRUE(URFDecoder::isURF(document.slice(0, 8)));
+    EXPECT_FALSE(URFDecoder::isURF(document.slice(0, 7)));
+    for (std::size_t i = 0; i < 8; ++i) {
         SCOPED_TRACE(i);
-        std::string other = magic + "\0\0\0\1";
+        std::string other(document.text());
         other[i] ^= 0x20;
         EXPECT_FALSE(URFDecoder::isURF(Data::copying(other)));
         EXPECT_EQ(errorOf(Data::copying(other)), "Document is not URF.");
