@@ -1,0 +1,170 @@
+#include "document/RasterPDFWriter.h"
+
+#include "document/ICCProfile.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <string>
+
+namespace korvane {
+
+namespace {
+
+/** Measured on pages of text: a level more gains little, and from 8 on costs a multiple. */
+constexpr int compressionLevel = 6;
+
+constexpr double pointsPerInch = 72;
+
+/** The shortest decimal number that reads back as `value`; PDF knows no exponents. */
+std::string number(double value)
+{
+    std::array<char, 400> digits{};
+    const auto end =
+        std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed).ptr;
+    return {digits.begin(), end};
+}
+
+/** In points; the product is exact. */
+double pointSize(std::size_t pixels, std::size_t resolution)
+{
+    return static_cast<double>(pixels * 72) / static_cast<double>(resolution);
+}
+
+/**
+ * Draws the image over the whole page but for a ten-thousandth of a pixel at each side. Poppler
+ * counts the device pixel behind an edge that lies on a pixel boundary as part of the image; it
+ * would stretch, and so blur, a page that is rendered at its own resolution.
+ */
+std::string pageContent(double width, double height, double pixel)
+{
+    const double inset = pixel / 10000;
+    return fmt::format("q {0} 0 0 {1} {2} {2} cm /Im0 Do Q", number(width - 2 * inset),
+                       number(height - 2 * inset), number(inset));
+}
+
+} // namespace
+
+RasterPDFWriter::RasterPDFWriter()
+    : compressor_(compressionLevel), catalog_(newObject()), pageTree_(newObject())
+{
+    // The second line tells transfer programs that this is not text.
+    pdf_.append("%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
+}
+
+void RasterPDFWriter::beginPage(const RasterPage& page)
+{
+    page_ = page;
+    pixels_.begin(page.width * page.bytesPerPixel() * page.height);
+}
+
+void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t count)
+{
+    pixels_.append(row, count);
+}
+
+void RasterPDFWriter::endPage()
+{
+    const double width = pointSize(page_.width, page_.resolution);
+    const double height = pointSize(page_.height, page_.resolution);
+    const std::string content =
+        pageContent(width, height, pointsPerInch / static_cast<double>(page_.resolution));
+
+    const ObjectNumber image = addImage();
+    const ObjectNumber contentStream =
+        addStream("", {reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
+    pages_.push_back(
+        addObject(fmt::format("<< /Type /Page /Parent {} 0 R /MediaBox [0 0 {} {}]"
+                              " /Resources << /XObject << /Im0 {} 0 R >> >> /Contents {} 0 R >>",
+                              pageTree_, number(width), number(height), image, contentStream)));
+}
+
+Data RasterPDFWriter::finish()
+{
+    beginObject(pageTree_);
+    pdf_.append(fmt::format("<< /Type /Pages /Count {} /Kids [", pages_.size()));
+    for (const ObjectNumber page : pages_) pdf_.append(fmt::format("\n{} 0 R", page));
+    pdf_.append("] >>");
+    endObject();
+    beginObject(catalog_);
+    pdf_.append(fmt::format("<< /Type /Catalog /Pages {} 0 R >>", pageTree_));
+    endObject();
+
+    const std::size_t tableOffset = pdf_.size();
+    const std::size_t tableSize = objectOffsets_.size() + 1;
+    pdf_.append(fmt::format("xref\n0 {}\n0000000000 65535 f \n", tableSize));
+    for (const std::size_t offset : objectOffsets_) {
+        pdf_.append(fmt::format("{:010} 00000 n \n", offset));
+    }
+    pdf_.append(fmt::format("trailer\n<< /Size {} /Root {} 0 R >>\nstartxref\n{}\n%%EOF\n",
+                            tableSize, catalog_, tableOffset));
+    return pdf_.take();
+}
+
+RasterPDFWriter::ObjectNumber RasterPDFWriter::newObject()
+{
+    objectOffsets_.push_back(0);
+    return objectOffsets_.size();
+}
+
+void RasterPDFWriter::beginObject(ObjectNumber number)
+{
+    objectOffsets_[number - 1] = pdf_.size();
+    pdf_.append(fmt::format("{} 0 obj\n", number));
+}
+
+void RasterPDFWriter::endObject()
+{
+    pdf_.append("\nendobj\n");
+}
+
+RasterPDFWriter::ObjectNumber RasterPDFWriter::addObject(std::string_view content)
+{
+    const ObjectNumber number = newObject();
+    beginObject(number);
+    pdf_.append(content);
+    endObject();
+    return number;
+}
+
+RasterPDFWriter::ObjectNumber RasterPDFWriter::addStream(std::string_view entries,
+                                                         std::span<const std::uint8_t> content)
+{
+    const ObjectNumber number = newObject();
+    beginObject(number);
+    pdf_.append(fmt::format("<< {} /Length {} >>\nstream\n", entries, content.size()));
+    pdf_.append(content);
+    pdf_.append("\nendstream");
+    endObject();
+    return number;
+}
+
+RasterPDFWriter::ObjectNumber RasterPDFWriter::colorSpace(RasterPage::Color color)
+{
+    std::optional<ObjectNumber>& known = colorSpaces_[static_cast<std::size_t>(color)];
+    if (!known) {
+        const bool gray = color == RasterPage::Color::linearGray;
+        const Data profile = gray ? icc::linearGrayProfile() : icc::sRGBProfile();
+        const ObjectNumber stream = addStream(
+            gray ? "/N 1 /Alternate /DeviceGray" : "/N 3 /Alternate /DeviceRGB", profile.bytes());
+        known = addObject(fmt::format("[/ICCBased {} 0 R]", stream));
+    }
+    return *known;
+}
+
+RasterPDFWriter::ObjectNumber RasterPDFWriter::addImage()
+{
+    pixels_.end();
+    compressor_.compress(pixels_.bytes(), compressed_);
+    const ObjectNumber image = addStream(
+        fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} /ColorSpace {} 0 R"
+                    " /BitsPerComponent 8 /Interpolate true /Filter {}",
+                    page_.width, page_.height, colorSpace(page_.color),
+                    pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
+                                               : "/FlateDecode"),
+        compressed_.bytes());
+    compressed_.consume(compressed_.size());
+    return image;
+}
+
+} // namespace korvane

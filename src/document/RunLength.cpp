@@ -1,0 +1,95 @@
+#include "document/RunLength.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace korvane::runlength {
+
+namespace {
+
+constexpr std::ptrdiff_t longest = 128;
+
+/** How many bytes from `begin` on, at least one, are the same. */
+std::ptrdiff_t runAt(const std::uint8_t* begin, const std::uint8_t* end)
+{
+    static_assert(std::endian::native == std::endian::little);
+    const std::uint8_t* position = begin + 1;
+    const std::uint64_t pattern = *begin * UINT64_C(0x0101010101010101);
+    for (; end - position >= 8; position += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, position, sizeof word);
+        if (word != pattern) return position - begin + std::countr_zero(word ^ pattern) / 8;
+    }
+    while (position != end && *position == *begin) ++position;
+    return position - begin;
+}
+
+/** The next place from `position` on where three bytes are the same; `end` when there is none. */
+const std::uint8_t* nextRun(const std::uint8_t* position, const std::uint8_t* end)
+{
+    while (end - position >= 3) {
+        if (position[1] != position[2]) {
+            position += 2;
+        } else if (position[0] != position[1]) {
+            position += 1;
+        } else {
+            return position;
+        }
+    }
+    return end;
+}
+
+std::uint8_t* putLiterals(const std::uint8_t* begin, const std::uint8_t* end, std::uint8_t* out)
+{
+    while (begin != end) {
+        const std::ptrdiff_t count = std::min(end - begin, longest);
+        *out++ = static_cast<std::uint8_t>(count - 1);
+        out = std::copy_n(begin, count, out);
+        begin += count;
+    }
+    return out;
+}
+
+} // namespace
+
+std::size_t encode(std::span<const std::uint8_t> bytes, std::span<std::uint8_t> room)
+{
+    const std::uint8_t* position = bytes.data();
+    const std::uint8_t* const end = position + bytes.size();
+    std::uint8_t* out = room.data();
+    while (position != end) {
+        const std::uint8_t* run = nextRun(position, end);
+        out = putLiterals(position, run, out);
+        position = run;
+        if (run == end) break;
+        // What is left of a long run and too short to be one becomes literal bytes.
+        for (std::ptrdiff_t left = runAt(run, end); left >= 3;) {
+            const std::ptrdiff_t count = std::min(left, longest);
+            *out++ = static_cast<std::uint8_t>(257 - count);
+            *out++ = *run;
+            left -= count;
+            position += count;
+        }
+    }
+    return static_cast<std::size_t>(out - room.data());
+}
+
+void decode(std::span<const std::uint8_t> coded, ByteBuffer& output)
+{
+    while (!coded.empty()) {
+        const std::size_t code = coded[0];
+        const bool literal = code < endOfData;
+        const std::size_t count = literal ? code + 1 : 257 - code;
+        const std::span<std::uint8_t> room = output.prepare(count);
+        if (literal) {
+            std::memcpy(room.data(), &coded[1], count);
+        } else {
+            std::memset(room.data(), coded[1], count);
+        }
+        output.commit(count);
+        coded = coded.subspan(literal ? 1 + count : 2);
+    }
+}
+
+} // namespace korvane::runlength

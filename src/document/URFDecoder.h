@@ -1,0 +1,58 @@
+#pragma once
+
+#include "platform/base/Data.h"
+#include "platform/base/Result.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <variant>
+
+/**
+ * Turns URF documents (media type "image/urf"), the raster pages of driverless printing, into PDF.
+ * Keeps no state; every function may be called on any thread.
+ */
+namespace korvane::URFDecoder {
+
+/** Why a document was not decoded. */
+struct Error {
+    /** The document uses something that is refused or cannot be built. */
+    struct Unsupported {
+        std::string detail;
+        friend bool operator==(const Unsupported&, const Unsupported&) = default;
+    };
+    /** The document does not begin with the magic. */
+    struct NotURF {
+        friend bool operator==(NotURF, NotURF) { return true; }
+    };
+    /** The document ends too early. */
+    struct Truncated {
+        friend bool operator==(Truncated, Truncated) { return true; }
+    };
+
+    std::variant<Unsupported, NotURF, Truncated> value;
+
+    std::string errorDescription() const;
+
+    friend bool operator==(const Error&, const Error&) = default;
+};
+
+/**
+ * What a document may ask for. A few bytes can stand for a page of any size and for any number of
+ * them, so these bound the memory and the time that one document takes.
+ */
+struct Limits {
+    /** Bytes of pixels. */
+    std::uint64_t pageRaster = UINT64_C(1) << 30;
+    std::uint64_t documentRaster = UINT64_C(16) << 30;
+    /** Bytes of the PDF document. */
+    std::uint64_t pdf = UINT64_C(2) << 30;
+};
+
+/** Whether the bytes begin with the magic: "UNIRAST" and a zero byte. */
+bool isURF(const Data& document);
+
+/** A complete PDF document with one page for each of the raster pages. */
+Result<Data, Error> decodeToPDF(const Data& document, const Limits& limits = {});
+
+} // namespace korvane::URFDecoder
