@@ -34,9 +34,9 @@ bool decode(const JSON& value, bool& flag)
 }
 
 /**
- * JSON has one kind of number, so the settings application may write a port as 8631, 8631.0 or
- * 8.631e3: whatever is a whole number counts. 8631.5 does not. Every number is exact in a double
- * as far as it matters here, as is the question whether it lies in the range.
+ * JSON has one kind of number, so another program may write a port as 8631, 8631.0 or 8.631e3:
+ * what counts is that the value is whole, which 8631.5 is not. A double tells all values apart that
+ * could be taken for a port.
  */
 bool decodePort(const JSON& value, std::uint16_t& port)
 {

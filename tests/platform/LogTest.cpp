@@ -65,14 +65,15 @@ TEST(LogLine, ShowsWhatCouldEndALineOrSteerATerminalAndLeavesTheRest)
     };
     for (const Case& c : {
              Case{"", ""},
-             Case{"IPPServer: \"B\u00FCro\" C:\\x0a \u6F22 \U0001F600",
-                  "IPPServer: \"B\u00FCro\" C:\\x0a \u6F22 \U0001F600"},
-             Case{"a\nb\r\tc", "a\\x0ab\\x0d\\x09c"},
-             Case{"\0\x1B[2J\x7F"sv, "\\x00\\x1b[2J\\x7f"},
+             Case{"IPPServer: B\u00FCro \u6F22 \U0001F600",
+                  "IPPServer: B\u00FCro \u6F22 \U0001F600"},
+             Case{R"("C:\x0a")", R"("C:\x0a")"},
+             Case{"a\nb\r\tc", R"(a\x0ab\x0d\x09c)"},
+             Case{"\0\x1B[2J\x7F"sv, R"(\x00\x1b[2J\x7f)"},
              Case{"\u0080\u009B31m\u009F\u00A0", "\\xc2\\x80\\xc2\\x9b31m\\xc2\\x9f\u00A0"},
-             Case{"\u2027\u2028\u2029\u202A", "\u2027\\xe2\\x80\\xa8\\xe2\\x80\\xa9\u202A"},
-             Case{"\xFFz\xC3", "\\xffz\\xc3"},
-             Case{"\x9B\xED\xA0\x80", "\\x9b\\xed\\xa0\\x80"},
+             Case{"\u2027\u2028\u2029\u2030", "\u2027\\xe2\\x80\\xa8\\xe2\\x80\\xa9\u2030"},
+             Case{"\xFFz\xC3", R"(\xffz\xc3)"},
+             Case{"\x9B\xED\xA0\x80", R"(\x9b\xed\xa0\x80)"},
          }) {
         EXPECT_EQ(escapedLogLine(c.line), c.shown);
     }

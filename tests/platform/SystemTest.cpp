@@ -3,20 +3,20 @@
 #include "platform/system/UUID.h"
 #include "platform/system/UserAccount.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <ctime>
-#include <regex>
 #include <set>
 
 namespace korvane {
 
 namespace {
 
-using std::chrono::milliseconds;
+using namespace std::chrono_literals;
 using std::chrono::sys_days;
 using std::chrono::system_clock;
 
@@ -33,23 +33,16 @@ public:
     }
 };
 
-system_clock::time_point utc(int year, unsigned month, unsigned day, int hour, int minute,
-                             int second)
-{
-    return sys_days(std::chrono::year(year) / static_cast<int>(month) / static_cast<int>(day)) +
-           std::chrono::hours(hour) + std::chrono::minutes(minute) + std::chrono::seconds(second);
-}
-
 } // namespace
 
 TEST(UUID, IsRandomAndInCanonicalForm)
 {
-    const std::regex canonical(
-        "[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}");
+    constexpr const char* canonical =
+        "[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}";
     std::set<std::string> seen;
     for (int count = 0; count < 200; ++count) {
         const std::string uuid = makeRandomUUID();
-        EXPECT_TRUE(std::regex_match(uuid, canonical)) << uuid;
+        EXPECT_THAT(uuid, testing::MatchesRegex(canonical));
         EXPECT_TRUE(seen.insert(uuid).second) << uuid;
     }
 }
@@ -77,7 +70,7 @@ TEST(UserAccount, IsThatOfTheRealUser)
 
 TEST(TimeText, FollowsTheLocalZoneWhereTheUserTravels)
 {
-    const system_clock::time_point time = utc(2025, 3, 1, 18, 45, 7) + milliseconds(999);
+    const system_clock::time_point time = sys_days(2025y / 3 / 1) + 18h + 45min + 7s + 999ms;
     struct Case {
         const char* zone;
         system_clock::time_point time;
@@ -87,7 +80,7 @@ TEST(TimeText, FollowsTheLocalZoneWhereTheUserTravels)
              Case{"UTC0", time, "2025-03-01 184507"},
              Case{"IST-5:30", time, "2025-03-02 001507"},
              Case{"EST5", time, "2025-03-01 134507"},
-             Case{"CET-1CEST,M3.5.0,M10.5.0/3", utc(2025, 7, 1, 0, 0, 0), "2025-07-01 020000"},
+             Case{"CET-1CEST,M3.5.0,M10.5.0/3", sys_days(2025y / 7 / 1), "2025-07-01 020000"},
          }) {
         const TimeZone zone(c.zone);
         EXPECT_EQ(localTimestamp(c.time), c.expected) << c.zone;
@@ -97,9 +90,9 @@ TEST(TimeText, FollowsTheLocalZoneWhereTheUserTravels)
 TEST(TimeText, KnowsUniversalTimeInAnyZone)
 {
     const TimeZone zone("IST-5:30");
-    EXPECT_EQ(utcTimestamp(utc(2025, 3, 1, 14, 5, 9) + milliseconds(1)), "2025-03-01T14:05:09");
-    EXPECT_EQ(utcTimestamp(utc(1970, 1, 1, 0, 0, 0) - milliseconds(1)), "1969-12-31T23:59:59");
-    EXPECT_EQ(utcTimestamp(utc(2024, 2, 29, 0, 0, 0)), "2024-02-29T00:00:00");
+    EXPECT_EQ(utcTimestamp(sys_days(2025y / 3 / 1) + 14h + 5min + 9s + 1ms), "2025-03-01T14:05:09");
+    EXPECT_EQ(utcTimestamp(sys_days(1970y / 1 / 1) - 1ms), "1969-12-31T23:59:59");
+    EXPECT_EQ(utcTimestamp(sys_days(2024y / 2 / 29)), "2024-02-29T00:00:00");
 }
 
 } // namespace korvane

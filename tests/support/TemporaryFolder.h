@@ -34,7 +34,7 @@ public:
     /** Writes a file below the folder, with the folders it needs, and gives its path. */
     std::filesystem::path write(const std::filesystem::path& name, std::string_view content) const
     {
-        const std::filesystem::path file = path_ / name;
+        std::filesystem::path file = path_ / name;
         std::filesystem::create_directories(file.parent_path());
         std::ofstream stream(file, std::ios::binary | std::ios::trunc);
         stream.write(content.data(), static_cast<std::streamsize>(content.size()));

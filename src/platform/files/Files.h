@@ -23,7 +23,7 @@ bool isDirectory(const std::filesystem::path& path);
 
 /**
  * Makes a folder and its missing parents, for the user's eyes only, as the XDG Base Directory
- * Specification asks. Where that fails, using the folder will fail too and say why.
+ * rules ask. Where that fails, using the folder will fail too and say why.
  */
 void createPrivateFolders(const std::filesystem::path& path);
 
