@@ -72,11 +72,12 @@ void PrinterService::reload()
 void PrinterService::startServer()
 {
     const std::uint16_t port = shared().settings.ippPort;
-    auto pipeline = std::make_shared<JobPipeline>(
-        environment_.queues, environment_.clock, log_,
-        [weak = weak_from_this()](const CompletedJob& job) {
-            if (const auto self = weak.lock()) self->handleCompletedJob(job);
-        });
+    auto pipeline =
+        std::make_shared<JobPipeline>(environment_.queues, environment_.clock, log_,
+                                      [weak = weak_from_this()](const CompletedJob& job) {
+                                          if (const auto self = weak.lock())
+                                              self->handleCompletedJob(job);
+                                      });
     {
         const std::scoped_lock lock(mutex_);
         shared_.pipeline = std::move(pipeline);
@@ -131,9 +132,9 @@ void PrinterService::handleJob(const std::string& jobName, const Data& pdf) cons
     const Shared state = shared();
     const auto saveDirectory = store_.resolvedSaveDirectory();
     if (!saveDirectory) {
-        log_.note(fmt::format(
-            "PrinterService: save directory \"{}\" missing or unreadable, dropping job",
-            state.settings.saveDirectoryPath));
+        log_.note(
+            fmt::format("PrinterService: save directory \"{}\" missing or unreadable, dropping job",
+                        state.settings.saveDirectoryPath));
         return;
     }
     if (state.pipeline) state.pipeline->process(jobName, pdf, *saveDirectory);

@@ -24,9 +24,8 @@ int main()
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
 
-    AgentAppDelegate delegate(
-        KORVANE_BUILD, store, hostName(),
-        {.queues = queues, .network = network, .clock = clock, .log = *log});
+    AgentAppDelegate delegate(KORVANE_BUILD, store, hostName(),
+                              {.queues = queues, .network = network, .clock = clock, .log = *log});
     const auto termination = signals.watch(queues.main(), [&] {
         delegate.applicationWillTerminate();
         queues.stopMain();

@@ -60,9 +60,8 @@ void BonjourRegistrar::registerCurrent()
         return;
     }
     auto registered = directory_->registerService(
-        *current_, *queue_, [this](int error, const std::optional<std::string>& name) {
-            handleResult(error, name);
-        });
+        *current_, *queue_,
+        [this](int error, const std::optional<std::string>& name) { handleResult(error, name); });
     if (!registered) {
         log_.error(fmt::format("BonjourRegistrar: DNSServiceRegister failed: {}; retrying in {}s",
                                registered.error(), retryDelay_.next().count()));
@@ -79,7 +78,8 @@ void BonjourRegistrar::handleResult(int error, const std::optional<std::string>&
 {
     if (error == 0) {
         retryDelay_.reset();
-        log_.note(fmt::format("BonjourRegistrar: registered as \"{}\"", name.value_or("<unknown>")));
+        log_.note(
+            fmt::format("BonjourRegistrar: registered as \"{}\"", name.value_or("<unknown>")));
         return;
     }
     log_.error(fmt::format("BonjourRegistrar: registration lost (error {}); re-registering in {}s",

@@ -32,8 +32,8 @@ Overloaded(Cases...) -> Overloaded<Cases...>;
 
 } // namespace
 
-ClientConnection::ClientConnection(std::shared_ptr<TCPConnection> connection, ConnectionTable& table,
-                                   Router router, Log& log)
+ClientConnection::ClientConnection(std::shared_ptr<TCPConnection> connection,
+                                   ConnectionTable& table, Router router, Log& log)
     : connection_(std::move(connection)), table_(table), router_(std::move(router)), log_(log)
 {
 }
@@ -75,14 +75,13 @@ void ClientConnection::parse(bool peerEnded)
         connection_->send({interimContinue()}, {});
         result = parser_.parse();
     }
-    std::visit(Overloaded{
-                   [this](HTTPRequestParser::Complete& complete) {
-                       route(std::move(complete.request));
-                   },
-                   [this](const HTTPRequestParser::Error& error) { refuse(error.text); },
-                   [this, peerEnded](const auto&) { peerEnded ? close() : readMore(); },
-               },
-               result);
+    std::visit(
+        Overloaded{
+            [this](HTTPRequestParser::Complete& complete) { route(std::move(complete.request)); },
+            [this](const HTTPRequestParser::Error& error) { refuse(error.text); },
+            [this, peerEnded](const auto&) { peerEnded ? close() : readMore(); },
+        },
+        result);
 }
 
 void ClientConnection::route(HTTPRequest request)

@@ -28,8 +28,8 @@ public:
     /** Answers a complete request by calling the answer once, now or later on the same queue. */
     using Router = std::function<void(HTTPRequest, Answer)>;
 
-    ClientConnection(std::shared_ptr<TCPConnection> connection, ConnectionTable& table, Router router,
-                     Log& log);
+    ClientConnection(std::shared_ptr<TCPConnection> connection, ConnectionTable& table,
+                     Router router, Log& log);
 
     /** Issues the first read. */
     void start();

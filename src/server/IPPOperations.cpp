@@ -49,7 +49,7 @@ IPPMessage makeResponse(const IPPMessage& request, IPPStatus status,
         {.tag = IPPTag::operationAttributes,
          .attributes = {ipp::makeTextAttribute("attributes-charset", {"utf-8"}, IPPTag::charset),
                         ipp::makeTextAttribute("attributes-natural-language", {"en"},
-                                          IPPTag::naturalLanguage)}});
+                                               IPPTag::naturalLanguage)}});
     std::ranges::move(groups, std::back_inserter(response.groups));
     return response;
 }
@@ -155,16 +155,17 @@ void IPPOperations::sendDocument(const IPPMessage& request, const Completion& co
     }
     const PendingJob job = pendingJobBuffers_.take(id).value_or(PendingJob{});
     pendingJobsChanged();
-    convertToPDF(Data::joining(job.documents), [this, id, name = job.jobName, completion](auto pdf) {
-        if (!pdf) {
-            log_.error(fmt::format("IPPServer: send-document for job {} rejected — {}", id,
-                                   pdf.error().description()));
-            completion({.status = IPPStatus::clientErrorDocumentFormatNotSupported});
-            return;
-        }
-        jobHandler_(name, *pdf);
-        completion(completedJob(id));
-    });
+    convertToPDF(Data::joining(job.documents),
+                 [this, id, name = job.jobName, completion](auto pdf) {
+                     if (!pdf) {
+                         log_.error(fmt::format("IPPServer: send-document for job {} rejected — {}",
+                                                id, pdf.error().description()));
+                         completion({.status = IPPStatus::clientErrorDocumentFormatNotSupported});
+                         return;
+                     }
+                     jobHandler_(name, *pdf);
+                     completion(completedJob(id));
+                 });
 }
 
 void IPPOperations::convertToPDF(const Data& document, const PDFHandler& handler)

@@ -23,11 +23,11 @@
 namespace korvane {
 
 /**
- * Carries out IPP requests (RFC 8011) and takes print jobs in. The printer has no job queue: a job is
- * handed on the moment it is complete, and reported as completed.
+ * Carries out IPP requests (RFC 8011) and takes print jobs in. The printer has no job queue: a job
+ * is handed on the moment it is complete, and reported as completed.
  *
- * Used on the server's queue only. PDF documents are handed on within the call; raster documents are
- * converted in the background first, so that other clients are answered meanwhile.
+ * Used on the server's queue only. PDF documents are handed on within the call; raster documents
+ * are converted in the background first, so that other clients are answered meanwhile.
  */
 class IPPOperations {
 public:

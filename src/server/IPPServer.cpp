@@ -50,9 +50,9 @@ IPPServer::IPPServer(std::uint16_t configuredPort,
       queue_(environment.queues.makeSerial("ipp.server")),
       bonjour_(environment.queues, environment.directory, environment.log),
       interfaceMonitor_(environment.paths, environment.log),
-      operations_(std::make_unique<IPPOperations>(
-          *queue_, environment.queues.background(), environment.clock, environment.log,
-          descriptorProvider_, std::move(jobHandler))),
+      operations_(std::make_unique<IPPOperations>(*queue_, environment.queues.background(),
+                                                  environment.clock, environment.log,
+                                                  descriptorProvider_, std::move(jobHandler))),
       connections_(std::make_unique<ConnectionTable>(*queue_, environment.log, environment.limits))
 {
     operations_->onPendingBytes = [this](std::size_t bytes) { connections_->holdElsewhere(bytes); };
@@ -154,7 +154,8 @@ void IPPServer::handleFailure(const SystemError& error)
 void IPPServer::reportPortUnavailable(const SystemError& error)
 {
     log_.error(fmt::format(
-        "IPPServer: can't bind port {} ({}). Not advertising — the printer will be unavailable, and "
+        "IPPServer: can't bind port {} ({}). Not advertising — the printer will be unavailable, "
+        "and "
         "clients keep whatever they already cached, rather than being pointed at a different port. "
         "Free the port or change it in Settings; retrying meanwhile.",
         configuredPort_, error.description()));

@@ -56,7 +56,8 @@ public:
     IPPServer(const IPPServer&) = delete;
     IPPServer& operator=(const IPPServer&) = delete;
 
-    /** Told the port on the main queue, each time the listener becomes ready. Set before `start`. */
+    /** Told the port on the main queue, each time the listener becomes ready. Set before `start`.
+     */
     std::function<void(std::uint16_t port)> onReady;
 
     /** Told on the main queue that the port cannot be bound: once for each `start`, however many

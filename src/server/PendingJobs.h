@@ -23,8 +23,8 @@ struct PendingJob {
 };
 
 /**
- * The Create-Job jobs that wait for their last document. One that waits too long is dropped. Used on
- * the server's queue only.
+ * The Create-Job jobs that wait for their last document. One that waits too long is dropped. Used
+ * on the server's queue only.
  */
 class PendingJobs {
 public:

@@ -107,7 +107,8 @@ protected:
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(::connect(client.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(::connect(client.get(), reinterpret_cast<sockaddr*>(&address), sizeof address),
+                  0);
         return client;
     }
 
@@ -154,12 +155,12 @@ TEST_F(SocketNetworkTest, ALongAnswerReachesAClientThatReadsSlowly)
 {
     const std::string body(std::size_t{8} << 20, 'x');
     onConnection = [&](const std::shared_ptr<TCPConnection>& connection) {
-        connection->send({Data::copying("head "), Data::copying(std::string_view(body)),
-                          Data::copying(" tail")},
-                         [&, connection](const auto& error) {
-                             states.add(error ? "failed" : "sent");
-                             connection->cancel();
-                         });
+        connection->send(
+            {Data::copying("head "), Data::copying(std::string_view(body)), Data::copying(" tail")},
+            [&, connection](const auto& error) {
+                states.add(error ? "failed" : "sent");
+                connection->cancel();
+            });
     };
     listener = listen(port, states);
     states.waitFor(1);
@@ -183,8 +184,7 @@ TEST_F(SocketNetworkTest, ReadsBringEveryByteThenTheEnd)
     states.waitFor(1);
     const std::string sent(300'000, 'y');
     const FileDescriptor client = connect();
-    EXPECT_EQ(::send(client.get(), sent.data(), sent.size(), 0),
-              static_cast<ssize_t>(sent.size()));
+    EXPECT_EQ(::send(client.get(), sent.data(), sent.size(), 0), static_cast<ssize_t>(sent.size()));
     ::shutdown(client.get(), SHUT_WR);
     EXPECT_THAT(states.waitFor(2), ElementsAre("ready", "ended"));
     EXPECT_EQ(received, sent.size());

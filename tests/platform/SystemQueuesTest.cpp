@@ -2,8 +2,8 @@
 
 #include "support/RecordingLog.h"
 
-#include <gmock/gmock.h>
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 

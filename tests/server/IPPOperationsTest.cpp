@@ -34,6 +34,11 @@ struct Job {
     friend bool operator==(const Job&, const Job&) = default;
 };
 
+Data smallRaster()
+{
+    return test::URFBuilder(1).page(test::Raster{.width = 4, .height = 2}, 300).build();
+}
+
 /** The operations with one client that asks and reads the answers. */
 class IPPOperationsTest : public testing::Test {
 protected:
@@ -113,7 +118,9 @@ protected:
         queues.background(),
         clock,
         log,
-        [] { return PrinterDescriptor{"Office", "ipp://desk/print", "0a0b", "desk"}; },
+        [] {
+            return PrinterDescriptor{"Office", "ipp://desk/print", "0a0b", "desk"};
+        },
         [this](const std::string& name, const Data& pdf) {
             jobs.push_back({name, std::string(pdf.text())});
         }};
@@ -128,14 +135,14 @@ TEST_F(IPPOperationsTest, PrintJobHandsTheDocumentOnAndReportsItCompleted)
     EXPECT_EQ(response.code, code(IPPStatus::successfulOk));
     ASSERT_THAT(response.groups, SizeIs(2));
     EXPECT_EQ(response.groups[0],
-              (IPPAttributeGroup{IPPTag::operationAttributes,
-                                 {ipp::makeTextAttribute("attributes-charset", {"utf-8"},
-                                                         IPPTag::charset),
-                                  ipp::makeTextAttribute("attributes-natural-language", {"en"},
-                                                         IPPTag::naturalLanguage)}}));
+              (IPPAttributeGroup{
+                  IPPTag::operationAttributes,
+                  {ipp::makeTextAttribute("attributes-charset", {"utf-8"}, IPPTag::charset),
+                   ipp::makeTextAttribute("attributes-natural-language", {"en"},
+                                          IPPTag::naturalLanguage)}}));
     EXPECT_EQ(jobOf(response), completed(1));
     EXPECT_THAT(jobs, ElementsAre(Job{"Letter", "%PDF-1.7 letter"}));
-    EXPECT_EQ(log.lines().front(), "IPPServer: op=printJob reqID=77 bodyBytes=48 docBytes=15");
+    EXPECT_EQ(log.lines().front(), "IPPServer: op=printJob reqID=77 bodyBytes=44 docBytes=15");
     EXPECT_EQ(jobOf(ask(request(0x0002, named("Next"), "%PDF"))), completed(2));
 }
 
@@ -165,7 +172,7 @@ TEST_F(IPPOperationsTest, ARefusedDocumentUsesNoJobID)
 TEST_F(IPPOperationsTest, ARasterDocumentIsConvertedWhileOthersAreAnswered)
 {
     HTTPRequest http;
-    http.body = ipp::encode(request(0x0002, named("Photo"), smallURF().text()));
+    http.body = ipp::encode(request(0x0002, named("Photo"), smallRaster().text()));
     std::optional<HTTPResponse> answer;
     operations.handleRequest(http, [&](HTTPResponse response) { answer = std::move(response); });
     EXPECT_FALSE(answer);
@@ -278,11 +285,11 @@ TEST_F(IPPOperationsTest, DescribesThePrinterWithEveryAttribute)
     ASSERT_THAT(response.groups, SizeIs(2));
     EXPECT_EQ(response.groups[1].tag, IPPTag::printerAttributes);
     EXPECT_THAT(response.groups[1].attributes, SizeIs(56));
-    EXPECT_EQ(std::get<ipp::Text>(ipp::findAttribute(response, "printer-name",
-                                                     IPPTag::printerAttributes)
-                                      ->values[0])
-                  .text,
-              "Office");
+    EXPECT_EQ(
+        std::get<ipp::Text>(
+            ipp::findAttribute(response, "printer-name", IPPTag::printerAttributes)->values[0])
+            .text,
+        "Office");
 }
 
 } // namespace

@@ -179,8 +179,8 @@ TEST_F(ListenerRestart, ReportsATakenPortOnceHoweverManyRetriesFail)
     std::size_t listeners = 1;
     for (const int delay : {1, 2, 4, 8, 16, 30, 30}) {
         tell(TCPListener::Failed{SystemError{EADDRINUSE}});
-        EXPECT_THAT(log.lines(), Contains("IPPServer: restarting listener in " +
-                                          std::to_string(delay) + "s"));
+        EXPECT_THAT(log.lines(),
+                    Contains("IPPServer: restarting listener in " + std::to_string(delay) + "s"));
         queues.advance(seconds(delay) - milliseconds(1));
         EXPECT_EQ(network.listeners.size(), listeners);
         queues.advance(milliseconds(1));

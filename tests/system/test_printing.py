@@ -43,7 +43,7 @@ class IPPTool(unittest.TestCase):
         with Agent() as agent:
             agent.wait_ready()
             answer = self.ipptool(agent, "get-printer-attributes.test")
-            attributes = answer[answer.index("printer-uri-supported"):]
+            attributes = answer[answer.index("        printer-uri-supported"):]
             names = re.findall(r"^        ([a-z-]+) \(", attributes, re.M)
             self.assertEqual(len(names), 56)
             self.assertIn("printer-name (nameWithoutLanguage) = Test Printer", answer)

@@ -34,7 +34,8 @@ public:
 class ServiceDirectory {
 public:
     /** What became of a registration: 0 and the name it was given, which differs from the one asked
-     *  for when that was taken; or an error code, after which the registration is no longer live. */
+     *  for when that was taken; or an error code, after which the registration is no longer live.
+     */
     using ResultHandler = std::function<void(int error, std::optional<std::string> name)>;
 
     virtual ~ServiceDirectory() = default;
@@ -42,7 +43,8 @@ public:
     /** Registers a service, or says with an error code why it cannot. The handler runs on `queue`,
      *  on which the registration is also destroyed, and never after that. */
     virtual Result<std::unique_ptr<ServiceRegistration>, int>
-    registerService(const Registration& registration, SerialQueue& queue, ResultHandler handler) = 0;
+    registerService(const Registration& registration, SerialQueue& queue,
+                    ResultHandler handler) = 0;
 };
 
 } // namespace korvane

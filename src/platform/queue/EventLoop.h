@@ -24,7 +24,8 @@ public:
     std::chrono::steady_clock::time_point now() const override;
     std::unique_ptr<DescriptorWatch> watch(int descriptor) override;
 
-    /** Serves the queue on this thread until `stop`, or until `finish` and nothing is left to do. */
+    /** Serves the queue on this thread until `stop`, or until `finish` and nothing is left to do.
+     */
     void run();
 
     /** Ends `run` after the task it is in. */

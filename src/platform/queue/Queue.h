@@ -10,7 +10,8 @@ namespace korvane {
 /** Work handed to a queue. It does not throw. */
 using Task = std::function<void()>;
 
-/** Runs the tasks that it is given, later and elsewhere. Tasks may be handed over from any thread. */
+/** Runs the tasks that it is given, later and elsewhere. Tasks may be handed over from any thread.
+ */
 class Queue {
 public:
     virtual ~Queue() = default;

@@ -15,8 +15,8 @@ public:
 
 /**
  * Turns the requests to end this process, SIGTERM and SIGINT, into tasks. Made on the main thread
- * before there is any other. From then on SIGPIPE is ignored: a peer that is gone is an error of the
- * write, not our end.
+ * before there is any other. From then on SIGPIPE is ignored: a peer that is gone is an error of
+ * the write, not our end.
  */
 class TerminationSignals {
 public:

@@ -18,7 +18,8 @@ namespace korvane {
 class TCPListener {
 public:
     struct Ready {};
-    /** Connections cannot be accepted for now (descriptors or memory ran out); it goes on by itself. */
+    /** Connections cannot be accepted for now (descriptors or memory ran out); it goes on by
+     * itself. */
     struct Waiting {
         SystemError error;
     };

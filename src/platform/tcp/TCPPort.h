@@ -5,8 +5,8 @@
 
 namespace korvane {
 
-/** A port that can be listened on. Port 0, which asks the system for any port, is refused: a printer
- *  has to be found again where it was. */
+/** A port that can be listened on. Port 0, which asks the system for any port, is refused: a
+ * printer has to be found again where it was. */
 class TCPPort {
 public:
     static std::optional<TCPPort> make(std::uint16_t number)
