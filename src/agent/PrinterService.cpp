@@ -92,8 +92,11 @@ void PrinterService::startServer()
             if (const auto self = weak.lock()) self->handleJob(jobName, pdf);
         },
         environment_);
-    server->onReady = [weak = weak_from_this(), &log = log_](std::uint16_t readyPort) {
-        if (const auto self = weak.lock()) self->setAdvertisedPort(readyPort);
+    server->onReady = [weak = weak_from_this(), sender = std::weak_ptr(server),
+                       &log = log_](std::uint16_t readyPort) {
+        // A server that has been replaced lives on for its last clients, and may still say this.
+        const auto self = weak.lock();
+        if (self && self->ippServer_ == sender.lock()) self->setAdvertisedPort(readyPort);
         log.note(fmt::format("PrinterService: ready on port {}, Bonjour advertising", readyPort));
     };
     const auto started = server->start();

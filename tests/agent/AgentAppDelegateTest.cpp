@@ -1,0 +1,49 @@
+#include "agent/AgentAppDelegate.h"
+
+#include "AgentFixture.h"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace korvane {
+namespace {
+
+class AgentAppDelegateTest : public AgentFixture {
+protected:
+    AgentAppDelegate delegate{"0.1.0", store, "Office Mac", environment};
+};
+
+TEST_F(AgentAppDelegateTest, LaunchesWithoutSettingsAndWaits)
+{
+    delegate.applicationDidFinishLaunching();
+    const std::vector<std::string> lines = log.lines();
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(lines[0], fmt::format("KorvaneAgent: starting (pid={}, build 0.1.0)", ::getpid()));
+    EXPECT_THAT(lines[1], testing::StartsWith("PrinterService: created new persistent UUID "));
+    EXPECT_EQ(lines[2], "PrinterService: not configured, stopping");
+    EXPECT_EQ(home.read("Korvane/agent-version"), "0.1.0");
+    EXPECT_EQ(home.read("Korvane/printer-uuid").size(), 36U);
+    EXPECT_TRUE(network.listeners.empty());
+}
+
+TEST_F(AgentAppDelegateTest, RunsThePrinterUntilItTerminates)
+{
+    choose({});
+    delegate.applicationDidFinishLaunching();
+    listenerIsReady();
+    EXPECT_THAT(directory.live, testing::ElementsAre("Office"));
+    delegate.applicationWillTerminate();
+    EXPECT_TRUE(network.latest().cancelled);
+    EXPECT_THAT(directory.live, testing::IsEmpty());
+}
+
+TEST_F(AgentAppDelegateTest, TerminatesBeforeItEverLaunched)
+{
+    delegate.applicationWillTerminate();
+    EXPECT_TRUE(log.lines().empty());
+}
+
+} // namespace
+} // namespace korvane

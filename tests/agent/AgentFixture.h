@@ -1,0 +1,115 @@
+#pragma once
+
+#include "config/SettingsStore.h"
+#include "ipp/IPPCodec.h"
+#include "server/IPPServer.h"
+#include "support/FakeNetwork.h"
+#include "support/FakeServiceDirectory.h"
+#include "support/ManualClock.h"
+#include "support/ManualQueues.h"
+#include "support/RecordingLog.h"
+#include "support/TemporaryFolder.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace korvane {
+
+/** What the user chose; the rest is the same in all tests. */
+struct Chosen {
+    std::string name = "Office";
+    /** The folder for documents when empty. */
+    std::string folder;
+    int port = 8631;
+};
+
+/** A user's machine: settings, a folder for documents, and clients that print. */
+class AgentFixture : public testing::Test {
+protected:
+    AgentFixture() { ::setenv("TZ", "UTC", 1); }
+
+    void choose(const Chosen& chosen) const
+    {
+        home.write("Korvane/settings.json",
+                   fmt::format(R"({{"printerName": "{}", "saveDirectoryPath": "{}",
+                                    "notesEnabled": false, "notesFolder": "Paper",
+                                    "ippPort": {}}})",
+                               chosen.name,
+                               chosen.folder.empty() ? scans.path().string() : chosen.folder,
+                               chosen.port));
+    }
+
+    void listenerIsReady()
+    {
+        network.latest().tell(TCPListener::Ready{});
+        queues.run();
+    }
+
+    /** A whole request as it comes over the wire. */
+    static std::string request(std::uint16_t operation, const std::string& jobName = {},
+                               std::string_view document = {})
+    {
+        IPPMessage message{.versionMajor = 2, .code = operation, .requestID = 1};
+        message.groups.push_back({.tag = IPPTag::operationAttributes,
+                                  .attributes = {ipp::makeTextAttribute("job-name", {jobName},
+                                                                        IPPTag::nameWithoutLang)}});
+        message.documentData = Data::copying(document);
+        const Data body = ipp::encode(message);
+        return fmt::format("POST /ipp/print HTTP/1.1\r\nContent-Type: application/ipp\r\n"
+                           "Content-Length: {}\r\n\r\n{}",
+                           body.size(), body.text());
+    }
+
+    static std::string printJob(const std::string& jobName, std::string_view document)
+    {
+        return request(0x0002, jobName, document);
+    }
+
+    /** The message in the answer that a client was sent. */
+    static IPPMessage answerTo(const FakeConnection& client)
+    {
+        const std::size_t end = client.answer.find("\r\n\r\n");
+        if (end == std::string::npos) return {};
+        const std::string_view body = std::string_view(client.answer).substr(end + 4);
+        return ipp::decode(Data::copying(body)).value_or(IPPMessage{});
+    }
+
+    /** A client of the listener sends a request and gets its answer. */
+    IPPMessage ask(FakeListener& listener, const std::string& message)
+    {
+        const auto client = listener.connect();
+        client->clientSends(message);
+        queues.run();
+        return answerTo(*client);
+    }
+
+    /** A printer attribute of one text, as a client sees it. */
+    std::string printerAttribute(std::string_view name)
+    {
+        const IPPMessage answer = ask(network.latest(), request(0x000B));
+        const IPPAttribute* attribute = ipp::findAttribute(answer, name, IPPTag::printerAttributes);
+        return attribute == nullptr ? "none" : std::get<ipp::Text>(attribute->values[0]).text;
+    }
+
+    std::string printerURI() { return printerAttribute("printer-uri-supported"); }
+
+    ManualQueues queues;
+    FakeNetwork network;
+    FakeServiceDirectory directory;
+    ManualClock clock;
+    RecordingLog log;
+    TemporaryFolder home;
+    TemporaryFolder scans;
+    SettingsStore store{home.path(), "Office Mac"};
+    ServerEnvironment environment{
+        .queues = queues, .network = network, .clock = clock, .log = log, .directory = &directory};
+};
+
+} // namespace korvane

@@ -1,0 +1,205 @@
+#include "agent/PrinterService.h"
+
+#include "AgentFixture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace korvane {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+class PrinterServiceTest : public AgentFixture {
+protected:
+    ~PrinterServiceTest() override
+    {
+        service.reset();
+        queues.run();
+    }
+
+    void reload()
+    {
+        service->reload();
+        queues.run();
+    }
+
+    /** The printer runs with the settings as they are. */
+    void startPrinter()
+    {
+        choose({});
+        reload();
+        listenerIsReady();
+    }
+
+    std::shared_ptr<PrinterService> service =
+        std::make_shared<PrinterService>(store, "Office Mac", environment);
+};
+
+TEST_F(PrinterServiceTest, DescribesThePrinterWithItsPortOnceItIsReady)
+{
+    choose({});
+    reload();
+    EXPECT_EQ(printerURI(), "ipp://Office Mac.local./ipp/print");
+    EXPECT_THAT(directory.live, IsEmpty());
+    listenerIsReady();
+    EXPECT_EQ(printerURI(), "ipp://Office Mac.local.:8631/ipp/print");
+    EXPECT_EQ(printerAttribute("printer-name"), "Office");
+    EXPECT_EQ(printerAttribute("printer-location"), "Office Mac");
+    EXPECT_EQ(printerAttribute("printer-uuid"), "urn:uuid:" + home.read("Korvane/printer-uuid"));
+    EXPECT_THAT(directory.live, ElementsAre("Office"));
+    EXPECT_EQ(log.count("PrinterService: ready on port 8631, Bonjour advertising"), 1);
+}
+
+TEST_F(PrinterServiceTest, CallsAComputerWithoutANameMac)
+{
+    service = std::make_shared<PrinterService>(store, std::nullopt, environment);
+    startPrinter();
+    EXPECT_EQ(printerURI(), "ipp://Mac.local.:8631/ipp/print");
+}
+
+TEST_F(PrinterServiceTest, AdvertisesAnotherNameFromTheSameListener)
+{
+    startPrinter();
+    choose({.name = "Attic"});
+    reload();
+    EXPECT_THAT(directory.live, ElementsAre("Attic"));
+    EXPECT_EQ(network.listeners.size(), 1U);
+    EXPECT_FALSE(network.latest().cancelled);
+    EXPECT_EQ(printerURI(), "ipp://Office Mac.local.:8631/ipp/print");
+}
+
+TEST_F(PrinterServiceTest, MovesToAnotherPort)
+{
+    startPrinter();
+    choose({.port = 9000});
+    reload();
+    EXPECT_EQ(log.count("PrinterService: IPP port changed to 9000, restarting listener"), 1);
+    ASSERT_EQ(network.listeners.size(), 2U);
+    EXPECT_TRUE(network.listeners.front()->cancelled);
+    EXPECT_THAT(directory.live, IsEmpty());
+    EXPECT_EQ(printerURI(), "ipp://Office Mac.local./ipp/print");
+    listenerIsReady();
+    EXPECT_EQ(printerURI(), "ipp://Office Mac.local.:9000/ipp/print");
+}
+
+TEST_F(PrinterServiceTest, DisappearsWhileItsSettingsAreUnusable)
+{
+    startPrinter();
+    choose({.name = " "});
+    reload();
+    EXPECT_EQ(log.lines().back(), "PrinterService: not configured, stopping");
+    EXPECT_TRUE(network.latest().cancelled);
+    EXPECT_THAT(directory.live, IsEmpty());
+    startPrinter();
+    EXPECT_EQ(network.listeners.size(), 2U);
+    EXPECT_THAT(directory.live, ElementsAre("Office"));
+}
+
+TEST_F(PrinterServiceTest, TriesAgainAtTheNextReloadWhenNoListenerCanBeMade)
+{
+    network.refusals = {SystemError{EMFILE}};
+    choose({});
+    reload();
+    EXPECT_THAT(log.errors(),
+                ElementsAre("PrinterService: IPP listener failed to start: Too many open files"));
+    startPrinter();
+    EXPECT_THAT(directory.live, ElementsAre("Office"));
+}
+
+TEST_F(PrinterServiceTest, SavesAJobAndSaysWhere)
+{
+    startPrinter();
+    const IPPMessage answer = ask(network.latest(), printJob("Letter", "%PDF letter"));
+    EXPECT_EQ(answer.code, 0x0000);
+    EXPECT_EQ(scans.read("Letter 2025-03-01 140509.pdf"), "%PDF letter");
+    EXPECT_EQ(log.lines().back(), "PrinterService: job saved at " + scans.path().string() +
+                                      "/Letter 2025-03-01 140509.pdf (0 text chars)");
+}
+
+TEST_F(PrinterServiceTest, DropsAJobWhoseFolderHasVanishedAndStillAnswersTheClient)
+{
+    startPrinter();
+    std::filesystem::remove_all(scans.path());
+    const IPPMessage answer = ask(network.latest(), printJob("Letter", "%PDF letter"));
+    EXPECT_EQ(answer.code, 0x0000);
+    EXPECT_EQ(log.lines().back(), "PrinterService: save directory \"" + scans.path().string() +
+                                      "\" missing or unreadable, dropping job");
+    EXPECT_FALSE(std::filesystem::exists(scans.path()));
+}
+
+TEST_F(PrinterServiceTest, SavesInTheFolderThatTheSettingsNameWhenTheJobComes)
+{
+    startPrinter();
+    const TemporaryFolder other;
+    choose({.folder = other.path().string()});
+    ask(network.latest(), printJob("Letter", "%PDF letter"));
+    EXPECT_EQ(other.read("Letter 2025-03-01 140509.pdf"), "%PDF letter");
+    EXPECT_EQ(scans.entryCount(), 0);
+}
+
+TEST_F(PrinterServiceTest, FinishesAJobThatIsBeingReceivedWhileThePortChanges)
+{
+    startPrinter();
+    const std::string message = printJob("Letter", "%PDF letter");
+    const auto client = network.latest().connect();
+    client->clientSends(message.substr(0, message.size() - 3));
+    choose({.port = 9000});
+    reload();
+    client->clientSends(message.substr(message.size() - 3));
+    queues.run();
+    EXPECT_THAT(client->answer, StartsWith("HTTP/1.1 200 OK"));
+    EXPECT_TRUE(client->closed);
+    EXPECT_EQ(scans.read("Letter 2025-03-01 140509.pdf"), "%PDF letter");
+}
+
+TEST_F(PrinterServiceTest, ForgetsThePortOfAServerThatIsReplacedTheMomentItIsReady)
+{
+    choose({});
+    reload();
+    const auto client = network.latest().connect();
+    network.latest().tell(TCPListener::Ready{});
+    choose({.port = 9000});
+    reload();
+    EXPECT_FALSE(client->closed) << "it keeps the first server alive";
+    EXPECT_EQ(printerURI(), "ipp://Office Mac.local./ipp/print");
+    client->clientFinishes();
+}
+
+TEST_F(PrinterServiceTest, StopsForGood)
+{
+    startPrinter();
+    service->stop();
+    queues.run();
+    EXPECT_TRUE(network.latest().cancelled);
+    EXPECT_THAT(directory.live, IsEmpty());
+}
+
+TEST_F(PrinterServiceTest, LeavesAPrinterThatAnswersButSavesNothingWhenItIsGone)
+{
+    startPrinter();
+    const auto last = network.latest().connect();
+    service.reset();
+    queues.run();
+    log.clear();
+    EXPECT_EQ(printerURI(), "ipp://localhost/ipp/print");
+    EXPECT_EQ(printerAttribute("printer-name"), "Korvane");
+    last->clientSends(printJob("Letter", "%PDF letter"));
+    queues.run();
+    EXPECT_EQ(answerTo(*last).code, 0x0000);
+    EXPECT_EQ(scans.entryCount(), 0);
+    EXPECT_THAT(log.lines(), Not(Contains(StartsWith("PrinterService"))));
+}
+
+} // namespace
+} // namespace korvane
