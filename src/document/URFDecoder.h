@@ -42,11 +42,11 @@ struct Error {
  * them, so these bound the memory and the time that one document takes.
  */
 struct Limits {
-    /** Bytes of pixels. */
-    std::uint64_t pageRaster = UINT64_C(1) << 30;
+    /** Bytes of pixels: an A2 page in colour at 300 dpi is 104 MB. */
+    std::uint64_t pageRaster = UINT64_C(256) << 20;
     std::uint64_t documentRaster = UINT64_C(16) << 30;
     /** Bytes of the PDF document. */
-    std::uint64_t pdf = UINT64_C(2) << 30;
+    std::uint64_t pdf = UINT64_C(1) << 30;
 };
 
 /** Whether the bytes begin with the magic: "UNIRAST" and a zero byte. */

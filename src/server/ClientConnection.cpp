@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <exception>
 #include <utility>
 #include <variant>
 
@@ -32,6 +33,33 @@ Overloaded(Cases...) -> Overloaded<Cases...>;
 
 } // namespace
 
+/** Closes the connection when whoever should have answered has given up, on whatever thread. */
+class ClientConnection::PendingAnswer {
+public:
+    PendingAnswer(std::shared_ptr<ClientConnection> connection, SerialQueue& queue)
+        : connection_(std::move(connection)), queue_(queue)
+    {
+    }
+    PendingAnswer(const PendingAnswer&) = delete;
+    PendingAnswer& operator=(const PendingAnswer&) = delete;
+    ~PendingAnswer()
+    {
+        if (!connection_) return;
+        queue_.async([connection = std::move(connection_)] { connection->close(); });
+    }
+
+    void send(const HTTPResponse& response)
+    {
+        if (const auto connection = std::exchange(connection_, nullptr)) {
+            connection->sendResponse(response);
+        }
+    }
+
+private:
+    std::shared_ptr<ClientConnection> connection_;
+    SerialQueue& queue_;
+};
+
 ClientConnection::ClientConnection(std::shared_ptr<TCPConnection> connection,
                                    ConnectionTable& table, Router router, Log& log)
     : connection_(std::move(connection)), table_(table), router_(std::move(router)), log_(log)
@@ -57,10 +85,20 @@ void ClientConnection::handleReceived(const Received& received)
         close();
         return;
     }
+    try {
+        process(received);
+    } catch (const std::exception& error) {
+        log_.error(fmt::format("IPPServer: closing a connection: {}", error.what()));
+        close();
+    }
+}
+
+void ClientConnection::process(const Received& received)
+{
     table_.heardFrom(*this);
     if (!received.bytes.empty()) {
         if (!table_.hold(*this, parser_.bytesHeld() + received.bytes.size())) {
-            refuse("no room for the request, too much is being received already");
+            refuse("no room for the request, too much is being received");
             return;
         }
         parser_.append(received.bytes);
@@ -87,15 +125,19 @@ void ClientConnection::parse(bool peerEnded)
 void ClientConnection::route(HTTPRequest request)
 {
     table_.waitForUs(*this);
-    router_(std::move(request), [self = shared_from_this()](const HTTPResponse& response) {
-        self->sendResponse(response);
-    });
+    // What becomes of the body is counted by whoever keeps it.
+    table_.hold(*this, parser_.unparsed().size());
+    auto pending = std::make_shared<PendingAnswer>(shared_from_this(), table_.queue());
+    router_(std::move(request),
+            [pending](const HTTPResponse& response) { pending->send(response); });
 }
 
 void ClientConnection::refuse(const std::string& message)
 {
-    refused_ = true;
     log_.error("IPPServer: HTTP parse error: " + message);
+    refused_ = true;
+    parser_ = HTTPRequestParser();
+    table_.hold(*this, 0);
     sendResponse({.status = "400 Bad Request", .body = {}});
 }
 

@@ -25,7 +25,8 @@ class ClientConnection : public std::enable_shared_from_this<ClientConnection> {
 public:
     using Answer = std::function<void(HTTPResponse)>;
 
-    /** Answers a complete request by calling the answer once, now or later on the same queue. */
+    /** Answers a complete request by calling the answer once, now or later on the same queue. When
+     *  the answer is dropped without a call, the connection is closed. */
     using Router = std::function<void(HTTPRequest, Answer)>;
 
     ClientConnection(std::shared_ptr<TCPConnection> connection, ConnectionTable& table,
@@ -38,8 +39,11 @@ public:
     void close();
 
 private:
+    class PendingAnswer;
+
     void readMore();
     void handleReceived(const Received& received);
+    void process(const Received& received);
     void parse(bool peerEnded);
     void refuse(const std::string& message);
     void route(HTTPRequest request);

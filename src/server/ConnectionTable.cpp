@@ -3,12 +3,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace korvane {
 
-ConnectionTable::ConnectionTable(SerialQueue& queue, Log& log, Limits limits)
-    : queue_(queue), log_(log), limits_(limits)
+ConnectionTable::ConnectionTable(SerialQueue& queue, Log& log, const HeldBytes& held, Limits limits)
+    : queue_(queue), log_(log), held_(held), limits_(limits)
 {
 }
 
@@ -38,6 +39,7 @@ void ConnectionTable::heardFrom(const ClientConnection& connection)
 {
     if (Entry* entry = find(connection)) {
         entry->lastHeard = queue_.now();
+        entry->hasSpoken = true;
         entry->waitsForUs = false;
     }
 }
@@ -51,12 +53,16 @@ bool ConnectionTable::hold(const ClientConnection& connection, std::size_t bytes
 {
     Entry* entry = find(connection);
     if (entry == nullptr) return false;
-    const std::size_t others = heldBytes_ - entry->heldBytes;
-    if (bytes > limits_.alwaysHeld && others + bytes + heldElsewhere_ > limits_.heldBytes) {
-        return false;
+    heldBytes_ += bytes - std::exchange(entry->heldBytes, bytes);
+    while (heldBytes_ + held_.total() > limits_.heldBytes) {
+        const Entry* most = holdingMost();
+        if (most == nullptr) return true;
+        if (most->connection.get() == &connection) return false;
+        log_.error(fmt::format("IPPServer: closing the connection that holds most, {} bytes: too "
+                               "much is being received",
+                               most->heldBytes));
+        most->connection->close();
     }
-    entry->heldBytes = bytes;
-    heldBytes_ = others + bytes;
     return true;
 }
 
@@ -84,28 +90,43 @@ const ConnectionTable::Entry* ConnectionTable::mostSilent() const
     const Entry* oldest = nullptr;
     for (const Entry& entry : entries_) {
         if (entry.waitsForUs) continue;
-        if (oldest == nullptr || entry.lastHeard < oldest->lastHeard) oldest = &entry;
+        if (oldest == nullptr || std::tie(entry.hasSpoken, entry.lastHeard) <
+                                     std::tie(oldest->hasSpoken, oldest->lastHeard)) {
+            oldest = &entry;
+        }
     }
     return oldest;
+}
+
+const ConnectionTable::Entry* ConnectionTable::holdingMost() const
+{
+    const auto most = std::ranges::max_element(entries_, {}, &Entry::heldBytes);
+    return most == entries_.end() || most->heldBytes <= limits_.alwaysHeld ? nullptr : &*most;
 }
 
 void ConnectionTable::armSilenceCheck()
 {
     if (silenceCheck_ || entries_.empty()) return;
-    const Entry* entry = mostSilent();
-    const auto since = entry == nullptr ? queue_.now() : entry->lastHeard;
-    silenceCheck_ = queue_.after(since + limits_.silence - queue_.now(), [this] { closeSilent(); });
+    auto earliest = queue_.now();
+    for (const Entry& entry : entries_) {
+        if (!entry.waitsForUs) earliest = std::min(earliest, entry.lastHeard);
+    }
+    silenceCheck_ =
+        queue_.after(earliest + limits_.silence - queue_.now(), [this] { closeSilent(); });
 }
 
 void ConnectionTable::closeSilent()
 {
     silenceCheck_.reset();
-    for (const Entry* entry = mostSilent();
-         entry != nullptr && queue_.now() - entry->lastHeard >= limits_.silence;
-         entry = mostSilent()) {
+    const auto latest = queue_.now() - limits_.silence;
+    for (;;) {
+        const auto silent = std::ranges::find_if(entries_, [&](const Entry& entry) {
+            return !entry.waitsForUs && entry.lastHeard <= latest;
+        });
+        if (silent == entries_.end()) break;
         log_.error(fmt::format("IPPServer: closing a connection: nothing came for {} s",
                                limits_.silence.count()));
-        entry->connection->close();
+        silent->connection->close();
     }
     armSilenceCheck();
 }

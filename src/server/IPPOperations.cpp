@@ -56,27 +56,29 @@ IPPMessage makeResponse(const IPPMessage& request, IPPStatus status,
 
 } // namespace
 
-IPPOperations::IPPOperations(SerialQueue& queue, Queue& background, const Clock& clock, Log& log,
-                             DescriptorProvider descriptorProvider, JobHandler jobHandler)
-    : queue_(queue), background_(background), clock_(clock), log_(log),
+IPPOperations::IPPOperations(SerialQueue& queue, Queue& converting, const Clock& clock, Log& log,
+                             const HeldBytes& held, DescriptorProvider descriptorProvider,
+                             JobHandler jobHandler)
+    : queue_(queue), converting_(converting), clock_(clock), log_(log), held_(held),
       descriptorProvider_(std::move(descriptorProvider)), jobHandler_(std::move(jobHandler)),
-      pendingJobBuffers_(queue, [this](std::int32_t id) {
-          log_.error(fmt::format("IPPServer: dropping job {}: its last document never came", id));
-          pendingJobsChanged();
-      })
+      pendingJobBuffers_(queue, log, {})
 {
 }
 
 void IPPOperations::handleRequest(const HTTPRequest& request, const Answer& answer)
 {
-    const auto decoded = ipp::decode(request.body);
+    auto decoded = ipp::decode(held_.track(request.body));
     if (!decoded) {
         log_.error(fmt::format("IPPServer: IPP decode failed ({} body bytes): {}",
                                request.body.size(), decoded.error().description()));
         answer({.status = "400 Bad Request", .body = {}});
         return;
     }
-    const IPPMessage& message = *decoded;
+    IPPMessage& message = *decoded;
+    // A slice keeps the whole body: not worth it for a small document behind many attributes.
+    if (message.documentData.size() < request.body.size() / 2) {
+        message.documentData = held_.track(Data::copying(message.documentData.bytes()));
+    }
     log_.note(fmt::format("IPPServer: op={} reqID={} bodyBytes={} docBytes={}",
                           describeOperation(message.code), message.requestID, request.body.size(),
                           message.documentData.size()));
@@ -135,7 +137,6 @@ IPPOperations::Outcome IPPOperations::createJob(const IPPMessage& request)
 {
     const std::int32_t id = takeJobID();
     pendingJobBuffers_.open(id, jobName(request));
-    pendingJobsChanged();
     return {.groups = {makeJobGroup(id, jobStatePendingHeld, "job-incoming")}};
 }
 
@@ -143,40 +144,49 @@ void IPPOperations::sendDocument(const IPPMessage& request, const Completion& co
 {
     const auto namedID = firstOperationValue<ipp::Integer>(request, "job-id");
     const std::int32_t id = namedID ? namedID->value : 0;
-    if (!pendingJobBuffers_.append(id, request.documentData)) {
-        completion(completedJob(id));
-        return;
-    }
     const auto last = firstOperationValue<ipp::Boolean>(request, "last-document");
     if (last && !last->value) {
-        pendingJobsChanged();
+        const auto appended = pendingJobBuffers_.append(id, request.documentData);
+        appended == PendingJobs::Appended::tooLarge
+            ? completion({.status = IPPStatus::serverErrorInternalError})
+            : completion(completedJob(id));
+        return;
+    }
+    auto job = pendingJobBuffers_.take(id);
+    if (!job) {
         completion(completedJob(id));
         return;
     }
-    const PendingJob job = pendingJobBuffers_.take(id).value_or(PendingJob{});
-    pendingJobsChanged();
-    convertToPDF(Data::joining(job.documents),
-                 [this, id, name = job.jobName, completion](auto pdf) {
-                     if (!pdf) {
-                         log_.error(fmt::format("IPPServer: send-document for job {} rejected — {}",
-                                                id, pdf.error().description()));
-                         completion({.status = IPPStatus::clientErrorDocumentFormatNotSupported});
-                         return;
-                     }
-                     jobHandler_(name, *pdf);
-                     completion(completedJob(id));
-                 });
+    if (!request.documentData.empty()) job->documents.push_back(request.documentData);
+    convertToPDF(joined(job->documents), [this, id, name = job->jobName, completion](auto pdf) {
+        if (!pdf) {
+            log_.error(fmt::format("IPPServer: send-document for job {} rejected — {}", id,
+                                   pdf.error().description()));
+            completion({.status = IPPStatus::clientErrorDocumentFormatNotSupported});
+            return;
+        }
+        jobHandler_(name, *pdf);
+        completion(completedJob(id));
+    });
 }
 
-void IPPOperations::convertToPDF(const Data& document, const PDFHandler& handler)
+/** One document after the other; a single one is not copied. */
+Data IPPOperations::joined(const std::vector<Data>& documents) const
+{
+    return documents.size() == 1 ? documents.front() : held_.track(Data::joining(documents));
+}
+
+void IPPOperations::convertToPDF(const Data& document, PDFHandler handler)
 {
     if (!URFDecoder::isURF(document)) {
         handler(DocumentNormalizer::normalize(document));
         return;
     }
-    background_.async([this, document, handler] {
-        // Whoever waits for the answer keeps us alive.
-        queue_.async([handler, pdf = DocumentNormalizer::normalize(document)] { handler(pdf); });
+    // The handler keeps us alive, and is handed on: no other thread ends up as our last owner.
+    converting_.async([this, document, handler = std::move(handler)]() mutable {
+        auto pdf = DocumentNormalizer::normalize(document);
+        if (pdf) pdf = held_.track(*pdf);
+        queue_.async([handler = std::move(handler), pdf = std::move(pdf)] { handler(pdf); });
     });
 }
 
@@ -210,11 +220,6 @@ IPPAttributeGroup IPPOperations::makeJobGroup(std::int32_t id, std::int32_t stat
                 ipp::makeIntegerAttribute("job-state", {state}, ipp::IntegerSyntax::enumValue),
                 ipp::makeTextAttribute("job-state-reasons", {std::string(reason)}, IPPTag::keyword),
             }};
-}
-
-void IPPOperations::pendingJobsChanged()
-{
-    if (onPendingBytes) onPendingBytes(pendingJobBuffers_.heldBytes());
 }
 
 } // namespace korvane

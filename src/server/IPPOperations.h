@@ -10,6 +10,7 @@
 #include "platform/system/Clock.h"
 #include "server/HTTPRequest.h"
 #include "server/HTTPResponse.h"
+#include "server/HeldBytes.h"
 #include "server/IPPStatus.h"
 #include "server/PendingJobs.h"
 
@@ -36,15 +37,14 @@ public:
     using JobHandler = std::function<void(const std::string& jobName, const Data& pdf)>;
     using Answer = std::function<void(HTTPResponse)>;
 
-    IPPOperations(SerialQueue& queue, Queue& background, const Clock& clock, Log& log,
-                  DescriptorProvider descriptorProvider, JobHandler jobHandler);
+    /** Documents are converted on `converting` and counted by `held`. */
+    IPPOperations(SerialQueue& queue, Queue& converting, const Clock& clock, Log& log,
+                  const HeldBytes& held, DescriptorProvider descriptorProvider,
+                  JobHandler jobHandler);
 
-    /** Answers a request that carries IPP, exactly once; `answer` keeps alive what must outlive the
-     *  conversion of the document. */
+    /** Answers a request that carries IPP, once; `answer` keeps alive what must outlive the
+     *  conversion of the document. An answer that is dropped means that there will be none. */
     void handleRequest(const HTTPRequest& request, const Answer& answer);
-
-    /** Told how many bytes of unfinished jobs are held, when that changes. */
-    std::function<void(std::size_t)> onPendingBytes;
 
 private:
     /** What an operation comes to: its status, and the groups behind the operation attributes. */
@@ -60,18 +60,19 @@ private:
     Outcome createJob(const IPPMessage& request);
     void sendDocument(const IPPMessage& request, const Completion& completion);
 
-    void convertToPDF(const Data& document, const PDFHandler& handler);
+    Data joined(const std::vector<Data>& documents) const;
+    void convertToPDF(const Data& document, PDFHandler handler);
     std::string jobName(const IPPMessage& request) const;
     std::int32_t takeJobID();
     Outcome completedJob(std::int32_t id) const;
     IPPAttributeGroup makeJobGroup(std::int32_t id, std::int32_t state,
                                    std::string_view reason) const;
-    void pendingJobsChanged();
 
     SerialQueue& queue_;
-    Queue& background_;
+    Queue& converting_;
     const Clock& clock_;
     Log& log_;
+    HeldBytes held_;
     DescriptorProvider descriptorProvider_;
     JobHandler jobHandler_;
     std::int32_t nextJobID_ = 1;

@@ -50,12 +50,12 @@ IPPServer::IPPServer(std::uint16_t configuredPort,
       queue_(environment.queues.makeSerial("ipp.server")),
       bonjour_(environment.queues, environment.directory, environment.log),
       interfaceMonitor_(environment.paths, environment.log),
-      operations_(std::make_unique<IPPOperations>(*queue_, environment.queues.background(),
-                                                  environment.clock, environment.log,
+      operations_(std::make_unique<IPPOperations>(*queue_, environment.queues.utility(),
+                                                  environment.clock, environment.log, held_,
                                                   descriptorProvider_, std::move(jobHandler))),
-      connections_(std::make_unique<ConnectionTable>(*queue_, environment.log, environment.limits))
+      connections_(
+          std::make_unique<ConnectionTable>(*queue_, environment.log, held_, environment.limits))
 {
-    operations_->onPendingBytes = [this](std::size_t bytes) { connections_->holdElsewhere(bytes); };
 }
 
 IPPServer::~IPPServer()
@@ -110,9 +110,12 @@ Result<void, IPPServer::StartFailure> IPPServer::startListener()
 void IPPServer::handleState(const std::shared_ptr<TCPListener>& listener,
                             const TCPListener::State& state)
 {
+    if (!listener_ && !shouldRun_) {
+        if (std::holds_alternative<TCPListener::Cancelled>(state)) handleCancelled();
+        return;
+    }
     // A listener that a restart has replaced, or is about to, has nothing more to say.
-    const bool isStale = listener_ ? listener != listener_ : shouldRun_;
-    if (isStale) return;
+    if (listener != listener_) return;
     if (std::holds_alternative<TCPListener::Ready>(state)) {
         handleReady();
     } else if (const auto* failed = std::get_if<TCPListener::Failed>(&state)) {
@@ -127,7 +130,7 @@ void IPPServer::handleState(const std::shared_ptr<TCPListener>& listener,
 
 void IPPServer::handleReady()
 {
-    const auto boundPort = listener_ ? listener_->port() : std::nullopt;
+    const auto boundPort = listener_->port();
     if (!boundPort) return;
     port_ = *boundPort;
     restartDelay_.reset();
@@ -213,6 +216,8 @@ void IPPServer::stop()
         bonjour_.stop();
         closeListener();
     });
+    // The listener's last state follows, and is waited for.
+    queue_->sync([] {});
 }
 
 void IPPServer::republish()

@@ -11,6 +11,7 @@
 #include "platform/system/Clock.h"
 #include "platform/tcp/TCPListener.h"
 #include "server/ConnectionTable.h"
+#include "server/HeldBytes.h"
 #include "server/IPPOperations.h"
 #include "server/StartError.h"
 
@@ -100,6 +101,7 @@ private:
     std::shared_ptr<SerialQueue> queue_;
     BonjourRegistrar bonjour_;
     AdvertisingInterfaceMonitor interfaceMonitor_;
+    const HeldBytes held_;
     std::unique_ptr<IPPOperations> operations_;
     std::unique_ptr<ConnectionTable> connections_;
     std::shared_ptr<TCPListener> listener_;

@@ -1,52 +1,79 @@
 #include "server/PendingJobs.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <utility>
 
 namespace korvane {
 
-PendingJobs::PendingJobs(SerialQueue& queue, std::function<void(std::int32_t)> onExpired)
-    : queue_(queue), onExpired_(std::move(onExpired))
+PendingJobs::PendingJobs(SerialQueue& queue, Log& log, Limits limits)
+    : queue_(queue), log_(log), limits_(limits)
 {
 }
 
 void PendingJobs::open(std::int32_t id, std::string jobName)
 {
+    if (const auto former = entries_.find(id); former != entries_.end()) remove(former);
     Entry& entry = entries_[id];
-    entry.job = {std::move(jobName), {}};
+    grow(entry, jobName.size());
+    entry.job.jobName = std::move(jobName);
     keepWaiting(id, entry);
+    makeRoom();
 }
 
-bool PendingJobs::append(std::int32_t id, Data document)
+PendingJobs::Appended PendingJobs::append(std::int32_t id, Data document)
 {
     const auto found = entries_.find(id);
-    if (found == entries_.end()) return false;
+    if (found == entries_.end()) return Appended::unknownJob;
+    grow(found->second, document.size());
     if (!document.empty()) found->second.job.documents.push_back(std::move(document));
     keepWaiting(id, found->second);
-    return true;
+    makeRoom();
+    return entries_.contains(id) ? Appended::done : Appended::tooLarge;
 }
 
 std::optional<PendingJob> PendingJobs::take(std::int32_t id)
 {
-    auto node = entries_.extract(id);
-    if (node.empty()) return {};
-    return std::move(node.mapped().job);
-}
-
-std::size_t PendingJobs::heldBytes() const
-{
-    std::size_t bytes = 0;
-    for (const auto& [id, entry] : entries_) {
-        for (const Data& document : entry.job.documents) bytes += document.size();
-    }
-    return bytes;
+    const auto found = entries_.find(id);
+    if (found == entries_.end()) return {};
+    PendingJob job = std::move(found->second.job);
+    remove(found);
+    return job;
 }
 
 void PendingJobs::keepWaiting(std::int32_t id, Entry& entry)
 {
-    entry.expiry = queue_.after(longestWait, [this, id] {
-        const auto expired = entries_.extract(id);
-        onExpired_(id);
-    });
+    entry.lastSeen = ++clock_;
+    entry.expiry = queue_.after(
+        limits_.wait, [this, id] { drop(entries_.find(id), "its last document never came"); });
+}
+
+void PendingJobs::grow(Entry& entry, std::size_t bytes)
+{
+    entry.bytes += bytes;
+    bytes_ += bytes;
+}
+
+void PendingJobs::makeRoom()
+{
+    while (entries_.size() > limits_.jobs || bytes_ > limits_.bytes) {
+        drop(std::ranges::min_element(entries_, {},
+                                      [](const auto& entry) { return entry.second.lastSeen; }),
+             "too much is waiting for last documents");
+    }
+}
+
+void PendingJobs::drop(Entries::iterator entry, std::string_view reason)
+{
+    log_.error(fmt::format("IPPServer: dropping job {}: {}", entry->first, reason));
+    remove(entry);
+}
+
+void PendingJobs::remove(Entries::iterator entry)
+{
+    bytes_ -= entry->second.bytes;
+    entries_.erase(entry);
 }
 
 } // namespace korvane

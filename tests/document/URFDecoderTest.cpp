@@ -239,10 +239,10 @@ TEST(URFDecoder, RefusesAPageThatNoMemoryCanHold)
         {sized({}, 4294967295, 4294967295),
          "Unsupported URF: page 0 too large: 4294967295 x 4294967295 pixels"},
         {sized(gray, 1 << 30, 2), "Unsupported URF: page 0 too large: 1073741824 x 2 pixels"},
-        {sized({}, 1, 357913942), "Unsupported URF: page 0 too large: 1 x 357913942 pixels"},
+        {sized({}, 1, 89478486), "Unsupported URF: page 0 too large: 1 x 89478486 pixels"},
         // Just as large as a page may be, and refused for what it lacks.
-        {sized(gray, 1 << 15, 1 << 15), "URF document is truncated."},
-        {sized({}, 357913941, 1), "URF document is truncated."},
+        {sized(gray, 1 << 14, 1 << 14), "URF document is truncated."},
+        {sized({}, 89478485, 1), "URF document is truncated."},
     };
     for (const auto& page : cases) {
         SCOPED_TRACE(page.error);

@@ -42,11 +42,6 @@ Data smallRaster()
 /** The operations with one client that asks and reads the answers. */
 class IPPOperationsTest : public testing::Test {
 protected:
-    IPPOperationsTest()
-    {
-        operations.onPendingBytes = [this](std::size_t bytes) { pendingBytes = bytes; };
-    }
-
     static IPPMessage request(std::uint16_t code, std::vector<IPPAttribute> attributes = {},
                               std::string_view document = {})
     {
@@ -112,12 +107,13 @@ protected:
     ManualClock clock;
     RecordingLog log;
     std::vector<Job> jobs;
-    std::size_t pendingBytes = 0;
+    HeldBytes held;
     IPPOperations operations{
         *queues.queue("ipp.server"),
-        queues.background(),
+        queues.utility(),
         clock,
         log,
+        held,
         [] {
             return PrinterDescriptor{"Office", "ipp://desk/print", "0a0b", "desk"};
         },
@@ -196,10 +192,10 @@ TEST_F(IPPOperationsTest, DocumentsOfOneJobAreJoinedInOrder)
     EXPECT_EQ(jobOf(created), "1 4 job-incoming ipp://desk/print/1");
     EXPECT_EQ(jobOf(ask(request(0x0006, jobPart(ipp::Integer{1}, false), "%PDF one "))),
               completed(1));
-    EXPECT_EQ(pendingBytes, 9U);
+    EXPECT_EQ(held.total(), 9U) << "the document, and not the request around it";
     EXPECT_THAT(jobs, IsEmpty());
     EXPECT_EQ(jobOf(ask(request(0x0006, jobPart(ipp::Integer{1}, true), "two"))), completed(1));
-    EXPECT_EQ(pendingBytes, 0U);
+    EXPECT_EQ(held.total(), 0U);
     EXPECT_THAT(jobs, ElementsAre(Job{"Two parts", "%PDF one two"}));
     ask(request(0x0006, jobPart(ipp::Integer{1}, true), "%PDF again"));
     EXPECT_THAT(jobs, SizeIs(1));
@@ -246,10 +242,31 @@ TEST_F(IPPOperationsTest, AnUnfinishedJobIsDroppedAQuarterOfAnHourAfterItsLatest
     queues.advance(std::chrono::minutes(14));
     ask(request(0x0006, jobPart(ipp::Integer{1}, false), "%PDF"));
     queues.advance(std::chrono::minutes(14));
-    EXPECT_EQ(pendingBytes, 4U);
+    EXPECT_EQ(held.total(), 4U);
     queues.advance(std::chrono::minutes(1));
-    EXPECT_EQ(pendingBytes, 0U);
+    EXPECT_EQ(held.total(), 0U);
     EXPECT_THAT(log.errors(), ElementsAre(HasSubstr("dropping job 1")));
+}
+
+TEST_F(IPPOperationsTest, TheOldestOfTooManyUnfinishedJobsIsDropped)
+{
+    for (int id = 1; id <= 257; ++id) ask(request(0x0005, named(std::to_string(id))));
+    EXPECT_THAT(log.errors(), ElementsAre(HasSubstr("dropping job 1:")));
+    ask(request(0x0006, jobPart(ipp::Integer{1}), "%PDF"));
+    ask(request(0x0006, jobPart(ipp::Integer{2}), "%PDF"));
+    EXPECT_THAT(jobs, ElementsAre(Job{"2", "%PDF"}));
+}
+
+TEST_F(IPPOperationsTest, AnUnfinishedJobThatGrowsTooLargeIsRefused)
+{
+    PendingJobs pending(*queues.queue("ipp.server"), log, {.bytes = 10});
+    pending.open(1, "a");
+    pending.open(2, "b");
+    EXPECT_EQ(pending.append(2, Data::copying("123456")), PendingJobs::Appended::done);
+    EXPECT_EQ(pending.append(2, Data::copying("789")), PendingJobs::Appended::done);
+    EXPECT_FALSE(pending.take(1)) << "it had to make room";
+    EXPECT_EQ(pending.append(2, Data::copying("0")), PendingJobs::Appended::tooLarge);
+    EXPECT_EQ(pending.append(2, Data::copying("0")), PendingJobs::Appended::unknownJob);
 }
 
 TEST_F(IPPOperationsTest, OtherOperationsAnswerWithoutDoingAnything)

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <chrono>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -48,7 +49,10 @@ protected:
                                          .uuid = "0a0b",
                                          .location = "desk"};
             },
-            [](const std::string&, const Data&) {},
+            [this](const std::string&, const Data& pdf) {
+                if (failInside) throw std::bad_alloc();
+                documents.push_back(pdf);
+            },
             {.queues = queues,
              .network = network,
              .clock = clock,
@@ -96,6 +100,8 @@ protected:
     std::string printerName = "Office";
     std::vector<std::uint16_t> readyPorts;
     std::vector<int> unavailable;
+    std::vector<Data> documents;
+    bool failInside = false;
     std::shared_ptr<IPPServer> server;
 };
 
@@ -352,6 +358,18 @@ TEST_F(Bounds, TheClientSilentLongestGivesWayToANewOne)
     EXPECT_EQ(log.errors().size(), 1U);
 }
 
+TEST_F(Bounds, ClientsThatNeverSaidAnythingGiveWayFirst)
+{
+    startListening({.connections = 3});
+    const auto talking = connect();
+    talking->clientSends("GET ");
+    queues.advance(seconds(1));
+    std::vector<std::shared_ptr<FakeConnection>> flood;
+    for (int i = 0; i < 10; ++i) flood.push_back(connect());
+    EXPECT_FALSE(talking->closed);
+    EXPECT_TRUE(flood.front()->closed);
+}
+
 TEST_F(Bounds, AClientIsClosedAfterAMinuteWithoutAByte)
 {
     startListening();
@@ -369,17 +387,51 @@ TEST_F(Bounds, AClientIsClosedAfterAMinuteWithoutAByte)
     EXPECT_FALSE(queues.queue("ipp.server")->hasDelayedTask()) << "it wakes up for nobody";
 }
 
-TEST_F(Bounds, OneClientTooManyBytesCostsOnlyThatClient)
+TEST_F(Bounds, TheClientThatHoldsMostGivesWayWhenTooMuchIsReceived)
 {
     startListening({.heldBytes = 1000, .alwaysHeld = 100});
     const auto large = connect();
     large->clientSends("POST / HTTP/1.1\r\nContent-Length: 5000\r\n\r\n" + std::string(800, 'x'));
     const auto other = connect();
     other->clientSends("POST / HTTP/1.1\r\nContent-Length: 400\r\n\r\n" + std::string(300, 'x'));
-    EXPECT_THAT(other->answer, StartsWith("HTTP/1.1 400 Bad Request"));
-    EXPECT_FALSE(large->closed);
+    EXPECT_TRUE(large->closed);
+    other->clientSends(std::string(100, 'x'));
+    EXPECT_THAT(other->answer, StartsWith("HTTP/1.1 415"));
+    const auto alone = connect();
+    alone->clientSends("POST / HTTP/1.1\r\nContent-Length: 5000\r\n\r\n" + std::string(999, 'x'));
+    EXPECT_THAT(alone->answer, StartsWith("HTTP/1.1 400"));
+    EXPECT_THAT(log.errors(), ElementsAre(HasSubstr("closing the connection that holds most"),
+                                          HasSubstr("no room for the request")));
+}
+
+TEST_F(Bounds, ADocumentCountsForAsLongAsAnybodyKeepsIt)
+{
+    startListening({.heldBytes = 1000, .alwaysHeld = 100});
+    const std::string job =
+        "\1\1" + std::string("\0\2\0\0\0\1\3", 7) + "%PDF" + std::string(700, 'x');
+    const std::string printJob =
+        "POST / HTTP/1.1\r\nContent-Type: application/ipp\r\nContent-Length: " +
+        std::to_string(job.size()) + "\r\n\r\n" + job;
+    EXPECT_THAT(answerTo(printJob), StartsWith("HTTP/1.1 200 OK"));
+    const auto refused = connect();
+    refused->clientSends(printJob);
+    EXPECT_THAT(refused->answer, StartsWith("HTTP/1.1 400"));
     EXPECT_THAT(answerTo("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK"));
-    EXPECT_THAT(log.errors(), ElementsAre(HasSubstr("no room for the request")));
+    documents.clear();
+    EXPECT_THAT(answerTo(printJob), StartsWith("HTTP/1.1 200 OK"));
+}
+
+TEST_F(Bounds, AClientWhoseJobFailsInsideIsClosedAndForgotten)
+{
+    startListening();
+    failInside = true;
+    const auto client = connect();
+    client->clientSends(
+        "POST / HTTP/1.1\r\nContent-Type: application/ipp\r\nContent-Length: 13\r\n\r\n" +
+        std::string("\1\1\0\2\0\0\0\1\3%PDF", 13));
+    queues.run();
+    EXPECT_TRUE(client->closed);
+    EXPECT_THAT(log.errors(), ElementsAre("IPPServer: closing a connection: std::bad_alloc"));
 }
 
 TEST_F(Bounds, AShortageOfDescriptorsIsSaidAndFreesTheClientSilentLongest)

@@ -111,6 +111,7 @@ class ManualQueues final : public Queues {
 public:
     SerialQueue& main() override { return *queue("main"); }
     Queue& background() override { return *queue("background"); }
+    Queue& utility() override { return *queue("utility"); }
     std::shared_ptr<SerialQueue> makeSerial(const std::string& label) override
     {
         auto made = std::make_shared<ManualQueue>();

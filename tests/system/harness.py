@@ -4,6 +4,7 @@ import http.client
 import json
 import os
 import pathlib
+import random
 import shutil
 import signal
 import socket
@@ -18,9 +19,15 @@ AGENT = os.environ.get("KORVANE_AGENT", "build/release/bin/korvane-agent")
 
 
 def free_port():
-    with socket.socket(socket.AF_INET6) as probe:
-        probe.bind(("::", 0))
-        return probe.getsockname()[1]
+    """A port that is free, below those that the system gives to outgoing connections."""
+    while True:
+        port = random.randrange(10000, 32000)
+        with socket.socket(socket.AF_INET6) as probe:
+            try:
+                probe.bind(("::", port))
+                return port
+            except OSError:
+                continue
 
 
 def wait_until(condition, seconds=10):
@@ -89,7 +96,7 @@ class Agent:
         if self.process.poll() is None:
             self.process.send_signal(with_signal)
         try:
-            status = self.process.wait(10)
+            status = self.process.wait(60)
         except subprocess.TimeoutExpired:
             self.process.kill()
             raise

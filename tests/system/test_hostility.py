@@ -40,7 +40,7 @@ class MalformedRequests(unittest.TestCase):
             for request, status in cases.items():
                 with self.subTest(request[:60]):
                     answer = agent.exchange(request)
-                    self.assertEqual(answer[9:9 + len(status)], status)
+                    self.assertTrue(answer[9:].startswith(status) if status else not answer, answer)
             bystander.sendall(b"TP/1.1\r\n\r\n")
             self.assertIn(b"Korvane IPP endpoint", read_all(bystander))
             self.assertEqual(agent.print_job(PDF), 0)
@@ -50,8 +50,8 @@ class MalformedRequests(unittest.TestCase):
         with Agent() as agent:
             agent.wait_ready()
             agent.exchange(b"one\ntwo\x1b[2J\r\n\r\n")
-            self.assertTrue(agent.logged(r"IPPServer: HTTP parse error: bad request line: one\x0Atwo\x1B[2J")
-                            or agent.logged(r"bad request line: one\x0atwo\x1b[2J", 1))
+            self.assertTrue(agent.logged(
+                r"IPPServer: HTTP parse error: bad request line: one\x0atwo\x1b[2J"))
 
     def test_a_hundred_clients_that_say_nothing_do_not_keep_one_out_that_does(self):
         with Agent() as agent:

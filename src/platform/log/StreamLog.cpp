@@ -5,9 +5,9 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <ctime>
+#include <climits>
 #include <exception>
 #include <string>
 
@@ -15,62 +15,41 @@ namespace korvane {
 
 namespace {
 
-/** How long a reader of a non-blocking stream may keep us waiting before its line is dropped. */
+/** How long a reader who has stopped reading may keep us waiting, once. */
 constexpr int patienceInMilliseconds = 100;
 
-/** Holds back the SIGPIPE that a write to a reader who left raises on this thread. */
-class BrokenPipeGuard {
-public:
-    BrokenPipeGuard()
-    {
-        ::sigemptyset(&brokenPipe_);
-        ::sigaddset(&brokenPipe_, SIGPIPE);
-        ::pthread_sigmask(SIG_BLOCK, &brokenPipe_, &before_);
-    }
-    BrokenPipeGuard(const BrokenPipeGuard&) = delete;
-    BrokenPipeGuard& operator=(const BrokenPipeGuard&) = delete;
-    ~BrokenPipeGuard()
-    {
-        const std::timespec now{};
-        while (::sigtimedwait(&brokenPipe_, nullptr, &now) < 0 && errno == EINTR) {
-        }
-        ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-    }
+} // namespace
 
-private:
-    sigset_t brokenPipe_{};
-    sigset_t before_{};
-};
-
-bool becomesWritable(int descriptor)
+bool StreamLog::becomesWritable()
 {
-    pollfd poll{descriptor, POLLOUT, 0};
-    return ::poll(&poll, 1, patienceInMilliseconds) > 0;
+    pollfd poll{descriptor_, POLLOUT, 0};
+    stalled_ = ::poll(&poll, 1, stalled_ ? 0 : patienceInMilliseconds) == 0;
+    return !stalled_;
 }
 
-void writeWhole(int descriptor, std::string_view text)
+bool StreamLog::writeWhole(std::string_view text)
 {
     while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written >= 0) {
+        if (!becomesWritable()) return false;
+        // A pipe that says it is writable takes that much without blocking (POSIX, write()).
+        const ssize_t written =
+            ::write(descriptor_, text.data(), std::min<std::size_t>(text.size(), PIPE_BUF));
+        if (written > 0) {
             text.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno == EAGAIN) {
-            if (!becomesWritable(descriptor)) return;
-        } else if (errno != EINTR) {
-            return;
+            unfinished_ = !text.empty();
+        } else if (written < 0 && errno != EAGAIN && errno != EINTR) {
+            return false;
         }
     }
+    return true;
 }
-
-} // namespace
 
 void StreamLog::write(LogLevel /*level*/, std::string_view line)
 {
     try {
         const std::string text = escapedLogLine(line) + '\n';
         const std::scoped_lock lock(mutex_);
-        const BrokenPipeGuard guard;
-        writeWhole(descriptor_, text);
+        if (!unfinished_ || writeWhole("\n")) writeWhole(text);
     } catch (const std::exception&) {
         return; // no memory for the line: go on without it
     }

@@ -64,7 +64,31 @@ EventLoop::EventLoop(Log& log) : log_(log), context_(1), work_(asio::make_work_g
 
 void EventLoop::async(Task task)
 {
-    asio::post(context_, std::move(task));
+    const std::scoped_lock lock(mutex_);
+    if (ended_) return;
+    tasks_.push_back(std::move(task));
+    // One handler runs all that came before it; what comes meanwhile asks for the next.
+    if (tasks_.size() == 1) asio::post(context_, [this] { runQueued(); });
+}
+
+void EventLoop::runQueued()
+{
+    std::deque<Task> tasks;
+    {
+        const std::scoped_lock lock(mutex_);
+        tasks.swap(tasks_);
+    }
+    for (; !tasks.empty(); tasks.pop_front()) runGuarded(tasks.front());
+}
+
+void EventLoop::runGuarded(const Task& task)
+{
+    try {
+        task();
+    } catch (const std::exception& error) {
+        // A task that ran out of memory costs itself, not the agent.
+        log_.error(fmt::format("KorvaneAgent: a task failed: {}", error.what()));
+    }
 }
 
 bool EventLoop::isCurrent() const
@@ -74,15 +98,20 @@ bool EventLoop::isCurrent() const
 
 void EventLoop::sync(const Task& task)
 {
-    if (isCurrent() || context_.stopped()) {
+    if (isCurrent()) {
         task();
         return;
     }
+    bool ran = false;
     auto done = std::make_shared<std::promise<void>>();
     const std::future<void> finished = done->get_future();
     // The promise dies with the task, so that one that fails or is dropped wakes us as well.
-    async([&task, done = std::exchange(done, {})] { task(); });
+    async([&task, &ran, done = std::exchange(done, {})] {
+        ran = true;
+        task();
+    });
     finished.wait();
+    if (!ran) task();
 }
 
 std::unique_ptr<DelayedTask> EventLoop::after(std::chrono::nanoseconds delay, Task task)
@@ -100,17 +129,25 @@ std::unique_ptr<DescriptorWatch> EventLoop::watch(int descriptor)
     return std::make_unique<StreamWatch>(context_, descriptor);
 }
 
-void EventLoop::run()
+void EventLoop::serve()
 {
     thread_ = std::this_thread::get_id();
-    for (bool running = true; running;) {
+    for (bool serving = true; serving;) {
         try {
             context_.run();
-            running = false;
+            serving = false;
         } catch (const std::exception& error) {
-            // A task that ran out of memory costs itself, not the agent.
-            log_.error(fmt::format("KorvaneAgent: a task failed: {}", error.what()));
+            log_.error(fmt::format("KorvaneAgent: an event failed: {}", error.what()));
         }
+    }
+}
+
+void EventLoop::end()
+{
+    for (bool ended = false; !ended;) {
+        runQueued();
+        const std::scoped_lock lock(mutex_);
+        ended = ended_ = tasks_.empty();
     }
 }
 

@@ -7,7 +7,9 @@
 #include <asio/io_context.hpp>
 
 #include <atomic>
+#include <deque>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 namespace korvane {
@@ -17,28 +19,39 @@ class EventLoop final : public SerialQueue {
 public:
     explicit EventLoop(Log& log);
 
+    /** After the end of `run` the task is dropped. */
     void async(Task task) override;
     bool isCurrent() const override;
+    /** After the end of `run` the task runs at once, on the calling thread. */
     void sync(const Task& task) override;
     std::unique_ptr<DelayedTask> after(std::chrono::nanoseconds delay, Task task) override;
     std::chrono::steady_clock::time_point now() const override;
     std::unique_ptr<DescriptorWatch> watch(int descriptor) override;
 
-    /** Serves the queue on this thread until `stop`, or until `finish` and nothing is left to do.
-     */
-    void run();
+    /** Waits for events and runs tasks until `stop`, or until `finish` and nothing is left. */
+    void serve();
 
-    /** Ends `run` after the task it is in. */
+    /** Runs the tasks that are still queued, and takes no more. On the thread of `serve`. */
+    void end();
+
+    /** Ends `serve`. */
     void stop() { context_.stop(); }
 
-    /** Lets `run` end once every task has run and every watch and delayed task is gone. */
+    /** Lets `serve` end once every task has run and every watch and delayed task is gone. */
     void finish() { work_.reset(); }
 
 private:
+    void runQueued();
+    void runGuarded(const Task& task);
+
     Log& log_;
     asio::io_context context_;
     asio::executor_work_guard<asio::io_context::executor_type> work_;
     std::atomic<std::thread::id> thread_;
+
+    std::mutex mutex_;
+    std::deque<Task> tasks_;
+    bool ended_ = false;
 };
 
 } // namespace korvane

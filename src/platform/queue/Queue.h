@@ -73,8 +73,12 @@ public:
     /** The application's event loop. */
     virtual SerialQueue& main() = 0;
 
-    /** Runs long tasks, several at a time. */
+    /** Runs long tasks, several at a time. What was handed over is done before the process ends. */
     virtual Queue& background() = 0;
+
+    /** Runs long tasks, several at a time, beside the background ones and without delaying them.
+     *  What has not begun when the process ends is dropped. */
+    virtual Queue& utility() = 0;
 
     /** A new serial queue with a thread of its own; the label is the thread's name. */
     [[nodiscard]] virtual std::shared_ptr<SerialQueue> makeSerial(const std::string& label) = 0;

@@ -11,6 +11,7 @@
 #include <exception>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -36,7 +37,8 @@ public:
         reap();
         entries_.push_back({loop, std::thread([loop = loop, label]() mutable {
                                 nameThisThread(label);
-                                loop->run();
+                                loop->serve();
+                                loop->end();
                                 loop.reset();
                             })});
     }
@@ -73,13 +75,35 @@ private:
 };
 
 /** Threads that come with the work: at most one a core, and two at least. */
-class SystemQueues::Background final : public Queue {
+class SystemQueues::Pool final : public Queue {
 public:
-    explicit Background(Log& log) : log_(log) {}
-    Background(const Background&) = delete;
-    Background& operator=(const Background&) = delete;
+    Pool(std::string label, Log& log) : label_(std::move(label)), log_(log) {}
+    Pool(const Pool&) = delete;
+    Pool& operator=(const Pool&) = delete;
+    ~Pool() override { finish(); }
 
-    ~Background() override
+    void async(Task task) override
+    {
+        const std::lock_guard lock(mutex_);
+        if (finishing_) return;
+        tasks_.push_back(std::move(task));
+        if (idle_ >= tasks_.size()) {
+            wake_.notify_one();
+        } else if (threads_.size() < limit_) {
+            addThread();
+        }
+    }
+
+    /** Drops the tasks that have not begun. */
+    void dropWaiting()
+    {
+        std::deque<Task> dropped;
+        const std::lock_guard lock(mutex_);
+        tasks_.swap(dropped);
+    }
+
+    /** Waits for every task, and takes no more. */
+    void finish()
     {
         {
             const std::lock_guard lock(mutex_);
@@ -87,24 +111,26 @@ public:
         }
         wake_.notify_all();
         for (std::thread& thread : threads_) thread.join();
-    }
-
-    void async(Task task) override
-    {
-        const std::lock_guard lock(mutex_);
-        tasks_.push_back(std::move(task));
-        if (idle_ >= tasks_.size()) {
-            wake_.notify_one();
-        } else if (threads_.size() < limit_) {
-            threads_.emplace_back([this] { serve(); });
-        }
+        threads_.clear();
     }
 
 private:
+    void addThread()
+    {
+        try {
+            threads_.emplace_back([this] { serve(); });
+        } catch (const std::system_error&) {
+            // The threads that there are do it, later. Without any, the task cannot be done.
+            if (!threads_.empty()) return;
+            tasks_.pop_back();
+            throw;
+        }
+    }
+
     void serve()
     {
-        nameThisThread("background");
-        while (std::optional<Task> task = next()) {
+        nameThisThread(label_);
+        while (const std::optional<Task> task = next()) {
             try {
                 (*task)();
             } catch (const std::exception& error) {
@@ -125,6 +151,7 @@ private:
         return task;
     }
 
+    const std::string label_;
     Log& log_;
     const std::size_t limit_ = std::max(2U, std::thread::hardware_concurrency());
     std::mutex mutex_;
@@ -136,15 +163,23 @@ private:
 };
 
 SystemQueues::SystemQueues(Log& log)
-    : log_(log), threads_(std::make_shared<Threads>()), main_(std::make_unique<EventLoop>(log)),
-      background_(std::make_unique<Background>(log))
+    : log_(log), threads_(std::make_unique<Threads>()), main_(std::make_unique<EventLoop>(log)),
+      background_(std::make_unique<Pool>("background", log)),
+      utility_(std::make_unique<Pool>("utility", log))
 {
 }
 
 SystemQueues::~SystemQueues()
 {
+    endOthers();
+}
+
+void SystemQueues::endOthers()
+{
     threads_->stopAll();
-    background_.reset();
+    utility_->dropWaiting();
+    utility_->finish();
+    background_->finish();
 }
 
 SerialQueue& SystemQueues::main()
@@ -157,6 +192,11 @@ Queue& SystemQueues::background()
     return *background_;
 }
 
+Queue& SystemQueues::utility()
+{
+    return *utility_;
+}
+
 std::shared_ptr<SerialQueue> SystemQueues::makeSerial(const std::string& label)
 {
     auto loop = std::make_shared<EventLoop>(log_);
@@ -167,7 +207,9 @@ std::shared_ptr<SerialQueue> SystemQueues::makeSerial(const std::string& label)
 
 void SystemQueues::runMain()
 {
-    main_->run();
+    main_->serve();
+    endOthers();
+    main_->end();
 }
 
 void SystemQueues::stopMain()

@@ -7,7 +7,7 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstring>
+#include <new>
 #include <utility>
 
 namespace korvane {
@@ -126,8 +126,7 @@ void SocketListener::acceptWaiting()
         FileDescriptor peer(
             ::accept4(socket_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
         if (peer) {
-            paused_ = false;
-            onConnection_(std::make_shared<SocketConnection>(std::move(peer), queue_, readBuffer_));
+            if (!handOver(std::move(peer))) return;
         } else if (isShortage(errno)) {
             pause(SystemError::last());
             return;
@@ -136,6 +135,18 @@ void SocketListener::acceptWaiting()
         }
     }
     acceptWhenReadable();
+}
+
+bool SocketListener::handOver(FileDescriptor peer)
+{
+    try {
+        onConnection_(std::make_shared<SocketConnection>(std::move(peer), queue_, readBuffer_));
+        paused_ = false;
+        return true;
+    } catch (const std::bad_alloc&) {
+        pause(SystemError{ENOMEM});
+        return false;
+    }
 }
 
 /** The waiting connection stays readable, so asking again at once would spin. */

@@ -26,6 +26,8 @@ private:
     void listenNow();
     void acceptWhenReadable();
     void acceptWaiting();
+    /** Hands an accepted connection over; false, and paused, when memory has run out. */
+    bool handOver(FileDescriptor peer);
     void pause(SystemError error);
     void report(const State& state);
 
