@@ -69,14 +69,6 @@ TEST_F(SettingsStoreTest, ResolvesTheSaveFolderWhileItIsThere)
     }
 }
 
-TEST_F(SettingsStoreTest, MakesTheSupportFolderWheneverItIsAskedFor)
-{
-    const SettingsStore store(home_.path() / "deep" / "config", std::nullopt);
-    EXPECT_EQ(store.supportDirectory(), home_.path() / "deep" / "config" / "Korvane");
-    std::filesystem::remove_all(home_.path() / "deep");
-    EXPECT_TRUE(std::filesystem::is_directory(store.supportDirectory()));
-}
-
 TEST_F(SettingsStoreTest, StampsTheVersionAndLogsAStampThatCannotBeWritten)
 {
     store_.writeVersionStamp("0.1.0 (a longer build)", log_);

@@ -107,14 +107,6 @@ TEST_F(SystemQueuesTest, ATaskThatRunsOutOfMemoryCostsItselfOnly)
     EXPECT_THAT(log.errors(), ElementsAre("KorvaneAgent: a task failed: std::bad_alloc"));
 }
 
-TEST_F(SystemQueuesTest, MainServesUntilItIsStopped)
-{
-    queues.main().async([&] { order.push_back(1); });
-    queues.main().async([&] { queues.stopMain(); });
-    queues.runMain();
-    EXPECT_THAT(order, ElementsAre(1));
-}
-
 TEST(SystemQueuesEnd, WaitsForEveryBackgroundTaskAndRunsSeveralAtOnce)
 {
     RecordingLog log;

@@ -108,6 +108,7 @@ TEST(HTTPRequestParserWork, IsLinearForALargeBodyInSmallPieces)
     });
     EXPECT_EQ(fixed.bytesHeld(), 65'000'000U);
     EXPECT_EQ(inChunks.bytesHeld(), fixed.bytesHeld());
+    EXPECT_TRUE(fixed.unparsed().empty());
 }
 
 TEST(HTTPRequestParserWork, IsLinearForManyChunksThatArriveAtOnce)

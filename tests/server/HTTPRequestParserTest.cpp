@@ -102,14 +102,5 @@ TEST(HTTPRequestParser, LeavesWhatFollowsTheRequestAndRepeatsTheResult)
     EXPECT_EQ(parser.bytesHeld(), parser.unparsed().size() + 2);
 }
 
-TEST(HTTPRequestParser, KeepsWhatHasComeOfTheBodyAndNoMore)
-{
-    Parser parser;
-    feed(parser, length + "1000000000\r\n\r\nabc");
-    append(parser, "de");
-    EXPECT_EQ(parser.bytesHeld(), 5U);
-    EXPECT_TRUE(parser.unparsed().empty());
-}
-
 } // namespace
 } // namespace korvane
