@@ -1,41 +1,26 @@
 #include "platform/log/LogLine.h"
 #include "platform/text/Text.h"
 
-#include <cstddef>
-#include <cstdint>
+#include <algorithm>
 #include <cstdlib>
-#include <string_view>
+
+using namespace korvane::text;
 
 namespace {
-
-namespace text = korvane::text;
 
 void require(bool holds)
 {
     if (!holds) std::abort();
 }
 
-void cutAnywhere(std::string_view whole)
+void cutAt(std::string_view whole, std::size_t size)
 {
-    const std::size_t count = text::characterCount(whole);
-    require(count <= whole.size());
-    require(text::prefix(whole, count) == whole);
-    for (std::size_t size = 0; size <= whole.size() && size < 64; ++size) {
-        const std::string_view characters = text::prefixFitting(whole, size);
-        const std::string_view sequences = text::prefixOfSequences(whole, size);
-        require(characters.size() <= size && sequences.size() <= size);
-        require(text::prefix(whole, text::characterCount(characters)) == characters);
-        if (!text::isWellFormedUTF8(whole)) continue;
-        require(text::isWellFormedUTF8(sequences) && characters.size() <= sequences.size());
-    }
-}
-
-void showAsLogLine(std::string_view whole)
-{
-    const std::string shown = korvane::escapedLogLine(whole);
-    require(text::isWellFormedUTF8(shown));
-    for (const char byte : shown) require(static_cast<unsigned char>(byte) >= ' ' && byte != 0x7F);
-    require(korvane::escapedLogLine(shown) == shown);
+    const std::string_view characters = prefixFitting(whole, size);
+    const std::string_view sequences = prefixOfSequences(whole, size);
+    require(characters.size() <= size && sequences.size() <= size);
+    require(prefix(whole, characterCount(characters)) == characters);
+    if (!isWellFormedUTF8(whole)) return;
+    require(isWellFormedUTF8(sequences) && characters.size() <= sequences.size());
 }
 
 } // namespace
@@ -43,11 +28,14 @@ void showAsLogLine(std::string_view whole)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string_view whole(reinterpret_cast<const char*>(data), size);
-    cutAnywhere(whole);
-    showAsLogLine(whole);
-    const std::string_view trimmed = text::trimmingSpace(whole);
-    require(text::trimmingHorizontalSpace(trimmed) == trimmed);
-    const std::string lower = text::lowercased(whole);
-    require(text::isWellFormedUTF8(lower) == text::isWellFormedUTF8(whole));
+    require(characterCount(whole) <= size && prefix(whole, characterCount(whole)) == whole);
+    for (std::size_t at = 0; at <= std::min<std::size_t>(size, 63); ++at) cutAt(whole, at);
+    const std::string shown = korvane::escapedLogLine(whole);
+    require(isWellFormedUTF8(shown) && korvane::escapedLogLine(shown) == shown);
+    require(
+        std::ranges::none_of(shown, [](unsigned char byte) { return byte < ' ' || byte == 0x7F; }));
+    const std::string_view trimmed = trimmingSpace(whole);
+    require(trimmingHorizontalSpace(trimmed) == trimmed);
+    require(isWellFormedUTF8(lowercased(whole)) == isWellFormedUTF8(whole));
     return 0;
 }

@@ -1,21 +1,27 @@
 #include "platform/files/Files.h"
 
+#include "platform/files/AtomicFile.h"
 #include "platform/files/UserFolders.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <cerrno>
-#include <string>
+#include <csignal>
 
 namespace korvane {
 
 namespace {
 
+namespace fs = std::filesystem;
 using namespace std::string_literals;
+
+Result<void, SystemError> write(const fs::path& path, std::string_view text)
+{
+    return writeFileAtomically(path, Data::copying(text).bytes());
+}
 
 } // namespace
 
@@ -23,80 +29,131 @@ TEST(ReadFile, ReadsRegularFilesUpToTheLimit)
 {
     const TemporaryFolder folder;
     const std::string content(200000, 'x');
-    const std::filesystem::path file = folder.write("file", content);
+    const fs::path file = folder.write("file", content);
     EXPECT_EQ(readFile(file, content.size()).value().text(), content);
     EXPECT_EQ(readFile(file, content.size() - 1).error(), SystemError{EFBIG});
     EXPECT_TRUE(readFile(folder.write("empty", ""), 0).value().empty());
-    std::filesystem::create_symlink("file", folder.path() / "link");
-    EXPECT_EQ(readFile(folder.path() / "link", SIZE_MAX).value().text(), content);
 }
 
 TEST(ReadFile, NeitherWaitsForNorReadsFromAnythingElse)
 {
     const TemporaryFolder folder;
-    ASSERT_EQ(::mkfifo((folder.path() / "pipe").c_str(), 0600), 0);
-    folder.write("file", "");
-    struct Case {
-        std::filesystem::path path;
-        int error;
-    };
-    for (const Case& c : {Case{folder.path(), EISDIR}, Case{folder.path() / "pipe", EINVAL},
-                          Case{"/dev/zero", EINVAL}, Case{folder.path() / "none", ENOENT},
-                          Case{folder.path() / "file" / "below", ENOTDIR},
-                          Case{folder.path() / "file\0.txt"s, EINVAL}, Case{"", ENOENT}}) {
-        const auto content = readFile(c.path, 1000);
-        ASSERT_FALSE(content) << c.path;
-        EXPECT_EQ(content.error(), SystemError{c.error}) << c.path;
-    }
+    const std::string file = folder.write("file", "");
+    const std::string pipe = folder.path() / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::pair<std::string, int> cases[] = {{folder.path(), EISDIR},
+                                                 {pipe, EINVAL},
+                                                 {"/dev/zero", EINVAL},
+                                                 {file + "s", ENOENT},
+                                                 {file + "/s", ENOTDIR},
+                                                 {file + "\0.txt"s, EINVAL},
+                                                 {"", ENOENT}};
+    for (const auto& [path, error] : cases)
+        EXPECT_EQ(readFile(path, 1000), failure(SystemError{error})) << path;
 }
 
 TEST(Files, TellFoldersFromFilesAndFollowLinks)
 {
     const TemporaryFolder folder;
-    const std::filesystem::path& root = folder.path();
-    folder.write("file", "");
-    std::filesystem::create_symlink(".", root / "to-folder");
-    std::filesystem::create_symlink("nowhere", root / "dangling");
-    struct Case {
-        std::filesystem::path path;
-        bool exists;
-        bool isFolder;
-    };
-    for (const Case& c : {Case{root, true, true}, Case{root / "", true, true},
-                          Case{root / "to-folder", true, true}, Case{root / "file", true, false},
-                          Case{root / "dangling", false, false}, Case{root / "none", false, false},
-                          Case{root.native() + "\0x"s, false, false}, Case{"", false, false}}) {
-        SCOPED_TRACE(c.path);
-        EXPECT_EQ(fileExists(c.path), c.exists);
-        EXPECT_EQ(isDirectory(c.path), c.isFolder);
-    }
+    const fs::path file = folder.write("file", ""), link = folder.path() / "link",
+                   dangling = folder.path() / "dangling";
+    fs::create_symlink(".", link);
+    fs::create_symlink("nowhere", dangling);
+    for (const fs::path& path : {folder.path(), folder.path() / "", link})
+        EXPECT_TRUE(fileExists(path) && isDirectory(path)) << path;
+    for (const fs::path& path :
+         {dangling, folder.path() / "none", fs::path(file.native() + "\0x"s), fs::path()})
+        EXPECT_FALSE(fileExists(path)) << path;
+    EXPECT_TRUE(fileExists(file) && !isDirectory(file));
 }
 
 TEST(Files, MakePrivateFoldersWithTheirParents)
 {
     const TemporaryFolder folder;
-    const std::filesystem::path deep = folder.path() / "a" / "b";
+    const fs::path deep = folder.path() / "a" / "b";
     createPrivateFolders(deep);
-    createPrivateFolders(deep);
-    ASSERT_TRUE(isDirectory(deep));
-    EXPECT_EQ(std::filesystem::status(deep).permissions(), std::filesystem::perms::owner_all);
-
+    EXPECT_EQ(fs::status(deep).permissions(), fs::perms::owner_all);
     createPrivateFolders(folder.write("file", "") / "below");
     EXPECT_EQ(folder.entryCount(), 2);
 }
 
 TEST(UserFolders, AreWhereTheUserPutThem)
 {
-    struct Case {
-        std::string_view configHome;
-        std::string_view home;
-        std::string_view expected;
-    };
-    for (const Case& c : {Case{"/conf", "/home/u", "/conf"}, Case{"", "/home/u", "/home/u/.config"},
-                          Case{"conf", "/home/u", "/home/u/.config"},
-                          Case{"", "", "/account/.config"}, Case{"", "u", "/account/.config"}}) {
-        EXPECT_EQ(makeUserFolders(c.configHome, c.home, "/account").configHome, c.expected);
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"/conf", "/home/u", "/conf"},
+        {"", "/home/u", "/home/u/.config"},
+        {"conf", "/home/u", "/home/u/.config"},
+        {"", "", "/account/.config"},
+        {"", "u", "/account/.config"}};
+    for (const auto& [configHome, home, expected] : cases) {
+        EXPECT_EQ(makeUserFolders(configHome, home, "/account").configHome, expected);
     }
+}
+
+TEST(AtomicFile, TakesTheTargetsPlaceAndLeavesNothingElse)
+{
+    const TemporaryFolder folder;
+    const fs::path target = folder.write("target", "a longer old content");
+    const mode_t before = ::umask(027);
+    ASSERT_TRUE(write(target, "new"));
+    ::umask(before);
+    EXPECT_EQ(folder.read("target"), "new");
+    EXPECT_EQ(static_cast<int>(fs::status(target).permissions()), 0640);
+    ASSERT_TRUE(write(target, ""));
+    EXPECT_EQ(folder.read("target"), "");
+    EXPECT_EQ(folder.entryCount(), 1);
+}
+
+TEST(AtomicFile, KeepsEveryByteOfALargeFile)
+{
+    const TemporaryFolder folder;
+    std::string content;
+    while (content.size() <= std::size_t{16} << 20) content += std::to_string(content.size());
+    ASSERT_TRUE(write(folder.path() / "large", content));
+    EXPECT_TRUE(folder.read("large") == content);
+}
+
+TEST(AtomicFile, SaysWhatFailedAndLeavesTheFolderAsItWas)
+{
+    const TemporaryFolder folder;
+    folder.write("folder/inner", "kept");
+    const fs::path inside = folder.path() / "folder", longest = inside / std::string(255, 'n');
+    ASSERT_TRUE(write(longest, "as long as a name may be"));
+    fs::remove(longest);
+    const std::pair<fs::path, std::string> cases[] = {
+        {folder.path() / "none" / "file", "No such file or directory"},
+        {inside / "inner" / "file", "Not a directory"},
+        {inside, "Is a directory"},
+        {longest.native() + "n", "File name too long"},
+        {inside / std::string("a\0b", 3), "Invalid argument"}};
+    for (const auto& [target, description] : cases) {
+        const auto written = write(target, "x");
+        ASSERT_FALSE(written) << target;
+        EXPECT_EQ(written.error().description(), description);
+        EXPECT_EQ(std::distance(fs::recursive_directory_iterator(folder.path()), {}), 2) << target;
+    }
+}
+
+TEST(AtomicFile, KeepsTheOldContentWhenTheDiskIsFull)
+{
+    const TemporaryFolder folder;
+    const fs::path target = folder.write("target", "old");
+    const std::string large(100000, 'x');
+    // No file may grow past this size, as on a disk that is full.
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit full{50000, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &full);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const auto written = write(target, large);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+
+    ASSERT_FALSE(written);
+    EXPECT_EQ(written.error(), SystemError{EFBIG});
+    EXPECT_EQ(folder.read("target"), "old");
+    EXPECT_EQ(folder.entryCount(), 1);
+    EXPECT_TRUE(write(target, large));
 }
 
 } // namespace korvane

@@ -57,9 +57,7 @@ public:
     /** When the next delayed task that still lives is due. */
     std::chrono::steady_clock::time_point nextDue()
     {
-        while (!delayed_.empty() && delayed_.begin()->second.expired()) {
-            delayed_.erase(delayed_.begin());
-        }
+        std::erase_if(delayed_, [](const auto& entry) { return entry.second.expired(); });
         return delayed_.empty() ? std::chrono::steady_clock::time_point::max()
                                 : delayed_.begin()->first;
     }
@@ -74,10 +72,7 @@ public:
             const auto due = delayed_.begin()->second;
             delayed_.erase(delayed_.begin());
             async([due] {
-                const auto task = due.lock();
-                if (!task) return;
-                const Task running = std::move(*task);
-                running();
+                if (const auto task = due.lock()) std::exchange(*task, nullptr)();
             });
         }
     }
@@ -126,10 +121,8 @@ public:
         for (auto entry = queues_.rbegin(); entry != queues_.rend(); ++entry) {
             if (entry->first == label) return entry->second;
         }
-        auto made = std::make_shared<ManualQueue>();
-        made->moveTo(now_);
-        queues_.emplace_back(label, made);
-        return made;
+        static_cast<void>(makeSerial(label));
+        return queues_.back().second;
     }
 
     /** Runs every queue until none has anything left to do at this moment. */

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <mutex>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,69 +14,41 @@ namespace korvane {
 /** A log that keeps its lines for the test to read. Lines may come from any thread. */
 class RecordingLog final : public Log {
 public:
-    struct Entry {
-        LogLevel level = LogLevel::normal;
-        std::string text;
-
-        friend bool operator==(const Entry&, const Entry&) = default;
-        friend std::ostream& operator<<(std::ostream& stream, const Entry& entry)
-        {
-            return stream << (entry.level == LogLevel::error ? "error: " : "note: ") << entry.text;
-        }
-    };
-
     void write(LogLevel level, std::string_view line) override
     {
         const std::scoped_lock lock(mutex_);
-        entries_.push_back({level, std::string(line)});
+        lines_.emplace_back(line);
+        if (level == LogLevel::error) errors_.emplace_back(line);
     }
 
-    /** Every line with its level, oldest first. */
-    std::vector<Entry> entries() const
-    {
-        const std::scoped_lock lock(mutex_);
-        return entries_;
-    }
-
-    /** The text of every line, oldest first. */
+    /** Every line, oldest first. */
     std::vector<std::string> lines() const
     {
-        return texts([](const Entry&) { return true; });
+        const std::scoped_lock lock(mutex_);
+        return lines_;
     }
 
-    /** The text of the lines at error level, oldest first. */
+    /** The lines at error level, oldest first. */
     std::vector<std::string> errors() const
     {
-        return texts([](const Entry& entry) { return entry.level == LogLevel::error; });
+        const std::scoped_lock lock(mutex_);
+        return errors_;
     }
 
     /** How many lines there are of exactly this text, at either level. */
-    std::ptrdiff_t count(std::string_view line) const
-    {
-        const std::scoped_lock lock(mutex_);
-        return std::ranges::count(entries_, line, &Entry::text);
-    }
+    std::ptrdiff_t count(std::string_view line) const { return std::ranges::count(lines(), line); }
 
     void clear()
     {
         const std::scoped_lock lock(mutex_);
-        entries_.clear();
+        lines_.clear();
+        errors_.clear();
     }
 
 private:
-    template <typename Predicate>
-    std::vector<std::string> texts(Predicate isWanted) const
-    {
-        const std::scoped_lock lock(mutex_);
-        std::vector<std::string> wanted;
-        for (const Entry& entry : entries_) {
-            if (isWanted(entry)) wanted.push_back(entry.text);
-        }
-        return wanted;
-    }
-
     mutable std::mutex mutex_;
-    std::vector<Entry> entries_;
+    std::vector<std::string> lines_;
+    std::vector<std::string> errors_;
 };
 
 } // namespace korvane

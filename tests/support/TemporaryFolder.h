@@ -4,11 +4,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <system_error>
 
 namespace korvane {
 
@@ -16,18 +13,13 @@ namespace korvane {
 class TemporaryFolder {
 public:
     TemporaryFolder()
+        : path_(::mkdtemp(
+              (std::filesystem::temp_directory_path() / "korvane-XXXXXX").string().data()))
     {
-        std::string path = (std::filesystem::temp_directory_path() / "korvane-XXXXXX").string();
-        if (::mkdtemp(path.data()) == nullptr) throw std::runtime_error("no temporary folder");
-        path_ = path;
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
+    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
 
     const std::filesystem::path& path() const { return path_; }
 
@@ -36,8 +28,7 @@ public:
     {
         std::filesystem::path file = path_ / name;
         std::filesystem::create_directories(file.parent_path());
-        std::ofstream stream(file, std::ios::binary | std::ios::trunc);
-        stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+        std::ofstream(file, std::ios::binary) << content;
         return file;
     }
 
@@ -45,9 +36,7 @@ public:
     std::string read(const std::filesystem::path& name) const
     {
         std::ifstream stream(path_ / name, std::ios::binary);
-        std::ostringstream content;
-        content << stream.rdbuf();
-        return content.str();
+        return {std::istreambuf_iterator<char>(stream), {}};
     }
 
     /** How many entries the folder itself holds, hidden ones too. */

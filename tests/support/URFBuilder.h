@@ -26,11 +26,11 @@ struct Raster {
 };
 
 struct URFPage {
-    std::uint8_t bitsPerPixel = 24;
-    std::uint8_t colorSpace = 3;
+    std::uint32_t bitsPerPixel = 24;
+    std::uint32_t colorSpace = 3;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
-    std::uint32_t resolution = 300;
+    std::uint32_t resolution = 72;
 };
 
 /** Writes URF documents, right ones and wrong ones. */
@@ -38,17 +38,7 @@ class URFBuilder {
 public:
     explicit URFBuilder(std::uint32_t pageCount)
     {
-        raw({'U', 'N', 'I', 'R', 'A', 'S', 'T', 0});
-        number(pageCount);
-    }
-
-    URFBuilder& page(const URFPage& header)
-    {
-        raw({header.bitsPerPixel, header.colorSpace, 1, 4, 0, 0, 0, 0});
-        number(header.width);
-        number(header.height);
-        number(header.resolution);
-        return raw({9, 9, 9, 9, 9, 9, 9, 9});
+        raw({'U', 'N', 'I', 'R', 'A', 'S', 'T', 0}).numbers({pageCount});
     }
 
     URFBuilder& raw(std::initializer_list<std::uint8_t> bytes)
@@ -57,24 +47,24 @@ public:
         return *this;
     }
 
+    URFBuilder& page(const URFPage& page)
+    {
+        return numbers({page.bitsPerPixel << 24 | page.colorSpace << 16 | 0x104, 0, page.width,
+                        page.height, page.resolution, 0x09090909, 0x09090909});
+    }
+
     /** A page coded as clients do it: equal rows once, runs of two pixels and more as runs. */
     URFBuilder& page(const Raster& raster, std::uint32_t resolution)
     {
         const bool color = raster.bytesPerPixel == 3;
-        page({.bitsPerPixel = static_cast<std::uint8_t>(color ? 24 : 8),
-              .colorSpace = static_cast<std::uint8_t>(color ? 3 : 1),
-              .width = raster.width,
-              .height = raster.height,
-              .resolution = resolution});
-        for (std::size_t y = 0; y < raster.height;) {
-            std::size_t next = y + 1;
+        page({color ? 24U : 8U, color ? 3U : 1U, raster.width, raster.height, resolution});
+        for (std::size_t y = 0, next = 0; y < raster.height; y = next) {
             while (next < raster.height && next - y < 256 &&
                    std::ranges::equal(raster.row(y), raster.row(next))) {
                 ++next;
             }
-            bytes_.push_back(static_cast<std::uint8_t>(next - y - 1));
+            put(next - y - 1, {});
             line(raster.row(y), raster.bytesPerPixel);
-            y = next;
         }
         return *this;
     }
@@ -82,42 +72,41 @@ public:
     Data build() const { return Data(bytes_); }
 
 private:
-    void number(std::uint32_t value)
+    URFBuilder& numbers(std::initializer_list<std::uint32_t> values)
     {
-        for (int shift = 24; shift >= 0; shift -= 8) {
-            bytes_.push_back(static_cast<std::uint8_t>(value >> shift));
+        for (const std::uint32_t value : values) {
+            for (int shift = 24; shift >= 0; shift -= 8) put(value >> shift & 0xFF, {});
         }
+        return *this;
+    }
+
+    void put(std::size_t code, std::span<const std::uint8_t> bytes)
+    {
+        bytes_.push_back(static_cast<std::uint8_t>(code));
+        bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
     }
 
     void line(std::span<const std::uint8_t> row, std::size_t pixelSize)
     {
         const std::size_t width = row.size() / pixelSize;
         const auto pixel = [&](std::size_t x) { return row.subspan(x * pixelSize, pixelSize); };
-        const auto runEnd = [&](std::size_t x) {
+        const auto run = [&](std::size_t x) {
             std::size_t end = x + 1;
             while (end < width && std::ranges::equal(pixel(x), pixel(end))) ++end;
-            return end;
+            return end - x;
         };
-        const auto put = [&](std::size_t code, std::size_t from, std::size_t to) {
-            bytes_.push_back(static_cast<std::uint8_t>(code));
-            const auto bytes = row.subspan(from * pixelSize, (to - from) * pixelSize);
-            bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
-        };
-        for (std::size_t x = 0; x < width;) {
-            std::size_t end = runEnd(x);
-            if (end == width && end - x > 128) {
-                put(0, x, x + 1);
-                bytes_.push_back(128);
-                return;
-            }
-            if (end - x > 1) {
-                end = std::min(end, x + 128);
-                put(257 - (end - x), x, x + 1);
+        for (std::size_t x = 0, count = 0; x < width; x += count) {
+            count = run(x);
+            if (count > 128 && x + count == width) {
+                put(0, pixel(x));
+                put(128, {});
+            } else if (count > 1) {
+                count = std::min<std::size_t>(count, 128);
+                put(257 - count, pixel(x));
             } else {
-                while (end < width && end - x < 128 && runEnd(end) == end + 1) ++end;
-                put(end - x - 1, x, end);
+                while (x + count < width && count < 128 && run(x + count) == 1) ++count;
+                put(count - 1, row.subspan(x * pixelSize, count * pixelSize));
             }
-            x = end;
         }
     }
 

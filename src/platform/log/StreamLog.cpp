@@ -16,7 +16,7 @@ namespace korvane {
 namespace {
 
 /** How long a reader who has stopped reading may keep us waiting, once. */
-constexpr int patienceInMilliseconds = 100;
+constexpr int patienceInMilliseconds = 1000;
 
 } // namespace
 

@@ -8,8 +8,8 @@ namespace korvane {
 
 /**
  * Writes each line, and nothing else, to a descriptor that stays the caller's. A line stays whole
- * however many threads write. A reader who leaves or stops reading does not hold us up for longer
- * than a moment: what cannot be written is dropped. Expects SIGPIPE to be ignored.
+ * however many threads write. A reader who leaves or stops reading holds us up for a second, once:
+ * what cannot be written is dropped. Expects SIGPIPE to be ignored.
  */
 class StreamLog final : public Log {
 public:
