@@ -179,6 +179,24 @@ def urf_document(width, height, dpi, rows):
     return b"UNIRAST\0" + struct.pack(">I", 1) + page
 
 
+def make_pdf(content):
+    """A valid PDF of one letter page with these drawing operators; /F1 is a font."""
+    content = content.encode()
+    objects = [b"<</Type/Catalog/Pages 2 0 R>>", b"<</Type/Pages/Kids[3 0 R]/Count 1>>",
+               b"<</Type/Page/Parent 2 0 R/MediaBox[0 0 612 792]/Contents 4 0 R"
+               b"/Resources<</Font<</F1 5 0 R>>>>>>",
+               b"<</Length %d>>stream\n%s\nendstream" % (len(content), content),
+               b"<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>"]
+    pdf = b"%PDF-1.4\n"
+    offsets = []
+    for number, body in enumerate(objects, 1):
+        offsets.append(len(pdf))
+        pdf += b"%d 0 obj\n%s\nendobj\n" % (number, body)
+    start = len(pdf)
+    pdf += b"xref\n0 6\n0000000000 65535 f \n" + b"".join(b"%010d 00000 n \n" % o for o in offsets)
+    return pdf + b"trailer\n<</Size 6/Root 1 0 R>>\nstartxref\n%d\n%%%%EOF\n" % start
+
+
 def needs(*programs):
     """Skips a test where a peer is not installed, and says which."""
     missing = [p for p in programs if not shutil.which(p, path=os.environ["PATH"] + ":/usr/sbin")]

@@ -7,27 +7,13 @@ import subprocess
 import tempfile
 import unittest
 
-from harness import Agent, free_port, ipp_request, needs, urf_document, wait_until
+from harness import Agent, free_port, make_pdf, needs, urf_document, wait_until
 
 IPPTOOL_FILES = pathlib.Path("/usr/share/cups/ipptool")
 
 
-def make_pdf(text):
-    """A small, valid one-page PDF that shows a text."""
-    content = f"BT /F1 24 Tf 72 700 Td ({text}) Tj ET".encode()
-    objects = [b"<</Type/Catalog/Pages 2 0 R>>", b"<</Type/Pages/Kids[3 0 R]/Count 1>>",
-               b"<</Type/Page/Parent 2 0 R/MediaBox[0 0 612 792]/Contents 4 0 R"
-               b"/Resources<</Font<</F1 5 0 R>>>>>>",
-               b"<</Length %d>>stream\n%s\nendstream" % (len(content), content),
-               b"<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>"]
-    pdf = b"%PDF-1.4\n"
-    offsets = []
-    for number, body in enumerate(objects, 1):
-        offsets.append(len(pdf))
-        pdf += b"%d 0 obj\n%s\nendobj\n" % (number, body)
-    start = len(pdf)
-    pdf += b"xref\n0 6\n0000000000 65535 f \n" + b"".join(b"%010d 00000 n \n" % o for o in offsets)
-    return pdf + b"trailer\n<</Size 6/Root 1 0 R>>\nstartxref\n%d\n%%%%EOF\n" % start
+def pdf_saying(text):
+    return make_pdf(f"BT /F1 24 Tf 72 700 Td ({text}) Tj ET")
 
 
 @needs("ipptool")
@@ -54,7 +40,7 @@ class IPPTool(unittest.TestCase):
         with Agent() as agent, tempfile.TemporaryDirectory() as folder:
             agent.wait_ready()
             document = pathlib.Path(folder) / "letter.pdf"
-            document.write_bytes(make_pdf("Dear printer") + os.urandom(700_000))
+            document.write_bytes(pdf_saying("Dear printer") + os.urandom(700_000))
             self.ipptool(agent, "print-job.test", document)
             (saved,) = agent.wait_saved()
             self.assertEqual(saved.read_bytes(), document.read_bytes())
@@ -64,7 +50,7 @@ class IPPTool(unittest.TestCase):
         with Agent() as agent, tempfile.TemporaryDirectory() as folder:
             agent.wait_ready()
             document = pathlib.Path(folder) / "letter.pdf"
-            document.write_bytes(make_pdf("In two steps"))
+            document.write_bytes(pdf_saying("In two steps"))
             self.ipptool(agent, "validate-job.test", document)
             self.ipptool(agent, "create-job.test", document)
             self.ipptool(agent, "get-jobs.test")
@@ -96,7 +82,7 @@ class CUPS(unittest.TestCase):
             agent.wait_ready()
             cups.run("lpadmin", "-p", "korvane", "-E", "-v", agent.uri, "-m", "everywhere")
             document = cups.root / "hello.pdf"
-            document.write_bytes(make_pdf("Hello from CUPS"))
+            document.write_bytes(pdf_saying("Hello from CUPS"))
             cups.run("lp", "-d", "korvane", "-t", "Greeting", str(document))
             (saved,) = agent.wait_saved(seconds=60)
             self.assertTrue(saved.name.startswith("Greeting "), saved.name)

@@ -51,6 +51,7 @@ TerminationSignals::TerminationSignals()
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     descriptor_ = FileDescriptor(::signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC));
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 std::unique_ptr<SignalWatch> TerminationSignals::watch(SerialQueue& queue, Task handler) const
