@@ -43,7 +43,7 @@ public:
 
     URFBuilder& raw(std::initializer_list<std::uint8_t> bytes)
     {
-        bytes_.insert(bytes_.end(), bytes);
+        for (const std::uint8_t byte : bytes) bytes_.push_back(byte);
         return *this;
     }
 

@@ -107,8 +107,9 @@ void SocketConnection::sendRest()
             return;
         }
         if (sent < 0) {
+            const SystemError error = SystemError::last();
             unsent_.clear();
-            finishSend(SystemError::last());
+            finishSend(error);
             return;
         }
         dropSent(static_cast<std::size_t>(sent));
