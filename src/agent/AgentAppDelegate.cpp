@@ -9,9 +9,10 @@ namespace korvane {
 
 AgentAppDelegate::AgentAppDelegate(std::string build, const SettingsStore& store,
                                    std::optional<std::string> hostName,
-                                   const ServerEnvironment& environment)
+                                   const ServerEnvironment& environment,
+                                   SettingsObserver::Subscribe settingsChanges)
     : build_(std::move(build)), store_(store), hostName_(std::move(hostName)),
-      environment_(environment), log_(environment.log)
+      environment_(environment), log_(environment.log), observer_(std::move(settingsChanges))
 {
 }
 
@@ -21,6 +22,17 @@ void AgentAppDelegate::applicationDidFinishLaunching()
     store_.writeVersionStamp(build_, log_);
     service_ = std::make_shared<PrinterService>(store_, hostName_, environment_);
     service_->reload();
+    observer_.start([weak = weak_from_this(), &main = environment_.queues.main()] {
+        main.async([weak] {
+            if (const auto self = weak.lock()) self->settingsChanged();
+        });
+    });
+}
+
+void AgentAppDelegate::settingsChanged()
+{
+    log_.note("KorvaneAgent: settings changed, reloading");
+    if (service_) service_->reload();
 }
 
 void AgentAppDelegate::applicationWillTerminate()

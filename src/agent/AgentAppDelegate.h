@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/PrinterService.h"
+#include "config/SettingsObserver.h"
 #include "config/SettingsStore.h"
 #include "platform/log/Log.h"
 #include "server/IPPServer.h"
@@ -11,12 +12,15 @@
 
 namespace korvane {
 
-/** Wires the agent together at launch and stops the printer at the end. Main queue only. */
-class AgentAppDelegate {
+/** Wires the agent together at launch, reloads it when its settings change, and stops the printer
+ * at the end. Main queue only. */
+class AgentAppDelegate : public std::enable_shared_from_this<AgentAppDelegate> {
 public:
-    /** `build` names the build that runs. All that is referred to outlives the delegate. */
+    /** `build` names the build that runs; `settingsChanges` delivers the signal that the settings
+     *  have changed. All that is referred to outlives the delegate. */
     AgentAppDelegate(std::string build, const SettingsStore& store,
-                     std::optional<std::string> hostName, const ServerEnvironment& environment);
+                     std::optional<std::string> hostName, const ServerEnvironment& environment,
+                     SettingsObserver::Subscribe settingsChanges);
 
     /** The event loop has begun. */
     void applicationDidFinishLaunching();
@@ -25,12 +29,15 @@ public:
     void applicationWillTerminate();
 
 private:
+    void settingsChanged();
+
     const std::string build_;
     const SettingsStore& store_;
     const std::optional<std::string> hostName_;
     const ServerEnvironment environment_;
     Log& log_;
     std::shared_ptr<PrinterService> service_;
+    SettingsObserver observer_;
 };
 
 } // namespace korvane

@@ -3,19 +3,23 @@
 #include "platform/files/UserFolders.h"
 #include "platform/log/SystemLog.h"
 #include "platform/queue/SystemQueues.h"
-#include "platform/signals/TerminationSignals.h"
+#include "platform/signals/ProcessSignals.h"
 #include "platform/system/Clock.h"
 #include "platform/system/HostName.h"
 #include "platform/tcp/SocketNetwork.h"
 
 #include <unistd.h>
 
+#include <csignal>
+#include <memory>
+#include <utility>
+
 int main()
 {
     using namespace korvane;
 
     // Before any thread starts, so that every thread inherits what is blocked.
-    const TerminationSignals signals;
+    const ProcessSignals signals;
 
     const auto log =
         makeSystemLog({.subsystem = "org.korvane.Agent", .category = "app"}, STDERR_FILENO);
@@ -24,13 +28,15 @@ int main()
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
 
-    AgentAppDelegate delegate(KORVANE_BUILD, store, hostName(),
-                              {.queues = queues, .network = network, .clock = clock, .log = *log});
-    const auto termination = signals.watch(queues.main(), [&] {
-        delegate.applicationWillTerminate();
+    const auto delegate = std::make_shared<AgentAppDelegate>(
+        KORVANE_BUILD, store, hostName(),
+        ServerEnvironment{.queues = queues, .network = network, .clock = clock, .log = *log},
+        [&](Task handler) { return signals.watch({SIGHUP}, queues.main(), std::move(handler)); });
+    const auto termination = signals.watch({SIGTERM, SIGINT}, queues.main(), [&] {
+        delegate->applicationWillTerminate();
         queues.stopMain();
     });
-    queues.main().async([&] { delegate.applicationDidFinishLaunching(); });
+    queues.main().async([&] { delegate->applicationDidFinishLaunching(); });
     queues.runMain();
     return 0;
 }

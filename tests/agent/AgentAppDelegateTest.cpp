@@ -7,17 +7,30 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <memory>
+#include <utility>
+
 namespace korvane {
 namespace {
 
 class AgentAppDelegateTest : public AgentFixture {
 protected:
-    AgentAppDelegate delegate{"0.1.0", store, "Office Mac", environment};
+    AgentAppDelegateTest()
+        : delegate(std::make_shared<AgentAppDelegate>("0.1.0", store, "Office Mac", environment,
+                                                      [this](Task handler) {
+                                                          signal = std::move(handler);
+                                                          return nullptr;
+                                                      }))
+    {
+    }
+
+    Task signal;
+    std::shared_ptr<AgentAppDelegate> delegate;
 };
 
 TEST_F(AgentAppDelegateTest, LaunchesWithoutSettingsAndWaits)
 {
-    delegate.applicationDidFinishLaunching();
+    delegate->applicationDidFinishLaunching();
     const std::vector<std::string> lines = log.lines();
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_EQ(lines[0], fmt::format("KorvaneAgent: starting (pid={}, build 0.1.0)", ::getpid()));
@@ -31,17 +44,32 @@ TEST_F(AgentAppDelegateTest, LaunchesWithoutSettingsAndWaits)
 TEST_F(AgentAppDelegateTest, RunsThePrinterUntilItTerminates)
 {
     choose({});
-    delegate.applicationDidFinishLaunching();
+    delegate->applicationDidFinishLaunching();
     listenerIsReady();
     EXPECT_THAT(directory.live, testing::ElementsAre("Office"));
-    delegate.applicationWillTerminate();
+    delegate->applicationWillTerminate();
     EXPECT_TRUE(network.latest().cancelled);
     EXPECT_THAT(directory.live, testing::IsEmpty());
 }
 
+TEST_F(AgentAppDelegateTest, ReloadsOnceForEverySignalWhileItLives)
+{
+    delegate->applicationDidFinishLaunching();
+    choose({});
+    for (int i = 0; i < 3; ++i) signal();
+    EXPECT_TRUE(network.listeners.empty()) << "the reload waits for the main queue";
+    queues.run();
+    EXPECT_EQ(log.count("KorvaneAgent: settings changed, reloading"), 3);
+    EXPECT_EQ(network.listeners.size(), 1U);
+    delegate.reset();
+    signal();
+    queues.run();
+    EXPECT_EQ(log.count("KorvaneAgent: settings changed, reloading"), 3);
+}
+
 TEST_F(AgentAppDelegateTest, TerminatesBeforeItEverLaunched)
 {
-    delegate.applicationWillTerminate();
+    delegate->applicationWillTerminate();
     EXPECT_TRUE(log.lines().empty());
 }
 

@@ -6,7 +6,7 @@ import subprocess
 import time
 import unittest
 
-from harness import Agent, wait_until
+from harness import Agent, free_port, wait_until
 
 
 class Lifecycle(unittest.TestCase):
@@ -28,6 +28,22 @@ class Lifecycle(unittest.TestCase):
             self.assertTrue(agent.logged("PrinterService: not configured, stopping"))
             self.assertTrue((agent.support / "printer-uuid").exists())
             self.assertEqual(agent.stop(), 0)
+
+    def test_follows_its_settings_while_it_runs(self):
+        with Agent(configured=False) as agent:
+            agent.logged("not configured")
+            agent.write_settings()
+            agent.process.send_signal(signal.SIGHUP)
+            agent.wait_ready()
+            agent.write_settings(printerName="Attic")
+            agent.process.send_signal(signal.SIGHUP)
+            self.assertTrue(agent.logged(f'IPPServer: publishing "Attic" on port {agent.port}'))
+            agent.port = free_port()
+            agent.write_settings()
+            agent.process.send_signal(signal.SIGHUP)
+            self.assertTrue(agent.logged(f"ready on port {agent.port}"))
+            self.assertEqual(agent.print_job(b"%PDF"), 0)
+            agent.wait_saved()
 
     def test_says_that_its_port_is_taken_and_takes_it_when_it_is_free(self):
         with Agent() as first:
