@@ -14,10 +14,10 @@ class SettingsStoreTest : public testing::Test {
 protected:
     void save(const std::string& saveDirectory, const std::string& port = "8631") const
     {
-        home_.write(
-            "Korvane/settings.json",
-            R"({"printerName": "Office", "notesEnabled": true, "notesFolder": "Paper", "ippPort": )" +
-                port + R"(, "saveDirectoryPath": ")" + saveDirectory + "\"}");
+        home_.write("Korvane/settings.json", R"({"printerName": "Office", "notesEnabled": true,
+            "notesFolder": "Paper", "ippPort": )" +
+                                                 port + R"(, "saveDirectoryPath": ")" +
+                                                 saveDirectory + "\"}");
     }
 
     TemporaryFolder home_;
