@@ -36,10 +36,8 @@ struct URFPage {
 /** Writes URF documents, right ones and wrong ones. */
 class URFBuilder {
 public:
-    explicit URFBuilder(std::uint32_t pageCount)
-    {
-        raw({'U', 'N', 'I', 'R', 'A', 'S', 'T', 0}).numbers({pageCount});
-    }
+    /** Begins with "UNIRAST" and a zero byte. */
+    explicit URFBuilder(std::uint32_t pageCount) { numbers({0x554E4952, 0x41535400, pageCount}); }
 
     URFBuilder& raw(std::initializer_list<std::uint8_t> bytes)
     {
