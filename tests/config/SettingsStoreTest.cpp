@@ -14,10 +14,10 @@ class SettingsStoreTest : public testing::Test {
 protected:
     void save(const std::string& saveDirectory, const std::string& port = "8631") const
     {
-        home_.write(
-            "Korvane/settings.json",
-            R"({"printerName": "Office", "notesEnabled": true, "notesFolder": "Paper", "ippPort": )" +
-                port + R"(, "saveDirectoryPath": ")" + saveDirectory + "\"}");
+        const std::string rest =
+            R"("printerName": "Office", "notesEnabled": true, "notesFolder": "Paper"})";
+        home_.write("Korvane/settings.json", R"({"saveDirectoryPath": ")" + saveDirectory +
+                                                 R"(", "ippPort": )" + port + ", " + rest);
     }
 
     TemporaryFolder home_;

@@ -1,5 +1,6 @@
 #include "ipp/PrinterAttributes.h"
 
+#include "ipp/IPPOperation.h"
 #include "ipp/PrinterUpTime.h"
 
 #include <gmock/gmock.h>
@@ -39,6 +40,18 @@ TEST(PrinterAttributes, AreFiftySixThatStartWithWhoThePrinterIs)
     EXPECT_THAT(group.attributes, testing::Contains(ipp::makeIntegerAttribute(
                                       "operations-supported", {2, 4, 5, 6, 8, 9, 10, 11},
                                       ipp::IntegerSyntax::enumValue)));
+}
+
+TEST(IPPOperation, IsNamedForTheLog)
+{
+    std::string known;
+    for (int code = 0; code <= 0xFFFF; ++code) {
+        const auto operation = makeIPPOperation(static_cast<std::uint16_t>(code));
+        if (operation) known.append(caseName(*operation)).append(" ");
+    }
+    EXPECT_EQ(known,
+              "printJob validateJob createJob sendDocument cancelJob getJobAttributes getJobs "
+              "getPrinterAttributes ");
 }
 
 TEST(MoreInfoURI, IsTheRootOfThePrintersHost)

@@ -10,7 +10,6 @@
 #include <sys/socket.h>
 
 #include <array>
-#include <cerrno>
 #include <condition_variable>
 #include <mutex>
 
@@ -18,17 +17,15 @@ namespace korvane {
 namespace {
 
 using testing::ElementsAre;
-using Events = std::vector<std::string>;
 using Handler = std::function<void(const std::shared_ptr<TCPConnection>&)>;
 
 std::string nameOf(const TCPListener::State& state)
 {
-    if (std::holds_alternative<TCPListener::Ready>(state)) return "ready";
-    if (const auto* failed = std::get_if<TCPListener::Failed>(&state))
-        return "failed " + std::to_string(failed->error.code);
-    if (const auto* waiting = std::get_if<TCPListener::Waiting>(&state))
-        return "waiting " + std::to_string(waiting->error.code);
-    return "cancelled";
+    const auto* failed = std::get_if<TCPListener::Failed>(&state);
+    const auto* waiting = std::get_if<TCPListener::Waiting>(&state);
+    if (failed) return "failed: " + failed->error.description();
+    if (waiting) return "waiting: " + waiting->error.description();
+    return std::holds_alternative<TCPListener::Ready>(state) ? "ready" : "cancelled";
 }
 
 sockaddr* address(sockaddr_in& internet)
@@ -92,7 +89,7 @@ protected:
         changed.notify_all();
     }
 
-    Events waitFor(std::size_t count)
+    std::vector<std::string> waitFor(std::size_t count)
     {
         std::unique_lock lock(mutex);
         changed.wait_for(lock, std::chrono::seconds(10), [&] { return events.size() >= count; });
@@ -110,14 +107,14 @@ protected:
     std::shared_ptr<TCPListener> listener;
     std::mutex mutex;
     std::condition_variable changed;
-    Events events;
+    std::vector<std::string> events;
 };
 
 TEST_F(SocketNetworkTest, ASecondListenerFailsOnItsQueueAndThePortIsFreeAfterTheFirst)
 {
     queue->sync([&] { EXPECT_EQ(listener->port(), ntohs(server.sin_port)); });
     const auto second = listen();
-    EXPECT_EQ(waitFor(2).back(), "failed " + std::to_string(EADDRINUSE));
+    EXPECT_EQ(waitFor(2).back(), "failed: Address already in use");
     const FileDescriptor client = connect();
     queue->sync([&] { listener->cancel(); });
     EXPECT_EQ(waitFor(3).back(), "cancelled");
@@ -173,7 +170,7 @@ TEST_F(SocketNetworkTest, GoesOnAcceptingWhenDescriptorsAreBack)
     waitFor(3);
     ::setrlimit(RLIMIT_NOFILE, &normal);
     EXPECT_THAT(waitFor(4),
-                ElementsAre("ready", "accepted", "waiting " + std::to_string(EMFILE), "accepted"));
+                ElementsAre("ready", "accepted", "waiting: Too many open files", "accepted"));
 }
 
 } // namespace

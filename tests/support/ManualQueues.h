@@ -16,24 +16,26 @@ namespace korvane {
 /** A queue that runs its tasks only when the test says so, by a clock that the test moves. */
 class ManualQueue final : public SerialQueue {
 public:
-    void async(Task task) override { tasks_.push_back(std::move(task)); }
+    using Time = std::chrono::steady_clock::time_point;
 
-    bool isCurrent() const override { return depth_ > 0; }
+    void async(Task task) override { tasks_.push_back(std::move(task)); }
+    bool isCurrent() const override { return isRunning_; }
+    Time now() const override { return now_; }
 
     void sync(const Task& task) override
     {
-        if (!isCurrent()) runWaiting();
-        enter(task);
+        if (isCurrent()) return task();
+        async(task);
+        runWaiting();
     }
 
     std::unique_ptr<DelayedTask> after(std::chrono::nanoseconds delay, Task task) override
     {
-        auto shared = std::make_shared<Task>(std::move(task));
-        delayed_.emplace(now_ + delay, shared);
-        return std::make_unique<Handle>(std::move(shared));
+        auto handle = std::make_unique<Handle>();
+        handle->task = std::make_shared<Task>(std::move(task));
+        delayed_.emplace(now_ + delay, handle->task);
+        return handle;
     }
-
-    std::chrono::steady_clock::time_point now() const override { return now_; }
 
     /** Descriptors are never ready here. */
     std::unique_ptr<DescriptorWatch> watch(int /*descriptor*/) override
@@ -44,34 +46,28 @@ public:
     /** Runs what is queued; false when there was nothing. */
     bool runWaiting()
     {
-        bool ran = false;
-        while (!tasks_.empty()) {
-            const Task task = std::move(tasks_.front());
-            tasks_.pop_front();
-            enter(task);
-            ran = true;
-        }
+        const bool ran = !tasks_.empty();
+        isRunning_ = true;
+        for (; !tasks_.empty(); tasks_.pop_front()) std::exchange(tasks_.front(), nullptr)();
+        isRunning_ = false;
         return ran;
     }
 
     /** When the next delayed task that still lives is due. */
-    std::chrono::steady_clock::time_point nextDue()
+    Time nextDue()
     {
         std::erase_if(delayed_, [](const auto& entry) { return entry.second.expired(); });
-        return delayed_.empty() ? std::chrono::steady_clock::time_point::max()
-                                : delayed_.begin()->first;
+        return delayed_.empty() ? Time::max() : delayed_.begin()->first;
     }
 
-    bool hasDelayedTask() { return nextDue() != std::chrono::steady_clock::time_point::max(); }
+    bool hasDelayedTask() { return nextDue() != Time::max(); }
 
     /** Moves the clock; what is due becomes queued. */
-    void moveTo(std::chrono::steady_clock::time_point time)
+    void moveTo(Time time)
     {
         now_ = time;
         while (nextDue() <= now_) {
-            const auto due = delayed_.begin()->second;
-            delayed_.erase(delayed_.begin());
-            async([due] {
+            async([due = delayed_.extract(delayed_.begin()).mapped()] {
                 if (const auto task = due.lock()) std::exchange(*task, nullptr)();
             });
         }
@@ -79,26 +75,17 @@ public:
 
 private:
     struct Handle final : DelayedTask {
-        explicit Handle(std::shared_ptr<Task> kept) : task(std::move(kept)) {}
         std::shared_ptr<Task> task;
     };
-
     struct Unready final : DescriptorWatch {
         void whenReadable(Task /*task*/) override {}
         void whenWritable(Task /*task*/) override {}
     };
 
-    void enter(const Task& task)
-    {
-        ++depth_;
-        task();
-        --depth_;
-    }
-
     std::deque<Task> tasks_;
-    std::multimap<std::chrono::steady_clock::time_point, std::weak_ptr<Task>> delayed_;
-    std::chrono::steady_clock::time_point now_{};
-    int depth_ = 0;
+    std::multimap<Time, std::weak_ptr<Task>> delayed_;
+    Time now_{};
+    bool isRunning_ = false;
 };
 
 /** Hand-cranked queues with one clock. */

@@ -36,10 +36,8 @@ struct URFPage {
 /** Writes URF documents, right ones and wrong ones. */
 class URFBuilder {
 public:
-    explicit URFBuilder(std::uint32_t pageCount)
-    {
-        raw({'U', 'N', 'I', 'R', 'A', 'S', 'T', 0}).numbers({pageCount});
-    }
+    /** Begins with "UNIRAST" and a zero byte. */
+    explicit URFBuilder(std::uint32_t pageCount) { numbers({0x554E4952, 0x41535400, pageCount}); }
 
     URFBuilder& raw(std::initializer_list<std::uint8_t> bytes)
     {
@@ -63,7 +61,7 @@ public:
                    std::ranges::equal(raster.row(y), raster.row(next))) {
                 ++next;
             }
-            put(next - y - 1, {});
+            byte(next - y - 1);
             line(raster.row(y), raster.bytesPerPixel);
         }
         return *this;
@@ -75,14 +73,16 @@ private:
     URFBuilder& numbers(std::initializer_list<std::uint32_t> values)
     {
         for (const std::uint32_t value : values) {
-            for (int shift = 24; shift >= 0; shift -= 8) put(value >> shift & 0xFF, {});
+            for (int shift = 24; shift >= 0; shift -= 8) byte(value >> shift & 0xFF);
         }
         return *this;
     }
 
+    void byte(std::size_t value) { bytes_.push_back(static_cast<std::uint8_t>(value)); }
+
     void put(std::size_t code, std::span<const std::uint8_t> bytes)
     {
-        bytes_.push_back(static_cast<std::uint8_t>(code));
+        byte(code);
         bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
     }
 
@@ -99,7 +99,7 @@ private:
             count = run(x);
             if (count > 128 && x + count == width) {
                 put(0, pixel(x));
-                put(128, {});
+                byte(128);
             } else if (count > 1) {
                 count = std::min<std::size_t>(count, 128);
                 put(257 - count, pixel(x));
