@@ -1,7 +1,9 @@
 #include "agent/AgentAppDelegate.h"
 #include "config/SettingsStore.h"
+#include "platform/dnssd/AvahiServiceDirectory.h"
 #include "platform/files/UserFolders.h"
 #include "platform/log/SystemLog.h"
+#include "platform/network/RouteNetlinkPaths.h"
 #include "platform/queue/SystemQueues.h"
 #include "platform/signals/TerminationSignals.h"
 #include "platform/system/Clock.h"
@@ -21,11 +23,18 @@ int main()
         makeSystemLog({.subsystem = "org.korvane.Agent", .category = "app"}, STDERR_FILENO);
     SystemQueues queues(*log);
     SocketNetwork network;
+    AvahiServiceDirectory directory;
+    RouteNetlinkPaths paths;
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
 
     AgentAppDelegate delegate(KORVANE_BUILD, store, hostName(),
-                              {.queues = queues, .network = network, .clock = clock, .log = *log});
+                              {.queues = queues,
+                               .network = network,
+                               .clock = clock,
+                               .log = *log,
+                               .directory = &directory,
+                               .paths = &paths});
     const auto termination = signals.watch(queues.main(), [&] {
         delegate.applicationWillTerminate();
         queues.stopMain();

@@ -20,11 +20,8 @@ constexpr LinkAddresses ownAddress{.any = true, .given = false};
 
 NetworkLink device(std::uint32_t index, const std::string& name, const std::string& kind = {})
 {
-    return {.index = index,
-            .name = name,
-            .hardwareType = ARPHRD_ETHER,
-            .flags = running,
-            .kind = kind};
+    return {
+        .index = index, .name = name, .hardwareType = ARPHRD_ETHER, .flags = running, .kind = kind};
 }
 
 void add(RouteSnapshot& snapshot, const NetworkLink& link,
@@ -133,10 +130,14 @@ TEST(RoutePath, TellsWiredInterfacesFromOthers)
     ofTheHost.lower = 3;
     ofTheHost.isLowerElsewhere = true;
     const std::pair<NetworkLink, InterfaceType> others[] = {
-        {loopback, InterfaceType::loopback},   {tunnel, InterfaceType::other},
-        {modem, InterfaceType::other},         {enslaved, InterfaceType::other},
-        {overCard, InterfaceType::wiredEthernet}, {overWireless, InterfaceType::wifi},
-        {overItself, InterfaceType::other},    {ofTheHost, InterfaceType::wiredEthernet},
+        {loopback, InterfaceType::loopback},
+        {tunnel, InterfaceType::other},
+        {modem, InterfaceType::other},
+        {enslaved, InterfaceType::other},
+        {overCard, InterfaceType::wiredEthernet},
+        {overWireless, InterfaceType::wifi},
+        {overItself, InterfaceType::other},
+        {ofTheHost, InterfaceType::wiredEthernet},
     };
     for (const auto& [link, type] : others) {
         SCOPED_TRACE(link.name);

@@ -93,11 +93,11 @@ TEST(RouteSnapshot, ReadsAContainersLink)
     body.ifi_flags = 0x11043;
     const Bytes kind = attribute(IFLA_INFO_KIND, std::string_view("veth", 5));
     RouteSnapshot snapshot;
-    const Bytes bytes = message(RTM_NEWLINK, body,
-                                {attribute(IFLA_IFNAME, std::string_view("eth0", 5)),
-                                 attribute(IFLA_LINK, 9U), attribute(IFLA_LINK_NETNSID, 0U),
-                                 attribute(IFLA_MASTER, 3U),
-                                 attribute(IFLA_LINKINFO | NLA_F_NESTED, kind.data(), kind.size())});
+    const Bytes bytes =
+        message(RTM_NEWLINK, body,
+                {attribute(IFLA_IFNAME, std::string_view("eth0", 5)), attribute(IFLA_LINK, 9U),
+                 attribute(IFLA_LINK_NETNSID, 0U), attribute(IFLA_MASTER, 3U),
+                 attribute(IFLA_LINKINFO | NLA_F_NESTED, kind.data(), kind.size())});
     EXPECT_EQ(addListing(bytes, snapshot), ListingProgress::more);
     const NetworkLink& link = snapshot.links.at(7);
     EXPECT_EQ(link.name, "eth0");

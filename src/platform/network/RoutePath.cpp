@@ -12,7 +12,8 @@ namespace korvane {
 
 namespace {
 
-/** Devices stand on others a few deep; a listing that changes while it is read might form a ring. */
+/** Devices stand on others a few deep; a listing that changes while it is read might form a ring.
+ */
 constexpr int deepest = 8;
 
 bool isOneOf(const std::string& kind, std::initializer_list<const char*> kinds)

@@ -13,7 +13,8 @@ using DeviceTypes = std::function<InterfaceType(const std::string& name)>;
 
 /**
  * The interfaces that are up and have an address: first those with an IPv4 default route, the
- * smallest metric first, then those with an IPv6 one, then the others in the order of their indexes.
+ * smallest metric first, then those with an IPv6 one, then the others in the order of their
+ * indexes.
  *
  * Wired is Ethernet hardware, and what stands for it: a VLAN or MAC VLAN on it, a bond of it, and
  * the cable of a container (a veth that was given an address). Bridges, their ports and those of

@@ -18,7 +18,8 @@ namespace {
 using Bytes = std::span<const std::uint8_t>;
 
 /** The record that the bytes begin with. */
-template <typename Record> std::optional<Record> recordAt(Bytes bytes)
+template <typename Record>
+std::optional<Record> recordAt(Bytes bytes)
 {
     Record record{};
     if (bytes.size() < sizeof record) return std::nullopt;
@@ -33,7 +34,8 @@ Bytes after(Bytes bytes, std::size_t length)
 }
 
 /** Attributes and what nests in them: calls `visit` with the type and the payload of each. */
-template <typename Visitor> void forEachAttribute(Bytes bytes, const Visitor& visit)
+template <typename Visitor>
+void forEachAttribute(Bytes bytes, const Visitor& visit)
 {
     while (const auto header = recordAt<rtattr>(bytes)) {
         if (header->rta_len < sizeof(rtattr) || header->rta_len > bytes.size()) return;
