@@ -42,7 +42,7 @@ DaemonResponder::DaemonResponder(AvahiService service, AvahiResponderObserver& o
 DaemonResponder::~DaemonResponder()
 {
     // Waits for the daemon's answer, so that the same name is free for the next registration.
-    if (group_ != nullptr) avahi_entry_group_free(group_);
+    if (group_ != nullptr) avahi_entry_group_reset(group_);
     if (client_ != nullptr) avahi_client_free(client_);
 }
 
