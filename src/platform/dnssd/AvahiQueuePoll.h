@@ -10,8 +10,8 @@
 namespace korvane {
 
 /**
- * Runs Avahi on a serial queue: its sockets are watched and its times are kept by the queue, so that
- * nothing runs while nothing happens. Used and destroyed on the queue, after what it runs.
+ * Runs Avahi on a serial queue: its sockets are watched and its times are kept by the queue, so
+ * that nothing runs while nothing happens. Used and destroyed on the queue, after what it runs.
  */
 class AvahiQueuePoll {
 public:

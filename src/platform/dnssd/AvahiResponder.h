@@ -10,8 +10,8 @@ namespace korvane {
 
 class AvahiResponder;
 
-/** Told what becomes of a service, from inside Avahi: the responder that tells must not be destroyed
- *  before the call returns. */
+/** Told what becomes of a service, from inside Avahi: the responder that tells must not be
+ * destroyed before the call returns. */
 class AvahiResponderObserver {
 public:
     virtual void published(const std::string& name) = 0;

@@ -37,8 +37,8 @@ private:
     void lookForDaemon()
     {
         // Two responders that claim one name would take each other for a stranger.
-        auto daemon = DaemonResponder::connect(poll_.api(), service_, *this,
-                                               [this] { embedded_.reset(); });
+        auto daemon =
+            DaemonResponder::connect(poll_.api(), service_, *this, [this] { embedded_.reset(); });
         if (daemon) {
             daemon_ = std::move(*daemon);
             busWatch_.reset();
@@ -90,8 +90,8 @@ Result<std::unique_ptr<ServiceRegistration>, int>
 AvahiServiceDirectory::registerService(const Registration& registration, SerialQueue& queue,
                                        ResultHandler handler)
 {
-    auto made = std::make_unique<AvahiRegistration>(avahiService(registration), queue,
-                                                    std::move(handler));
+    auto made =
+        std::make_unique<AvahiRegistration>(avahiService(registration), queue, std::move(handler));
     if (const auto started = made->start(); !started) return failure(started.error());
     return made;
 }

@@ -9,8 +9,8 @@ namespace korvane {
  * there is none. When a daemon comes later, the registration moves to it: the service is withdrawn,
  * and registered there. A lost daemon ends the registration with an error.
  *
- * Error codes are Avahi's, which are negative. Every registration has a connection of its own to the
- * system bus. Where there is no bus, its socket file is waited for.
+ * Error codes are Avahi's, which are negative. Every registration has a connection of its own to
+ * the system bus. Where there is no bus, its socket file is waited for.
  */
 class AvahiServiceDirectory final : public ServiceDirectory {
 public:

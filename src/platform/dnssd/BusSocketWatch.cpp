@@ -23,7 +23,8 @@ constexpr std::chrono::seconds startingTime{1};
 std::filesystem::path systemBusSocket()
 {
     const char* variable = std::getenv("DBUS_SYSTEM_BUS_ADDRESS"); // NOLINT(concurrency-mt-unsafe)
-    std::string_view address = variable != nullptr ? variable : "unix:path=/run/dbus/system_bus_socket";
+    std::string_view address =
+        variable != nullptr ? variable : "unix:path=/run/dbus/system_bus_socket";
     constexpr std::string_view prefix = "unix:path=";
     if (!address.starts_with(prefix)) return {};
     address.remove_prefix(prefix.size());
@@ -37,8 +38,8 @@ BusSocketWatch::BusSocketWatch(std::filesystem::path socket, SerialQueue& queue,
 {
     if (socket_.empty() || !inotify_) return;
     watch_ = queue.watch(inotify_.get());
-    watchNearestFolder();
     waitForEntry();
+    look();
 }
 
 void BusSocketWatch::waitForEntry()
@@ -51,20 +52,30 @@ void BusSocketWatch::handleEntries()
     std::array<char, 4096> events{};
     while (::read(inotify_.get(), events.data(), events.size()) > 0) {
     }
-    watchNearestFolder();
     waitForEntry();
+    look();
+}
+
+void BusSocketWatch::look()
+{
+    // A folder that is made between the two is on nobody's watch yet.
+    while (isDirectory(watchNearestFolder())) {
+    }
     if (fileExists(socket_)) announce();
 }
 
-/** The deepest folder on the socket's way that is there: the next one will be made in it. */
-void BusSocketWatch::watchNearestFolder()
+/** Watches the deepest folder on the socket's way that is there, and gives what will be made in it.
+ */
+std::filesystem::path BusSocketWatch::watchNearestFolder()
 {
-    std::filesystem::path folder = socket_.parent_path();
+    std::filesystem::path next = socket_;
+    std::filesystem::path folder = next.parent_path();
     while (::inotify_add_watch(inotify_.get(), folder.c_str(),
                                IN_CREATE | IN_MOVED_TO | IN_ONLYDIR) < 0 &&
            folder.has_relative_path()) {
-        folder = folder.parent_path();
+        next = std::exchange(folder, folder.parent_path());
     }
+    return next;
 }
 
 void BusSocketWatch::announce()

@@ -26,7 +26,8 @@ public:
 private:
     void waitForEntry();
     void handleEntries();
-    void watchNearestFolder();
+    void look();
+    std::filesystem::path watchNearestFolder();
     void announce();
 
     const std::filesystem::path socket_;

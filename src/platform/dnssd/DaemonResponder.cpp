@@ -53,14 +53,10 @@ void DaemonResponder::handleClient(AvahiClient* client, AvahiClientState state)
     switch (state) {
     case AVAHI_CLIENT_S_RUNNING:
         serve();
-        publish();
+        publishForHost();
         break;
     case AVAHI_CLIENT_S_REGISTERING:
-    case AVAHI_CLIENT_S_COLLISION:
-        // The host is getting a name, perhaps another: the service is published for that one.
-        serve();
-        if (group_ != nullptr) avahi_entry_group_reset(group_);
-        break;
+    case AVAHI_CLIENT_S_COLLISION: serve(); break;
     case AVAHI_CLIENT_FAILURE: fail(avahi_client_errno(client)); break;
     case AVAHI_CLIENT_CONNECTING: break;
     }
@@ -69,6 +65,17 @@ void DaemonResponder::handleClient(AvahiClient* client, AvahiClientState state)
 void DaemonResponder::serve()
 {
     if (!std::exchange(isServing_, true)) onFound_();
+}
+
+/** The daemon is running again after every change of the host's addresses; only under another name
+ *  of the host does the service have to be published again. */
+void DaemonResponder::publishForHost()
+{
+    const char* name = avahi_client_get_host_name(client_);
+    std::string host = name != nullptr ? name : "";
+    if (group_ != nullptr && host == host_) return;
+    host_ = std::move(host);
+    publish();
 }
 
 int DaemonResponder::fillGroup(const AvahiService& service)
@@ -98,9 +105,9 @@ int DaemonResponder::addToGroup(const AvahiService& service)
         nullptr, nullptr, service.port, service.txt.get());
     for (const std::string& subtype : subtypes) {
         if (error != AVAHI_OK) break;
-        error = avahi_entry_group_add_service_subtype(
-            group_, service.interface, AVAHI_PROTO_UNSPEC, noFlags, service.name.c_str(),
-            type.c_str(), nullptr, subtype.c_str());
+        error = avahi_entry_group_add_service_subtype(group_, service.interface, AVAHI_PROTO_UNSPEC,
+                                                      noFlags, service.name.c_str(), type.c_str(),
+                                                      nullptr, subtype.c_str());
     }
     return error;
 }

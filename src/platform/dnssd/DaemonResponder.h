@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace korvane {
 
@@ -19,9 +20,10 @@ class DaemonResponder final : public AvahiResponder {
 public:
     /** Fails with Avahi's error where there is no system bus. `onFound` is told, before the service
      *  is published, that there is a daemon. */
-    static Result<std::unique_ptr<DaemonResponder>, int>
-    connect(const AvahiPoll* poll, AvahiService service, AvahiResponderObserver& observer,
-            std::function<void()> onFound);
+    static Result<std::unique_ptr<DaemonResponder>, int> connect(const AvahiPoll* poll,
+                                                                 AvahiService service,
+                                                                 AvahiResponderObserver& observer,
+                                                                 std::function<void()> onFound);
 
     ~DaemonResponder() override;
 
@@ -34,12 +36,15 @@ private:
 
     void handleClient(AvahiClient* client, AvahiClientState state);
     void serve();
+    void publishForHost();
     int fillGroup(const AvahiService& service) override;
     int addToGroup(const AvahiService& service);
     int makeGroup();
 
     const std::function<void()> onFound_;
     bool isServing_ = false;
+    /** The host's name that the service was published for. */
+    std::string host_;
     AvahiClient* client_ = nullptr;
     AvahiEntryGroup* group_ = nullptr;
 };

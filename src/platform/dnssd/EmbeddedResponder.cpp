@@ -72,9 +72,13 @@ void EmbeddedResponder::handleServer(AvahiServer* server, AvahiServerState state
     // The first states come before avahi_server_new has returned.
     server_ = server;
     switch (state) {
-    case AVAHI_SERVER_RUNNING: publish(); break;
+    case AVAHI_SERVER_REGISTERING:
+    case AVAHI_SERVER_RUNNING:
+        // The service makes sure of its name while the host still makes sure of its own: that takes
+        // each a second. New addresses of the host leave it where it is.
+        if (group_ == nullptr || avahi_s_entry_group_is_empty(group_) != 0) publish();
+        break;
     case AVAHI_SERVER_COLLISION: renameHost(); break;
-    case AVAHI_SERVER_REGISTERING: emptyGroup(); break;
     case AVAHI_SERVER_FAILURE: fail(avahi_server_errno(server)); break;
     case AVAHI_SERVER_INVALID: break;
     }
@@ -121,9 +125,9 @@ int EmbeddedResponder::addToGroup(const AvahiService& service)
         type.c_str(), nullptr, nullptr, service.port, service.txt.get());
     for (const std::string& subtype : subtypes) {
         if (error != AVAHI_OK) break;
-        error = avahi_server_add_service_subtype(
-            server_, group_, service.interface, AVAHI_PROTO_UNSPEC, noFlags, service.name.c_str(),
-            type.c_str(), nullptr, subtype.c_str());
+        error = avahi_server_add_service_subtype(server_, group_, service.interface,
+                                                 AVAHI_PROTO_UNSPEC, noFlags, service.name.c_str(),
+                                                 type.c_str(), nullptr, subtype.c_str());
     }
     return error;
 }
