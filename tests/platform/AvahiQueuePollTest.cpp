@@ -90,10 +90,8 @@ TEST_F(AvahiQueuePollTest, WatchesOneDescriptorTwiceAsDBusDoesAndStaysSilentWhen
 {
     const auto* api = poll->api();
     int silencedCalls = 0;
-    std::function<void(AvahiWatch*, AvahiWatchEvent)> onSilenced = [&](AvahiWatch*,
-                                                                       AvahiWatchEvent) {
-        ++silencedCalls;
-    };
+    std::function<void(AvahiWatch*, AvahiWatchEvent)> onSilenced =
+        [&](AvahiWatch*, AvahiWatchEvent) { ++silencedCalls; };
     onEvent = [&](AvahiWatch* watch, AvahiWatchEvent event) {
         EXPECT_EQ(event, AVAHI_WATCH_OUT);
         api->watch_free(watch);

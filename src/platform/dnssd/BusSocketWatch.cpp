@@ -58,8 +58,11 @@ void BusSocketWatch::handleEntries()
 
 void BusSocketWatch::look()
 {
-    // A folder that is made between the two is on nobody's watch yet.
-    while (isDirectory(watchNearestFolder())) {
+    // What is made before its folder is watched goes unnoticed, so we look again; a folder that may
+    // not be watched comes up twice.
+    std::filesystem::path seen;
+    for (auto next = watchNearestFolder(); isDirectory(next) && next != seen;) {
+        seen = std::exchange(next, watchNearestFolder());
     }
     if (fileExists(socket_)) announce();
 }
