@@ -195,9 +195,15 @@ class WithoutDaemon(Discovery, unittest.TestCase):
         agent = self.start_agent()
         self.assertTrue(agent.logged("registered as"))
         self.assertTrue(self.browser.wait("=", NAME, 0))
+        registrations = self.registrations(agent)
+        # A bus comes, goes, and comes back; the agent gives each a second to get ready.
         self.desk.start_bus()
-        # A second for the agent to notice the bus.
         time.sleep(2)
+        self.desk.stop_bus()
+        self.desk.start_bus()
+        time.sleep(2)
+        self.assert_found("a bus without a daemon")
+        self.assertEqual(self.registrations(agent), registrations)
         count = len(agent.lines)
         came = time.monotonic()
         self.desk.start_daemon()
@@ -213,6 +219,10 @@ class WithoutDaemon(Discovery, unittest.TestCase):
         self.logged_since(agent, count, f'registered as "{NAME}"')
         time.sleep(1)
         self.assert_found("the daemon's end")
+
+    @staticmethod
+    def registrations(agent):
+        return [l for l in agent.lines if "BonjourRegistrar" in l]
 
     @staticmethod
     def local_services(host):

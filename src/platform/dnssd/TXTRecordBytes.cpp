@@ -7,7 +7,8 @@ std::vector<std::uint8_t> txtRecordBytes(const std::map<std::string, std::string
     constexpr std::size_t longestString = 255;
     std::vector<std::uint8_t> bytes;
     for (const auto& [key, value] : pairs) {
-        const std::string pair = key + "=" + value;
+        std::string pair = key;
+        pair.append("=").append(value);
         if (pair.size() > longestString) continue;
         bytes.push_back(static_cast<std::uint8_t>(pair.size()));
         bytes.insert(bytes.end(), pair.begin(), pair.end());
