@@ -1,7 +1,9 @@
 #include "agent/AgentAppDelegate.h"
 #include "config/SettingsStore.h"
+#include "platform/dnssd/AvahiServiceDirectory.h"
 #include "platform/files/UserFolders.h"
 #include "platform/log/SystemLog.h"
+#include "platform/network/RouteNetlinkPaths.h"
 #include "platform/queue/SystemQueues.h"
 #include "platform/signals/ProcessSignals.h"
 #include "platform/system/Clock.h"
@@ -25,12 +27,19 @@ int main()
         makeSystemLog({.subsystem = "org.korvane.Agent", .category = "app"}, STDERR_FILENO);
     SystemQueues queues(*log);
     SocketNetwork network;
+    AvahiServiceDirectory directory;
+    RouteNetlinkPaths paths;
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
 
     const auto delegate = std::make_shared<AgentAppDelegate>(
         KORVANE_BUILD, store, hostName(),
-        ServerEnvironment{.queues = queues, .network = network, .clock = clock, .log = *log},
+        ServerEnvironment{.queues = queues,
+                          .network = network,
+                          .clock = clock,
+                          .log = *log,
+                          .directory = &directory,
+                          .paths = &paths},
         [&](Task handler) { return signals.watch({SIGHUP}, queues.main(), std::move(handler)); });
     const auto termination = signals.watch({SIGTERM, SIGINT}, queues.main(), [&] {
         delegate->applicationWillTerminate();

@@ -18,12 +18,16 @@ struct NetworkInterface {
     /** The system's index, from 1. */
     std::uint32_t index = 0;
     std::string name;
+
+    friend bool operator==(const NetworkInterface&, const NetworkInterface&) = default;
 };
 
 /** The ways out of this machine. */
 struct NetworkPath {
     /** The usable interfaces, the one that the system prefers first. */
     std::vector<NetworkInterface> availableInterfaces;
+
+    friend bool operator==(const NetworkPath&, const NetworkPath&) = default;
 };
 
 /** A running watch over the network path; destroying it, on its queue, ends it. */
@@ -39,7 +43,7 @@ public:
 
     virtual ~NetworkPaths() = default;
 
-    /** Delivers the path on `queue` soon, and again after every change. */
+    /** Delivers the path on `queue` soon, and again after every change. Called on `queue`. */
     virtual std::unique_ptr<NetworkPathMonitor> monitor(SerialQueue& queue,
                                                         UpdateHandler handler) = 0;
 };

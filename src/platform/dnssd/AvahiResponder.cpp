@@ -1,0 +1,49 @@
+#include "platform/dnssd/AvahiResponder.h"
+
+#include <avahi-common/alternative.h>
+#include <avahi-common/error.h>
+#include <avahi-common/malloc.h>
+
+#include <memory>
+#include <utility>
+
+namespace korvane {
+
+AvahiResponder::AvahiResponder(AvahiService service, AvahiResponderObserver& observer)
+    : service_(std::move(service)), observer_(observer)
+{
+}
+
+void AvahiResponder::publish()
+{
+    int error = fillGroup(service_);
+    // Taken on this machine already; what others on the network have taken is found out later.
+    while (error == AVAHI_ERR_COLLISION) {
+        rename();
+        error = fillGroup(service_);
+    }
+    if (error != AVAHI_OK) fail(error);
+}
+
+void AvahiResponder::handleGroup(AvahiEntryGroupState state, int error)
+{
+    switch (state) {
+    case AVAHI_ENTRY_GROUP_ESTABLISHED: observer_.published(service_.name); break;
+    case AVAHI_ENTRY_GROUP_COLLISION:
+        rename();
+        publish();
+        break;
+    case AVAHI_ENTRY_GROUP_FAILURE: fail(error); break;
+    case AVAHI_ENTRY_GROUP_UNCOMMITED:
+    case AVAHI_ENTRY_GROUP_REGISTERING: break;
+    }
+}
+
+void AvahiResponder::rename()
+{
+    const std::unique_ptr<char, decltype(&avahi_free)> next(
+        avahi_alternative_service_name(service_.name.c_str()), avahi_free);
+    if (next) service_.name = next.get();
+}
+
+} // namespace korvane

@@ -1,0 +1,92 @@
+#include "platform/dnssd/BusSocketWatch.h"
+
+#include "platform/files/Files.h"
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+/** Between the file of a socket and somebody listening on it. */
+constexpr std::chrono::seconds startingTime{1};
+
+} // namespace
+
+std::filesystem::path systemBusSocket()
+{
+    const char* variable = std::getenv("DBUS_SYSTEM_BUS_ADDRESS"); // NOLINT(concurrency-mt-unsafe)
+    std::string_view address =
+        variable != nullptr ? variable : "unix:path=/run/dbus/system_bus_socket";
+    constexpr std::string_view prefix = "unix:path=";
+    if (!address.starts_with(prefix)) return {};
+    address.remove_prefix(prefix.size());
+    return address.substr(0, address.find_first_of(",;"));
+}
+
+BusSocketWatch::BusSocketWatch(std::filesystem::path socket, SerialQueue& queue,
+                               std::function<void()> onAppeared)
+    : socket_(std::move(socket)), queue_(queue), onAppeared_(std::move(onAppeared)),
+      inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+{
+    if (socket_.empty() || !inotify_) return;
+    watch_ = queue.watch(inotify_.get());
+    waitForEntry();
+    look();
+}
+
+void BusSocketWatch::waitForEntry()
+{
+    watch_->whenReadable([this] { handleEntries(); });
+}
+
+void BusSocketWatch::handleEntries()
+{
+    std::array<char, 4096> events{};
+    while (::read(inotify_.get(), events.data(), events.size()) > 0) {
+    }
+    waitForEntry();
+    look();
+}
+
+void BusSocketWatch::look()
+{
+    // What is made before its folder is watched goes unnoticed, so we look again; a folder that may
+    // not be watched comes up twice.
+    std::filesystem::path seen;
+    for (auto next = watchNearestFolder(); isDirectory(next) && next != seen;) {
+        seen = std::exchange(next, watchNearestFolder());
+    }
+    if (fileExists(socket_)) announce();
+}
+
+/** Watches the deepest folder on the socket's way that is there, and gives what will be made in it.
+ */
+std::filesystem::path BusSocketWatch::watchNearestFolder()
+{
+    std::filesystem::path next = socket_;
+    std::filesystem::path folder = next.parent_path();
+    while (::inotify_add_watch(inotify_.get(), folder.c_str(),
+                               IN_CREATE | IN_MOVED_TO | IN_ONLYDIR) < 0 &&
+           folder.has_relative_path()) {
+        next = std::exchange(folder, folder.parent_path());
+    }
+    return next;
+}
+
+void BusSocketWatch::announce()
+{
+    announcement_ = queue_.after(startingTime, [this] {
+        const auto onAppeared = onAppeared_;
+        onAppeared();
+    });
+}
+
+} // namespace korvane
