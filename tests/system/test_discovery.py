@@ -12,7 +12,7 @@ import unittest
 import harness
 from harness import Agent, needs, wait_until
 from hosts import Browser, Host, Switch, end, split_entry, why_not
-from test_printing import make_pdf
+from test_printing import pdf_saying
 
 TYPE = "_universal._sub._ipp._tcp"
 NAME = "Test Printer"
@@ -103,7 +103,7 @@ class Discovery:
         self.assertEqual(printers.stdout.split(), [f"ipp://desk.local:{agent.port}/ipp/print"])
         with tempfile.TemporaryDirectory() as folder:
             letter = pathlib.Path(folder) / "letter.pdf"
-            letter.write_bytes(make_pdf("From the phone"))
+            letter.write_bytes(pdf_saying("From the phone"))
             self.phone.run("ipptool", "-f", str(letter), f"ipp://{entry[7]}:{entry[8]}/ipp/print",
                            "/usr/share/cups/ipptool/print-job.test")
             (saved,) = agent.wait_saved()
@@ -117,6 +117,15 @@ class Discovery:
         gone = self.browser.wait("-", NAME, stopped, 5)
         self.assertTrue(gone, "no goodbye was seen")
         self.measure("stop to gone", gone[0] - stopped)
+
+    def test_is_seen_under_its_new_name_after_a_rename(self):
+        agent = self.start_agent()
+        self.assertTrue(self.browser.wait("=", NAME, 0))
+        renamed = time.monotonic()
+        agent.write_settings(printerName="Attic")
+        agent.process.send_signal(signal.SIGHUP)
+        self.seen("rename to seen", renamed, "Attic")
+        self.assertTrue(self.browser.wait("-", NAME, renamed, 5), "the old name is still there")
 
     def test_takes_another_name_when_its_own_is_taken(self):
         self.phone.popen("avahi-publish-service", NAME, "_ipp._tcp", "9999", "--subtype", TYPE,
@@ -175,7 +184,6 @@ class WithDaemon(Discovery, unittest.TestCase):
 
     def path_of_pid(self):
         return self.desk.path("run/avahi-daemon/pid")
-
 
     def test_sleeps_once_it_is_announced(self):
         agent = self.start_agent()
