@@ -162,7 +162,7 @@ class Agent:
             client.shutdown(socket.SHUT_WR)
             return read_all(client)
 
-    def post(self, body, host="localhost"):
+    def post(self, body, host="127.0.0.1"):
         client = http.client.HTTPConnection(host, self.port, timeout=60)
         client.request("POST", "/ipp/print", body, {"Content-Type": "application/ipp"})
         response = client.getresponse()
