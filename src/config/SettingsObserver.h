@@ -9,8 +9,8 @@
 namespace korvane {
 
 /**
- * Tells when another program has changed the settings. Every signal gives one call of the handler,
- * on the thread that delivers it; none is merged or delayed.
+ * Tells when another program has changed the settings. Every signal that the system delivers gives
+ * one call of the handler, on the thread that delivers it.
  */
 class SettingsObserver {
 public:

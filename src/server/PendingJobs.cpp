@@ -7,6 +7,13 @@
 
 namespace korvane {
 
+namespace {
+
+/** What a document takes beside its bytes, so that many tiny ones are bounded as well. */
+constexpr std::size_t documentOverhead = 256;
+
+} // namespace
+
 PendingJobs::PendingJobs(SerialQueue& queue, Log& log, Limits limits)
     : queue_(queue), log_(log), limits_(limits)
 {
@@ -26,7 +33,7 @@ PendingJobs::Appended PendingJobs::append(std::int32_t id, Data document)
 {
     const auto found = entries_.find(id);
     if (found == entries_.end()) return Appended::unknownJob;
-    grow(found->second, document.size());
+    grow(found->second, document.size() + documentOverhead);
     if (!document.empty()) found->second.job.documents.push_back(std::move(document));
     keepWaiting(id, found->second);
     makeRoom();

@@ -91,7 +91,8 @@ TEST(RoutePath, TellsWiredInterfacesFromOthers)
         LinkAddresses addresses;
         InterfaceType type;
     } cases[] = {
-        {"a card", device(20, "en1"), ownAddress, InterfaceType::wiredEthernet},
+        {"a card", device(20, "en1"), givenAddress, InterfaceType::wiredEthernet},
+        {"a cable to nowhere", device(20, "en1"), ownAddress, InterfaceType::other},
         {"a wireless card", device(20, "wl1"), givenAddress, InterfaceType::wifi},
         {"a bridge", device(20, "x", "bridge"), givenAddress, InterfaceType::other},
         {"a tap", device(20, "x", "tun"), givenAddress, InterfaceType::other},

@@ -259,7 +259,7 @@ TEST_F(IPPOperationsTest, TheOldestOfTooManyUnfinishedJobsIsDropped)
 
 TEST_F(IPPOperationsTest, AnUnfinishedJobThatGrowsTooLargeIsRefused)
 {
-    PendingJobs pending(*queues.queue("ipp.server"), log, {.bytes = 10});
+    PendingJobs pending(*queues.queue("ipp.server"), log, {.bytes = 10 + 2 * 256});
     pending.open(1, "a");
     pending.open(2, "b");
     EXPECT_EQ(pending.append(2, Data::copying("123456")), PendingJobs::Appended::done);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <utility>
 
 using korvane::AvahiQueuePoll;
@@ -35,12 +36,16 @@ struct AvahiWatch : std::enable_shared_from_this<AvahiWatch> {
     static AvahiWatch* make(const AvahiPoll* api, int descriptor, AvahiWatchEvent event,
                             AvahiWatchCallback callback, void* userdata)
     {
-        AvahiQueuePoll& poll = pollOf(api);
-        const auto watch = std::make_shared<AvahiWatch>(poll, descriptor, callback, userdata);
-        if (!watch->own_) return nullptr;
-        poll.watches_.push_back(watch);
-        watch->want(event);
-        return watch.get();
+        try {
+            AvahiQueuePoll& poll = pollOf(api);
+            const auto watch = std::make_shared<AvahiWatch>(poll, descriptor, callback, userdata);
+            if (!watch->own_) return nullptr;
+            poll.watches_.push_back(watch);
+            watch->want(event);
+            return watch.get();
+        } catch (const std::exception&) {
+            return nullptr; // no memory or no watch to be had: C reads it from here
+        }
     }
 
     void want(AvahiWatchEvent event)
@@ -102,11 +107,15 @@ struct AvahiTimeout {
     static AvahiTimeout* make(const AvahiPoll* api, const timeval* time,
                               AvahiTimeoutCallback callback, void* userdata)
     {
-        AvahiQueuePoll& poll = pollOf(api);
-        const auto timeout = std::make_shared<AvahiTimeout>(poll, callback, userdata);
-        poll.timeouts_.push_back(timeout);
-        timeout->set(time);
-        return timeout.get();
+        try {
+            AvahiQueuePoll& poll = pollOf(api);
+            const auto timeout = std::make_shared<AvahiTimeout>(poll, callback, userdata);
+            poll.timeouts_.push_back(timeout);
+            timeout->set(time);
+            return timeout.get();
+        } catch (const std::exception&) {
+            return nullptr;
+        }
     }
 
     void set(const timeval* time)

@@ -9,6 +9,13 @@
 
 namespace korvane {
 
+namespace {
+
+/** Nobody has that many printers of one name; a responder that says so is out of order. */
+constexpr int mostRenames = 100;
+
+} // namespace
+
 AvahiResponder::AvahiResponder(AvahiService service, AvahiResponderObserver& observer)
     : service_(std::move(service)), observer_(observer)
 {
@@ -18,7 +25,7 @@ void AvahiResponder::publish()
 {
     int error = fillGroup(service_);
     // Taken on this machine already; what others on the network have taken is found out later.
-    while (error == AVAHI_ERR_COLLISION) {
+    for (int tries = 0; error == AVAHI_ERR_COLLISION && tries < mostRenames; ++tries) {
         rename();
         error = fillGroup(service_);
     }
@@ -37,6 +44,11 @@ void AvahiResponder::handleGroup(AvahiEntryGroupState state, int error)
     case AVAHI_ENTRY_GROUP_UNCOMMITED:
     case AVAHI_ENTRY_GROUP_REGISTERING: break;
     }
+}
+
+void AvahiResponder::fail(int error)
+{
+    observer_.failed(*this, error == AVAHI_OK ? AVAHI_ERR_FAILURE : error);
 }
 
 void AvahiResponder::rename()

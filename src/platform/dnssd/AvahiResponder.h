@@ -38,7 +38,8 @@ protected:
     /** What the service's group of records has come to; `error` belongs to a failure. */
     void handleGroup(AvahiEntryGroupState state, int error);
 
-    void fail(int error) { observer_.failed(*this, error); }
+    /** A failure without a code of its own is told as a failure all the same. */
+    void fail(int error);
 
 private:
     /** Replaces what the group holds by the service, and gives Avahi's error or zero. */

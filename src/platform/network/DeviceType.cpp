@@ -35,7 +35,9 @@ InterfaceType deviceType(const std::string& name)
     if (type == "wlan" || hasEntry(device, "phy80211") || hasEntry(device, "wireless")) {
         return InterfaceType::wifi;
     }
-    return type.empty() || type == "dsa" ? InterfaceType::wiredEthernet : InterfaceType::other;
+    // Hardware has a device behind it; what a virtual machine's host makes for its guests has none.
+    const bool isCard = (type.empty() || type == "dsa") && hasEntry(device, "device");
+    return isCard ? InterfaceType::wiredEthernet : InterfaceType::other;
 }
 
 } // namespace korvane

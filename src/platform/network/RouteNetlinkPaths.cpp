@@ -107,8 +107,20 @@ private:
             watch_ = queue_.watch(socket_.get());
             waitForChange();
         }
+        look();
+    }
+
+    /** Delivers the path the first time, and whenever it is another. */
+    void look()
+    {
         const auto snapshot = takeSnapshot();
-        deliver(snapshot ? pathOf(*snapshot, deviceType) : NetworkPath{});
+        if (!snapshot) {
+            // Descriptors or memory ran out, or the listing was overtaken by changes.
+            retry_ = queue_.after(std::chrono::seconds(1), [this] { look(); });
+            return;
+        }
+        NetworkPath path = pathOf(*snapshot, deviceType);
+        if (path != path_) deliver(std::move(path));
     }
 
     void waitForChange()
@@ -116,10 +128,7 @@ private:
         watch_->whenReadable([this] {
             discardWaiting(socket_);
             waitForChange();
-            const auto snapshot = takeSnapshot();
-            if (!snapshot) return;
-            NetworkPath path = pathOf(*snapshot, deviceType);
-            if (path != path_) deliver(std::move(path));
+            look();
         });
     }
 
@@ -128,15 +137,16 @@ private:
         path_ = std::move(path);
         // The handler may end this watch.
         const auto handler = handler_;
-        handler(NetworkPath(path_));
+        handler(NetworkPath(*path_));
     }
 
     SerialQueue& queue_;
     const NetworkPaths::UpdateHandler handler_;
-    NetworkPath path_;
+    std::optional<NetworkPath> path_;
     FileDescriptor socket_;
     std::unique_ptr<DescriptorWatch> watch_;
     std::unique_ptr<DelayedTask> start_;
+    std::unique_ptr<DelayedTask> retry_;
 };
 
 } // namespace

@@ -36,7 +36,12 @@ public:
 
     InterfaceType typeOf(const NetworkLink& link) const
     {
-        return link.master != 0 ? InterfaceType::other : ownTypeOf(link, deepest);
+        if (link.master != 0) return InterfaceType::other;
+        const InterfaceType type = ownTypeOf(link, deepest);
+        // A cable to a box that gives no address is no reason to leave the wireless network.
+        const bool isCableToNowhere =
+            type == InterfaceType::wiredEthernet && !addressesOf(link).given;
+        return isCableToNowhere ? InterfaceType::other : type;
     }
 
 private:
@@ -59,7 +64,7 @@ private:
             link.hardwareType == ARPHRD_ETHER && (link.flags & (IFF_POINTOPOINT | IFF_NOARP)) == 0;
         if (!isEthernet || depth == 0) return InterfaceType::other;
         if (link.kind.empty()) return deviceTypes_(link.name);
-        if (link.kind == "veth" && addressesOf(link).given) return InterfaceType::wiredEthernet;
+        if (link.kind == "veth") return InterfaceType::wiredEthernet;
         if (isOneOf(link.kind, {"vlan", "macvlan", "ipvlan"})) return lowerTypeOf(link, depth - 1);
         if (isOneOf(link.kind, {"bond", "team"})) return typeOfPorts(link, depth - 1);
         return InterfaceType::other;

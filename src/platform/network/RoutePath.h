@@ -17,8 +17,8 @@ using DeviceTypes = std::function<InterfaceType(const std::string& name)>;
  * indexes.
  *
  * Wired is Ethernet hardware, and what stands for it: a VLAN or MAC VLAN on it, a bond of it, and
- * the cable of a container (a veth that was given an address). Bridges, their ports and those of
- * bonds, tunnels, taps of virtual machines and dummies are none.
+ * the cable of a container (a veth); each with an address that it was given. Bridges, their ports
+ * and those of bonds, tunnels, taps of virtual machines and dummies are none.
  */
 NetworkPath pathOf(const RouteSnapshot& snapshot, const DeviceTypes& deviceTypes);
 
