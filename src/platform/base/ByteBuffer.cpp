@@ -1,5 +1,7 @@
 #include "platform/base/ByteBuffer.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +14,20 @@ namespace {
 
 constexpr std::size_t smallestBlock = 512;
 
+/** Blocks from this size on get their pages in steps, ahead of the bytes: asking the system for
+ * many at once costs far less than as many page faults. */
+constexpr std::size_t largeBlock = std::size_t{8} << 20;
+constexpr std::size_t populateStep = std::size_t{4} << 20;
+
+/** Has the pages from `from` up to `to` made, as far as the system does that. Only a hint. */
+void populate(std::uint8_t* from, const std::uint8_t* to)
+{
+    constexpr std::uintptr_t pageMask = 4095;
+    const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(from) & pageMask;
+    std::uint8_t* start = from - offset;
+    ::madvise(start, static_cast<std::size_t>(to - start), MADV_POPULATE_WRITE);
+}
+
 } // namespace
 
 void ByteBuffer::Free::operator()(std::uint8_t* block) const
@@ -21,7 +37,8 @@ void ByteBuffer::Free::operator()(std::uint8_t* block) const
 
 ByteBuffer::ByteBuffer(ByteBuffer&& other) noexcept
     : block_(std::move(other.block_)), capacity_(std::exchange(other.capacity_, 0)),
-      head_(std::exchange(other.head_, 0)), tail_(std::exchange(other.tail_, 0))
+      head_(std::exchange(other.head_, 0)), tail_(std::exchange(other.tail_, 0)),
+      populated_(std::exchange(other.populated_, 0))
 {
 }
 
@@ -31,6 +48,7 @@ ByteBuffer& ByteBuffer::operator=(ByteBuffer&& other) noexcept
     capacity_ = std::exchange(other.capacity_, 0);
     head_ = std::exchange(other.head_, 0);
     tail_ = std::exchange(other.tail_, 0);
+    populated_ = std::exchange(other.populated_, 0);
     return *this;
 }
 
@@ -49,6 +67,15 @@ void ByteBuffer::reserve(std::size_t size)
 }
 
 void ByteBuffer::makeRoom(std::size_t count)
+{
+    growBy(count);
+    if (capacity_ < largeBlock || tail_ + count <= populated_) return;
+    const std::size_t end = std::min(capacity_, tail_ + count + populateStep);
+    populate(block_.get() + std::max(populated_, tail_), block_.get() + end);
+    populated_ = end;
+}
+
+void ByteBuffer::growBy(std::size_t count)
 {
     if (count <= capacity_ - tail_) return;
     if (head_ >= size() && head_ > 0) {

@@ -50,12 +50,16 @@ private:
         void operator()(std::uint8_t* block) const;
     };
 
+    /** Makes room for `count` bytes behind the last one. */
     void makeRoom(std::size_t count);
+    void growBy(std::size_t count);
 
     std::unique_ptr<std::uint8_t, Free> block_;
     std::size_t capacity_ = 0;
     std::size_t head_ = 0;
     std::size_t tail_ = 0;
+    /** Up to here a large block has its pages. */
+    std::size_t populated_ = 0;
 };
 
 } // namespace korvane

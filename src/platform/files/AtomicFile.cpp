@@ -21,6 +21,10 @@ namespace {
 /** After so many bytes the disk is set to work on them while we go on copying. */
 constexpr std::size_t writebackStep = std::size_t{8} * 1024 * 1024;
 
+/** The most that one write takes. Larger ones fill the page cache with larger pages, which then
+ * wait for each other's writeback: bench/run large shows it. */
+constexpr std::size_t writeSize = std::size_t{256} * 1024;
+
 /** Clients that synchronise a folder leave files alone whose names begin like this. */
 std::string temporaryName()
 {
@@ -37,7 +41,7 @@ FileDescriptor openFolder(const std::filesystem::path& target)
 Result<void, SystemError> writeStep(int file, std::span<const std::uint8_t> bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t written = ::write(file, bytes.data(), bytes.size());
+        const ssize_t written = ::write(file, bytes.data(), std::min(bytes.size(), writeSize));
         if (written >= 0) {
             bytes = bytes.subspan(static_cast<std::size_t>(written));
         } else if (errno != EINTR) {
