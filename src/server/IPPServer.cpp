@@ -16,9 +16,8 @@ constexpr const char* serviceType = "_ipp._tcp,_universal";
 
 bool carriesIPP(const HTTPRequest& request)
 {
-    const auto contentType = request.headers.find("content-type");
-    return contentType != request.headers.end() &&
-           text::lowercased(contentType->second).find("application/ipp") != std::string::npos;
+    const std::string contentType = text::lowercased(request.header("content-type"));
+    return contentType.find("application/ipp") != std::string::npos;
 }
 
 bool isPortUnavailable(const SystemError& error)

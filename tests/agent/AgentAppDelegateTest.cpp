@@ -41,17 +41,6 @@ TEST_F(AgentAppDelegateTest, LaunchesWithoutSettingsAndWaits)
     EXPECT_TRUE(network.listeners.empty());
 }
 
-TEST_F(AgentAppDelegateTest, RunsThePrinterUntilItTerminates)
-{
-    choose({});
-    delegate->applicationDidFinishLaunching();
-    listenerIsReady();
-    EXPECT_THAT(directory.live, testing::ElementsAre("Office"));
-    delegate->applicationWillTerminate();
-    EXPECT_TRUE(network.latest().cancelled);
-    EXPECT_THAT(directory.live, testing::IsEmpty());
-}
-
 TEST_F(AgentAppDelegateTest, ReloadsOnceForEverySignalWhileItLives)
 {
     delegate->applicationDidFinishLaunching();
@@ -65,12 +54,6 @@ TEST_F(AgentAppDelegateTest, ReloadsOnceForEverySignalWhileItLives)
     signal();
     queues.run();
     EXPECT_EQ(log.count("KorvaneAgent: settings changed, reloading"), 3);
-}
-
-TEST_F(AgentAppDelegateTest, TerminatesBeforeItEverLaunched)
-{
-    delegate->applicationWillTerminate();
-    EXPECT_TRUE(log.lines().empty());
 }
 
 } // namespace

@@ -61,24 +61,6 @@ TEST_F(PrinterServiceTest, DescribesThePrinterWithItsPortOnceItIsReady)
     EXPECT_EQ(log.count("PrinterService: ready on port 8631, Bonjour advertising"), 1);
 }
 
-TEST_F(PrinterServiceTest, CallsAComputerWithoutANameMac)
-{
-    service = std::make_shared<PrinterService>(store, std::nullopt, environment);
-    startPrinter();
-    EXPECT_EQ(printerURI(), "ipp://Mac.local.:8631/ipp/print");
-}
-
-TEST_F(PrinterServiceTest, AdvertisesAnotherNameFromTheSameListener)
-{
-    startPrinter();
-    choose({.name = "Attic"});
-    reload();
-    EXPECT_THAT(directory.live, ElementsAre("Attic"));
-    EXPECT_EQ(network.listeners.size(), 1U);
-    EXPECT_FALSE(network.latest().cancelled);
-    EXPECT_EQ(printerURI(), "ipp://Office Mac.local.:8631/ipp/print");
-}
-
 TEST_F(PrinterServiceTest, MovesToAnotherPort)
 {
     startPrinter();
@@ -117,27 +99,6 @@ TEST_F(PrinterServiceTest, TriesAgainAtTheNextReloadWhenNoListenerCanBeMade)
     EXPECT_THAT(directory.live, ElementsAre("Office"));
 }
 
-TEST_F(PrinterServiceTest, SavesAJobAndSaysWhere)
-{
-    startPrinter();
-    const IPPMessage answer = ask(network.latest(), printJob("Letter", "%PDF letter"));
-    EXPECT_EQ(answer.code, 0x0000);
-    EXPECT_EQ(scans.read("Letter 2025-03-01 140509.pdf"), "%PDF letter");
-    EXPECT_EQ(log.lines().back(), "PrinterService: job saved at " + scans.path().string() +
-                                      "/Letter 2025-03-01 140509.pdf (0 text chars)");
-}
-
-TEST_F(PrinterServiceTest, DropsAJobWhoseFolderHasVanishedAndStillAnswersTheClient)
-{
-    startPrinter();
-    std::filesystem::remove_all(scans.path());
-    const IPPMessage answer = ask(network.latest(), printJob("Letter", "%PDF letter"));
-    EXPECT_EQ(answer.code, 0x0000);
-    EXPECT_EQ(log.lines().back(), "PrinterService: save directory \"" + scans.path().string() +
-                                      "\" missing or unreadable, dropping job");
-    EXPECT_FALSE(std::filesystem::exists(scans.path()));
-}
-
 TEST_F(PrinterServiceTest, SavesInTheFolderThatTheSettingsNameWhenTheJobComes)
 {
     startPrinter();
@@ -174,15 +135,6 @@ TEST_F(PrinterServiceTest, ForgetsThePortOfAServerThatIsReplacedTheMomentItIsRea
     EXPECT_FALSE(client->closed) << "it keeps the first server alive";
     EXPECT_EQ(printerURI(), "ipp://Office Mac.local./ipp/print");
     client->clientFinishes();
-}
-
-TEST_F(PrinterServiceTest, StopsForGood)
-{
-    startPrinter();
-    service->stop();
-    queues.run();
-    EXPECT_TRUE(network.latest().cancelled);
-    EXPECT_THAT(directory.live, IsEmpty());
 }
 
 TEST_F(PrinterServiceTest, LeavesAPrinterThatAnswersButSavesNothingWhenItIsGone)

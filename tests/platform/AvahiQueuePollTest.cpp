@@ -86,27 +86,6 @@ TEST_F(AvahiQueuePollTest, CallsForAsLongAsThereIsSomethingToReadAndThenForTheEn
     EXPECT_TRUE(sawEnd);
 }
 
-TEST_F(AvahiQueuePollTest, WatchesOneDescriptorTwiceAsDBusDoesAndStaysSilentWhenToldTo)
-{
-    const auto* api = poll->api();
-    int silencedCalls = 0;
-    std::function<void(AvahiWatch*, AvahiWatchEvent)> onSilenced =
-        [&](AvahiWatch*, AvahiWatchEvent) { ++silencedCalls; };
-    onEvent = [&](AvahiWatch* watch, AvahiWatchEvent event) {
-        EXPECT_EQ(event, AVAHI_WATCH_OUT);
-        api->watch_free(watch);
-        done.set_value();
-    };
-    queue->sync([&] {
-        auto* silenced =
-            api->watch_new(api, writer.get(), AVAHI_WATCH_OUT, handleEvent, &onSilenced);
-        api->watch_update(silenced, AvahiWatchEvent{});
-        api->watch_new(api, writer.get(), AVAHI_WATCH_OUT, handleEvent, &onEvent);
-    });
-    waitForDone();
-    EXPECT_EQ(silencedCalls, 0);
-}
-
 TEST_F(AvahiQueuePollTest, KeepsTimesThatAreSetAgainAndDropsThoseThatAreTakenBack)
 {
     const auto* api = poll->api();

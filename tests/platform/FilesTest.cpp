@@ -52,15 +52,6 @@ TEST(ReadFile, NeitherWaitsForNorReadsFromAnythingElse)
         EXPECT_EQ(readFile(path, 1000), failure(SystemError{error})) << path;
 }
 
-TEST(Files, FollowLinks)
-{
-    const TemporaryFolder folder;
-    fs::create_symlink(".", folder.path() / "link");
-    fs::create_symlink("nowhere", folder.path() / "dangling");
-    EXPECT_TRUE(fileExists(folder.path() / "link") && isDirectory(folder.path() / "link"));
-    EXPECT_FALSE(fileExists(folder.path() / "dangling"));
-}
-
 TEST(Files, MakePrivateFoldersWithTheirParents)
 {
     const TemporaryFolder folder;

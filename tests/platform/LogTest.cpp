@@ -7,7 +7,6 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <gmock/gmock.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -61,19 +60,6 @@ TEST(LogLine, ShowsWhatCouldEndALineOrSteerATerminalAndLeavesTheRest)
         {"\xFFz\xC3", R"(\xffz\xc3)"},
         {"\x9B\xED\xA0\x80", R"(\x9b\xed\xa0\x80)"}};
     for (const auto& [line, visible] : cases) EXPECT_EQ(escapedLogLine(line), visible);
-}
-
-TEST(StreamLog, WritesTheBareLineInOnePiece)
-{
-    std::array<int, 2> ends{};
-    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
-    const FileDescriptor reader(ends[0]);
-    const FileDescriptor writer(ends[1]);
-    StreamLog(writer.get()).error("two\nlines");
-    // A packet socket keeps the bounds of each write.
-    std::array<char, 100> packet{};
-    EXPECT_EQ(::read(reader.get(), packet.data(), packet.size()), 13);
-    EXPECT_STREQ(packet.data(), "two\\x0alines\n");
 }
 
 TEST_F(PipeLog, KeepsLongLinesOfManyThreadsWhole)

@@ -1,10 +1,5 @@
 #include "platform/network/RouteSnapshot.h"
 
-#include "platform/base/FileDescriptor.h"
-#include "platform/network/RouteNetlinkPaths.h"
-#include "platform/queue/SystemQueues.h"
-#include "support/RecordingLog.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/if_addr.h>
@@ -13,9 +8,6 @@
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
-#include <chrono>
-#include <cstring>
-#include <future>
 #include <string_view>
 #include <vector>
 
@@ -156,37 +148,6 @@ TEST(RouteSnapshot, FindsTheDefaultRoutesOfTheMainTable)
     EXPECT_EQ(snapshot.defaultRoutes[0].metric, 100U);
     EXPECT_EQ(snapshot.defaultRoutes[1].interfaceIndex, 5U);
     EXPECT_EQ(snapshot.defaultRoutes[2].interfaceIndex, 6U);
-}
-
-TEST(RouteSnapshot, SeesTheEndOfAListing)
-{
-    RouteSnapshot snapshot;
-    const int status = 0;
-    EXPECT_EQ(addListing(message(NLMSG_DONE, status), snapshot), ListingProgress::done);
-    EXPECT_EQ(addListing(message(NLMSG_ERROR, status), snapshot), ListingProgress::failed);
-}
-
-TEST(RouteNetlinkPaths, TellsTheKernelsOwnViewSoonAndMayBeEndedMeanwhile)
-{
-    RecordingLog log;
-    SystemQueues queues(log);
-    const auto queue = queues.makeSerial("test");
-    RouteNetlinkPaths paths;
-    std::unique_ptr<NetworkPathMonitor> monitor;
-    std::promise<NetworkPath> first;
-    queue->sync([&] {
-        monitor = paths.monitor(*queue, [&](const NetworkPath& path) {
-            monitor.reset();
-            first.set_value(path);
-        });
-    });
-    auto told = first.get_future();
-    ASSERT_EQ(told.wait_for(std::chrono::seconds(10)), std::future_status::ready);
-    for (const auto& interface : told.get().availableInterfaces) {
-        EXPECT_GT(interface.index, 0U);
-        EXPECT_FALSE(interface.name.empty());
-        EXPECT_EQ(interface.type == InterfaceType::loopback, interface.name == "lo");
-    }
 }
 
 } // namespace

@@ -58,18 +58,6 @@ TEST(HTTPRequestParserLimits, HoldWhereverABoundIsCrossedByOneByte)
     }
 }
 
-TEST(HTTPRequestParserLimits, AreGenerousUnlessSaidOtherwise)
-{
-    constexpr std::size_t line = 65536;
-    Parser parser;
-    const std::string header = "A:" + std::string(line - 2, 'b') + "\r\n";
-    append(parser, lines(line, line) + header + header.substr(0, header.size() - 9));
-    EXPECT_EQ(parser.parse(), Parser::Result(Parser::NeedMore{}));
-    append(parser, "x");
-    EXPECT_EQ(parser.parse(),
-              Parser::Result(Parser::Error{"header section longer than 262144 bytes"}));
-}
-
 /** Expects work to be linear. Its sizes are such that linear work takes a fraction of a second of
  * processor time, which other programs do not lengthen, and quadratic work minutes. */
 template <typename Work>

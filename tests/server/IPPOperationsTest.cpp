@@ -296,18 +296,5 @@ TEST_F(IPPOperationsTest, OtherOperationsAnswerWithoutDoingAnything)
     EXPECT_THAT(jobs, IsEmpty());
 }
 
-TEST_F(IPPOperationsTest, DescribesThePrinterWithEveryAttribute)
-{
-    const IPPMessage response = ask(request(0x000B));
-    ASSERT_THAT(response.groups, SizeIs(2));
-    EXPECT_EQ(response.groups[1].tag, IPPTag::printerAttributes);
-    EXPECT_THAT(response.groups[1].attributes, SizeIs(56));
-    EXPECT_EQ(
-        std::get<ipp::Text>(
-            ipp::findAttribute(response, "printer-name", IPPTag::printerAttributes)->values[0])
-            .text,
-        "Office");
-}
-
 } // namespace
 } // namespace korvane

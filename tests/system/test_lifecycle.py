@@ -22,12 +22,6 @@ class Lifecycle(unittest.TestCase):
                                  re.search(r"build (\S+)\)", agent.lines[0])[1])
                 self.assertEqual(agent.stop(ending), 0)
 
-    def test_waits_without_settings(self):
-        with Agent(configured=False) as agent:
-            self.assertTrue(agent.logged("PrinterService: not configured, stopping"))
-            self.assertTrue((agent.support / "printer-uuid").exists())
-            self.assertEqual(agent.stop(), 0)
-
     def test_follows_its_settings_while_it_runs(self):
         with Agent(configured=False) as agent:
             agent.logged("not configured")
