@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/base/Data.h"
+#include "platform/base/FileDescriptor.h"
+#include "platform/base/Result.h"
+#include "platform/base/SystemError.h"
+
+#include <cstdint>
+
+namespace korvane {
+
+/** A run of bytes in a sealed memory file, ready to be handed to another process. */
+struct SealedBytes {
+    FileDescriptor file;
+    std::uint64_t offset = 0;
+    std::uint64_t length = 0;
+};
+
+/** The bytes where they are, if they lie in shared memory; otherwise a sealed copy of them. */
+Result<SealedBytes, SystemError> sealBytes(const Data& data);
+
+/** What another process has sealed, mapped for reading and not copied. EINVAL when it is not memory
+ *  whose size is sealed (reading it could fail at any time), or the run lies outside of it. */
+Result<Data, SystemError> mapSealedBytes(const SealedBytes& bytes);
+
+} // namespace korvane
