@@ -14,19 +14,10 @@ namespace {
 
 constexpr std::size_t smallestBlock = 512;
 
-/** Blocks from this size on get their pages in steps, ahead of the bytes: asking the system for
- * many at once costs far less than as many page faults. */
+/** Blocks from this size on lie in shared memory. They get their pages in steps, ahead of the
+ * bytes: asking the system for many at once costs far less than as many page faults. */
 constexpr std::size_t largeBlock = std::size_t{8} << 20;
 constexpr std::size_t populateStep = std::size_t{4} << 20;
-
-/** Has the pages from `from` up to `to` made, as far as the system does that. Only a hint. */
-void populate(std::uint8_t* from, const std::uint8_t* to)
-{
-    constexpr std::uintptr_t pageMask = 4095;
-    const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(from) & pageMask;
-    std::uint8_t* start = from - offset;
-    ::madvise(start, static_cast<std::size_t>(to - start), MADV_POPULATE_WRITE);
-}
 
 } // namespace
 
@@ -36,7 +27,8 @@ void ByteBuffer::Free::operator()(std::uint8_t* block) const
 }
 
 ByteBuffer::ByteBuffer(ByteBuffer&& other) noexcept
-    : block_(std::move(other.block_)), capacity_(std::exchange(other.capacity_, 0)),
+    : heap_(std::move(other.heap_)), shared_(std::exchange(other.shared_, std::nullopt)),
+      start_(std::exchange(other.start_, nullptr)), capacity_(std::exchange(other.capacity_, 0)),
       head_(std::exchange(other.head_, 0)), tail_(std::exchange(other.tail_, 0)),
       populated_(std::exchange(other.populated_, 0))
 {
@@ -44,7 +36,9 @@ ByteBuffer::ByteBuffer(ByteBuffer&& other) noexcept
 
 ByteBuffer& ByteBuffer::operator=(ByteBuffer&& other) noexcept
 {
-    block_ = std::move(other.block_);
+    heap_ = std::move(other.heap_);
+    shared_ = std::exchange(other.shared_, std::nullopt);
+    start_ = std::exchange(other.start_, nullptr);
     capacity_ = std::exchange(other.capacity_, 0);
     head_ = std::exchange(other.head_, 0);
     tail_ = std::exchange(other.tail_, 0);
@@ -55,23 +49,45 @@ ByteBuffer& ByteBuffer::operator=(ByteBuffer&& other) noexcept
 void ByteBuffer::reserve(std::size_t size)
 {
     if (size <= capacity_ - head_) return;
-    if (size > SIZE_MAX / 2) throw std::bad_alloc();
+    if (size > SIZE_MAX / 4) throw std::bad_alloc();
     const std::size_t capacity = head_ + size;
-    // realloc, because it moves the pages of a large block instead of copying them.
-    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
-    auto* grown = static_cast<std::uint8_t*>(std::realloc(block_.get(), capacity));
-    if (grown == nullptr) throw std::bad_alloc();
-    static_cast<void>(block_.release());
-    block_.reset(grown);
+    if (shared_) {
+        if (!shared_->resize(capacity)) throw std::bad_alloc();
+        start_ = shared_->data();
+    } else if (capacity < largeBlock || !moveToShared(capacity)) {
+        growHeap(capacity);
+    }
     capacity_ = capacity;
+}
+
+void ByteBuffer::growHeap(std::size_t capacity)
+{
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
+    auto* grown = static_cast<std::uint8_t*>(std::realloc(heap_.get(), capacity));
+    if (grown == nullptr) throw std::bad_alloc();
+    static_cast<void>(heap_.release());
+    heap_.reset(grown);
+    start_ = grown;
+}
+
+bool ByteBuffer::moveToShared(std::size_t capacity)
+{
+    auto memory = SharedMemory::make(capacity);
+    if (!memory || !memory->populate(head_, tail_)) return false;
+    if (!empty()) std::memcpy(memory->data() + head_, start_ + head_, size());
+    shared_ = std::move(memory);
+    heap_.reset();
+    start_ = shared_->data();
+    populated_ = tail_;
+    return true;
 }
 
 void ByteBuffer::makeRoom(std::size_t count)
 {
     growBy(count);
-    if (capacity_ < largeBlock || tail_ + count <= populated_) return;
+    if (!shared_ || tail_ + count <= populated_) return;
     const std::size_t end = std::min(capacity_, tail_ + count + populateStep);
-    populate(block_.get() + std::max(populated_, tail_), block_.get() + end);
+    if (!shared_->populate(std::max(populated_, tail_), end)) throw std::bad_alloc();
     populated_ = end;
 }
 
@@ -79,7 +95,7 @@ void ByteBuffer::growBy(std::size_t count)
 {
     if (count <= capacity_ - tail_) return;
     if (head_ >= size() && head_ > 0) {
-        std::memmove(block_.get(), block_.get() + head_, size());
+        std::memmove(start_, start_ + head_, size());
         tail_ -= std::exchange(head_, 0);
         if (count <= capacity_ - tail_) return;
     }
@@ -91,7 +107,7 @@ void ByteBuffer::append(std::span<const std::uint8_t> bytes)
 {
     if (bytes.empty()) return;
     makeRoom(bytes.size());
-    std::memcpy(block_.get() + tail_, bytes.data(), bytes.size());
+    std::memcpy(start_ + tail_, bytes.data(), bytes.size());
     tail_ += bytes.size();
 }
 
@@ -103,13 +119,13 @@ void ByteBuffer::append(std::string_view text)
 void ByteBuffer::append(std::uint8_t byte)
 {
     makeRoom(1);
-    block_.get()[tail_++] = byte;
+    start_[tail_++] = byte;
 }
 
 std::span<std::uint8_t> ByteBuffer::prepare(std::size_t count)
 {
     makeRoom(count);
-    return {block_.get() + tail_, count};
+    return {start_ + tail_, count};
 }
 
 void ByteBuffer::consume(std::size_t count)
@@ -120,10 +136,19 @@ void ByteBuffer::consume(std::size_t count)
 
 Data ByteBuffer::take()
 {
-    const std::span<const std::uint8_t> content = bytes();
-    std::shared_ptr<std::uint8_t> owner(block_.release(), Free{});
-    *this = ByteBuffer();
-    return {std::move(owner), content};
+    ByteBuffer taken = std::move(*this);
+    if (!taken.shared_) {
+        const std::span<const std::uint8_t> content = taken.bytes();
+        return {std::shared_ptr<const std::uint8_t>(std::move(taken.heap_)), content};
+    }
+    if (taken.empty()) return {};
+    // What was reserved and not written goes back.
+    taken.shared_->resize(taken.tail_);
+    const bool isSealed = taken.shared_->seal();
+    auto memory = std::make_shared<const SharedMemory>(*std::move(taken.shared_));
+    const std::span<const std::uint8_t> content(memory->data() + taken.head_, taken.size());
+    if (isSealed) return {std::move(memory), content};
+    return {std::shared_ptr<const void>(std::move(memory)), content};
 }
 
 } // namespace korvane

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "platform/base/Data.h"
+#include "platform/base/SharedMemory.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -13,7 +15,8 @@ namespace korvane {
 /**
  * Bytes that grow at the back and are used up at the front, each step costing no more than the
  * bytes it adds or removes (amortised). Large buffers grow by moving pages, not bytes, and room
- * that was reserved but never written costs no memory. Throws std::bad_alloc when there is no more.
+ * that was reserved but never written costs no memory. They lie in shared memory as far as the
+ * system has any. Throws std::bad_alloc when there is no more.
  */
 class ByteBuffer {
 public:
@@ -26,7 +29,7 @@ public:
 
     std::size_t size() const { return tail_ - head_; }
     bool empty() const { return tail_ == head_; }
-    std::span<const std::uint8_t> bytes() const { return {block_.get() + head_, size()}; }
+    std::span<const std::uint8_t> bytes() const { return {start_ + head_, size()}; }
 
     /** Makes room for `size` bytes in all. */
     void reserve(std::size_t size);
@@ -53,8 +56,14 @@ private:
     /** Makes room for `count` bytes behind the last one. */
     void makeRoom(std::size_t count);
     void growBy(std::size_t count);
+    void growHeap(std::size_t capacity);
+    /** Moves the bytes to shared memory; false when there is none. */
+    bool moveToShared(std::size_t capacity);
 
-    std::unique_ptr<std::uint8_t, Free> block_;
+    /** The block is one of the two, or there is none. */
+    std::unique_ptr<std::uint8_t, Free> heap_;
+    std::optional<SharedMemory> shared_;
+    std::uint8_t* start_ = nullptr;
     std::size_t capacity_ = 0;
     std::size_t head_ = 0;
     std::size_t tail_ = 0;

@@ -36,8 +36,12 @@ public:
     /** Grows or shrinks; `data()` may change. False, and nothing is changed, when that fails. */
     bool resize(std::size_t size);
 
+    /** Has the pages from `offset` up to `end` made. False when there is not enough memory for
+     *  them; to write there would end the process then. */
+    bool populate(std::size_t offset, std::size_t end);
+
     /** From here on nobody can change the size, nor write but through this mapping. */
-    void seal();
+    bool seal();
 
 private:
     SharedMemory(FileDescriptor file, std::uint8_t* start, std::size_t size)
