@@ -19,6 +19,10 @@ constexpr std::size_t smallestBlock = 512;
 constexpr std::size_t largeBlock = std::size_t{8} << 20;
 constexpr std::size_t populateStep = std::size_t{4} << 20;
 
+/** From so many bytes on the system copies them into shared memory: it then need not clear the
+ * pages first, which costs as much as filling them. */
+constexpr std::size_t writeSize = std::size_t{16} << 10;
+
 } // namespace
 
 void ByteBuffer::Free::operator()(std::uint8_t* block) const
@@ -73,8 +77,7 @@ void ByteBuffer::growHeap(std::size_t capacity)
 bool ByteBuffer::moveToShared(std::size_t capacity)
 {
     auto memory = SharedMemory::make(capacity);
-    if (!memory || !memory->populate(head_, tail_)) return false;
-    if (!empty()) std::memcpy(memory->data() + head_, start_ + head_, size());
+    if (!memory || !memory->write(head_, bytes())) return false;
     shared_ = std::move(memory);
     heap_.reset();
     start_ = shared_->data();
@@ -106,8 +109,14 @@ void ByteBuffer::growBy(std::size_t count)
 void ByteBuffer::append(std::span<const std::uint8_t> bytes)
 {
     if (bytes.empty()) return;
-    makeRoom(bytes.size());
-    std::memcpy(start_ + tail_, bytes.data(), bytes.size());
+    growBy(bytes.size());
+    if (shared_ && bytes.size() >= writeSize) {
+        if (!shared_->write(tail_, bytes)) throw std::bad_alloc();
+        populated_ = std::max(populated_, tail_ + bytes.size());
+    } else {
+        makeRoom(bytes.size());
+        std::memcpy(start_ + tail_, bytes.data(), bytes.size());
+    }
     tail_ += bytes.size();
 }
 

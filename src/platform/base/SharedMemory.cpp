@@ -46,6 +46,19 @@ bool SharedMemory::resize(std::size_t size)
     return resized;
 }
 
+bool SharedMemory::write(std::size_t offset, std::span<const std::uint8_t> bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written =
+            ::pwrite(file_.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+        offset += static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
 bool SharedMemory::populate(std::size_t offset, std::size_t end)
 {
     constexpr std::size_t pageMask = 65535; // the largest page that Linux has on our processors
