@@ -48,7 +48,7 @@ public:
     void fail();
 
 private:
-    std::span<const std::uint8_t> take(std::size_t count);
+    Data take(std::size_t count);
     std::uint64_t number(std::size_t size);
 
     Data rest_;

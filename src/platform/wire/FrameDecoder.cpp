@@ -1,0 +1,58 @@
+#include "platform/wire/FrameDecoder.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+constexpr std::size_t readSize = std::size_t{256} << 10;
+
+} // namespace
+
+std::span<std::uint8_t> FrameDecoder::room()
+{
+    if (!header_) return std::span(headerBytes_).subspan(headerSize_);
+    return payload_.prepare(std::min(header_->length - payload_.size(), readSize));
+}
+
+FrameDecoder::Progress FrameDecoder::received(std::size_t count,
+                                              std::vector<FileDescriptor> descriptors)
+{
+    std::ranges::move(descriptors, std::back_inserter(descriptors_));
+    if (descriptors_.size() > maximumDescriptors_) return Progress::broken;
+    if (header_) {
+        payload_.commit(count);
+    } else {
+        headerSize_ += count;
+        if (headerSize_ < FrameHeader::size) return Progress::needMore;
+        if (!decodeHeader()) return Progress::broken;
+    }
+    if (payload_.size() < header_->length) return Progress::needMore;
+    return descriptors_.size() == header_->descriptors ? Progress::whole : Progress::broken;
+}
+
+bool FrameDecoder::decodeHeader()
+{
+    const FrameHeaderBytes& bytes = headerBytes_;
+    header_ = FrameHeader{
+        .length = bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
+                  std::uint32_t{bytes[3]} << 24,
+        .code = static_cast<std::uint16_t>(bytes[4] | bytes[5] << 8),
+        .descriptors = bytes[6],
+    };
+    return bytes[7] == FrameHeader::mark && header_->length <= WorkerMessage::maximumPayload &&
+           header_->descriptors <= maximumDescriptors_;
+}
+
+WorkerMessage FrameDecoder::take()
+{
+    headerSize_ = 0;
+    return {.code = std::exchange(header_, std::nullopt)->code,
+            .payload = payload_.take(),
+            .descriptors = std::exchange(descriptors_, {})};
+}
+
+} // namespace korvane
