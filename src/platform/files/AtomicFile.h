@@ -1,20 +1,47 @@
 #pragma once
 
+#include "platform/base/FileDescriptor.h"
 #include "platform/base/Result.h"
 #include "platform/base/SystemError.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <span>
+#include <string>
 
 namespace korvane {
 
 /**
- * Writes a file whole or not at all: a hidden temporary file in the same folder, safe on the disk,
- * takes the target's name, replacing what had it. A reader sees the old content or the new, also
- * after a power cut. On failure the target is as it was and the temporary file is gone.
- * The new file's permissions are those that the umask leaves of rw-rw-rw-.
+ * A file that appears whole or not at all: it is written under a hidden temporary name in the
+ * target's folder and takes the target's name, replacing what had it, once it is safe on the disk.
+ * A reader sees the old content or the new, also after a power cut. Its permissions are those that
+ * the umask leaves of rw-rw-rw-. One that was not published is removed with this object.
  */
+class AtomicFile {
+public:
+    static Result<AtomicFile, SystemError> create(const std::filesystem::path& target);
+
+    AtomicFile(AtomicFile&&) = default;
+    AtomicFile& operator=(AtomicFile&&) = delete;
+    ~AtomicFile();
+
+    /** Where to write. */
+    int descriptor() const { return file_.get(); }
+
+    /** Gives the file its name; to be called once. On failure the target is as it was. */
+    Result<void, SystemError> publish();
+
+private:
+    AtomicFile(FileDescriptor folder, FileDescriptor file, std::string temporaryName,
+               std::string targetName);
+
+    FileDescriptor folder_;
+    FileDescriptor file_;
+    std::string temporaryName_;
+    std::string targetName_;
+};
+
+/** Writes a file whole or not at all, as above. */
 Result<void, SystemError> writeFileAtomically(const std::filesystem::path& target,
                                               std::span<const std::uint8_t> bytes);
 

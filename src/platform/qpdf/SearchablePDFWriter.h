@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/base/Data.h"
+#include "platform/base/Result.h"
+#include "platform/base/SystemError.h"
+#include "platform/pdf/DocumentInformation.h"
+#include "platform/pdf/PDFWriteError.h"
+#include "platform/pdf/PageTextLayer.h"
+
+#include <cstdint>
+#include <functional>
+#include <span>
+
+namespace korvane {
+
+/** Takes the next bytes of a PDF being written, a quarter of a mebibyte or less. */
+using PDFSink = std::function<Result<void, SystemError>(std::span<const std::uint8_t>)>;
+
+/**
+ * Copies a PDF, adding to its first pages one layer of invisible text each (text rendering mode 3,
+ * ISO 32000-1, 9.3.6) and replacing its document information. Everything else stays: pages keep
+ * their bytes, links, outlines, forms and attachments; what was encrypted with an empty user
+ * password stays encrypted in the same way.
+ *
+ * The source is read in place and may be a mapped file: memory grows with the number of its
+ * objects, not with its size. Object streams are unpacked one at a time, and those of a hostile
+ * document may be huge: the process should have a limit of memory and be watched over in time.
+ *
+ * A source that has to be repaired is copied only when the repair lost no object and found exactly
+ * as many pages as there are layers. On failure the sink may have been given a part of the PDF.
+ */
+Result<void, PDFWriteError> writeSearchablePDF(const Data& source,
+                                               std::span<const PageTextLayer> layers,
+                                               const DocumentInformation& information,
+                                               const PDFSink& sink);
+
+} // namespace korvane
