@@ -2,7 +2,7 @@
 
 #include "platform/base/Data.h"
 #include "platform/base/Result.h"
-#include "platform/base/SystemError.h"
+#include "platform/documents/DocumentError.h"
 
 #include <cstddef>
 
@@ -20,7 +20,7 @@ public:
     virtual std::size_t height() const = 0;
 
     /** Red, green, blue and an unused byte a pixel, row by row from the top. */
-    virtual Result<Data, SystemError> pixels() const = 0;
+    virtual Result<Data, DocumentError> pixels() const = 0;
 };
 
 } // namespace korvane

@@ -11,6 +11,7 @@
 #include "platform/pdf/PageTextLayer.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <future>
 #include <memory>
 #include <string>
@@ -21,6 +22,8 @@ namespace korvane {
 /** A page rendered in shades of grey, one byte a pixel, row by row from the top. The pixels lie in
  *  a memory file that recognition fills and reads; copies share it. */
 struct PagePicture {
+    /** No other picture has it. */
+    std::uint64_t id = 0;
     int width = 0;
     int height = 0;
     /** Pixels an inch. */
@@ -94,9 +97,6 @@ public:
 
     /** How many steps can be worked on at the same time. */
     virtual std::size_t parallelism() const = 0;
-
-    /** There will be a document soon. */
-    virtual void warmUp() = 0;
 };
 
 } // namespace korvane

@@ -1,0 +1,187 @@
+#include "document/OCR.h"
+
+#include "document/Gather.h"
+#include "document/PageRecognition.h"
+#include "document/RenderedPage.h"
+#include "platform/text/Text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/** A document is read so many pages at a time. */
+constexpr std::size_t pagesRead = 16;
+/** Recognising more would take an hour; nobody scans a book in one job. */
+constexpr std::size_t mostRecognized = 5000;
+/** Text past this is not kept: a megabyte is a thick book. */
+constexpr std::size_t mostText = std::size_t{32} << 20;
+constexpr auto pageLimit = 120s;
+constexpr double pointsPerInch = 72;
+
+PDFRect rectangle(const PixelBox& line, const PagePicture& picture)
+{
+    const double scale = pointsPerInch / picture.resolution;
+    return {.x = line.left * scale,
+            .y = (picture.height - line.bottom) * scale,
+            .width = line.width() * scale,
+            .height = line.height() * scale};
+}
+
+std::string joinedTexts(const std::vector<OCRSpan>& spans)
+{
+    std::string joined;
+    for (const OCRSpan& span : spans) {
+        if (&span != &spans.front()) joined += '\n';
+        joined += span.text;
+    }
+    return joined;
+}
+
+} // namespace
+
+/** The recognition of one document. */
+class OCR::Run {
+public:
+    Run(const OCR& owner, std::shared_ptr<OpenDocument> document, double dpi)
+        : owner_(owner), document_(std::move(document)), dpi_(dpi),
+          parallelism_(owner.documents_.parallelism())
+    {
+    }
+
+    std::vector<OCRPageResult> results()
+    {
+        const std::size_t count = document_->pageCount();
+        if (count == 0 || !readExistingText(count)) return {};
+        std::vector<std::size_t> unread;
+        for (std::size_t page = 0; page < count; ++page)
+            if (!useExistingText(page)) unread.push_back(page);
+        if (unread.size() > mostRecognized)
+            owner_.log_.note(fmt::format("OCR: {} pages are too many to recognise", unread.size()));
+        else if (!unread.empty())
+            recognize(unread);
+        return std::move(results_);
+    }
+
+private:
+    bool readExistingText(std::size_t count);
+    bool useExistingText(std::size_t page);
+    void recognize(const std::vector<std::size_t>& pages);
+    void recognizePage(std::size_t page);
+    void report(std::size_t page, const DocumentError& error) const;
+
+    const OCR& owner_;
+    const std::shared_ptr<OpenDocument> document_;
+    const double dpi_;
+    const std::size_t parallelism_;
+    std::vector<PageInfo> pages_;
+    std::vector<OCRPageResult> results_;
+    std::vector<std::string> languages_;
+};
+
+OCR::OCR(DocumentService& documents, std::vector<std::string> userLanguages, Log& log)
+    : documents_(documents), userLanguages_(std::move(userLanguages)), log_(log)
+{
+}
+
+std::vector<OCRPageResult> OCR::recognizePages(const std::shared_ptr<OpenDocument>& document,
+                                               double dpi) const
+{
+    return Run(*this, document, dpi).results();
+}
+
+bool OCR::Run::readExistingText(std::size_t count)
+{
+    std::size_t kept = 0;
+    const std::size_t requests = (count + pagesRead - 1) / pagesRead;
+    auto pages = gather<PageInfo>(requests, 2 * parallelism_, [&](std::size_t request) {
+        const std::size_t first = request * pagesRead;
+        return document_->readPages(first, std::min(pagesRead, count - first));
+    });
+    if (!pages) {
+        if (!pages.error().stopped())
+            owner_.log_.error("OCR: the pages could not be read: " + pages.error().description());
+        return false;
+    }
+    pages_ = std::move(*pages);
+    results_.resize(count);
+    for (std::size_t page = 0; page < count; ++page) {
+        results_[page].pageRect = pages_[page].mediaBox;
+        std::string& text = pages_[page].text;
+        text = std::string(text::trimmingSpace(text));
+        kept += text.size();
+        if (kept > mostText) text.resize(std::min<std::size_t>(text.size(), mostText / count));
+    }
+    return true;
+}
+
+bool OCR::Run::useExistingText(std::size_t page)
+{
+    std::string& text = pages_[page].text;
+    const std::size_t characters = text::characterCount(text);
+    if (characters < textLayerMinimumCharacters) return false;
+    owner_.log_.note(fmt::format(
+        "OCR: page {} already has a text layer ({} chars); skipping OCR", page + 1, characters));
+    results_[page].plainText = std::move(text);
+    return true;
+}
+
+void OCR::Run::recognize(const std::vector<std::size_t>& pages)
+{
+    languages_ = owner_.documents_.languages();
+    // These threads only wait. One more than there are workers keeps all of them busy.
+    std::atomic<std::size_t> next = 0;
+    std::vector<std::jthread> readers;
+    for (std::size_t count = std::min(pages.size(), parallelism_ + 1); count > 0; --count)
+        readers.emplace_back([&] {
+            for (std::size_t index = next++; index < pages.size(); index = next++)
+                recognizePage(pages[index]);
+        });
+}
+
+void OCR::Run::recognizePage(std::size_t page)
+{
+    if (!pages_[page].exists) return;
+    const auto deadline = std::chrono::steady_clock::now() + pageLimit;
+    auto laidOut = document_->layOut(page, dpi_).get();
+    if (!laidOut) {
+        report(page, laidOut.error());
+        return;
+    }
+    OCRPageResult& result = results_[page];
+    result.pageImage = std::make_shared<RenderedPage>(
+        document_, page, laidOut->picture.resolution,
+        static_cast<std::size_t>(laidOut->picture.width),
+        static_cast<std::size_t>(laidOut->picture.height));
+    auto read = PageRecognition(*document_, languages_, owner_.userLanguages_, parallelism_)
+                    .read(std::move(*laidOut), deadline);
+    if (!read) {
+        if (!read.error().stopped())
+            owner_.log_.error("OCR: Vision perform failed: " + read.error().description());
+        return;
+    }
+    result.readingTurns = read->readingTurns;
+    for (std::size_t index = 0; index < read->texts.size(); ++index)
+        result.spans.push_back({.text = std::move(read->texts[index].text),
+                                .rect = rectangle(read->lines[index], read->picture)});
+    result.plainText = joinedTexts(result.spans);
+}
+
+void OCR::Run::report(std::size_t page, const DocumentError& error) const
+{
+    // A page without a single pixel is nothing to speak of.
+    if (error.stopped() || error.kind == DocumentError::Kind::noPage) return;
+    owner_.log_.error(
+        fmt::format("OCR: page {} could not be rendered: {}", page + 1, error.description()));
+}
+
+} // namespace korvane

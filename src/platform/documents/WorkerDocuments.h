@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/documents/DocumentService.h"
+#include "platform/worker/WorkerService.h"
+
+#include <mutex>
+#include <optional>
+
+namespace korvane {
+
+/** Has worker processes do the work on documents. */
+class WorkerDocuments final : public DocumentService {
+public:
+    /** `workers` outlives all documents. Workers are made ready for the `language` that most
+     *  documents will be in; empty for none. */
+    WorkerDocuments(WorkerService& workers, std::string language);
+
+    DocumentAnswer<std::shared_ptr<OpenDocument>> open(const Data& pdf) override;
+    std::vector<std::string> languages() override;
+    std::size_t parallelism() const override { return workers_.parallelism(); }
+
+private:
+    void prepareWorkers(std::size_t count);
+
+    WorkerService& workers_;
+    const std::string language_;
+    std::mutex mutex_;
+    std::optional<std::vector<std::string>> languages_;
+};
+
+} // namespace korvane
