@@ -30,6 +30,7 @@ public:
     /** Tells the process that there is no more work; it then ends by itself. */
     virtual void release() = 0;
 
+    /** Only `ended` comes after it. */
     virtual void kill() = 0;
 
     /** Bytes of memory that the process holds for itself. */

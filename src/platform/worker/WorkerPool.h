@@ -4,6 +4,7 @@
 #include "platform/worker/Worker.h"
 #include "platform/worker/WorkerService.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstddef>
@@ -13,6 +14,17 @@
 
 namespace korvane {
 
+struct WorkerPoolLimits {
+    std::size_t workers = std::clamp(std::thread::hardware_concurrency(), 1U, 8U);
+    /** Without work for so long, a worker is let go. */
+    std::chrono::milliseconds idle = std::chrono::seconds(60);
+    /** And killed when it has not ended so much later. */
+    std::chrono::milliseconds grace = std::chrono::seconds(5);
+    /** A worker that has served so many requests or holds so many bytes is replaced. */
+    std::size_t requests = 500;
+    std::size_t memory = std::size_t{350} << 20;
+};
+
 /**
  * As many worker processes as there are cores, started when there is work, one request at a time
  * each, and let go when there has been none for a while. A process that fails costs the request it
@@ -20,16 +32,8 @@ namespace korvane {
  */
 class WorkerPool final : public WorkerService {
 public:
-    struct Limits {
-        std::size_t workers = std::clamp(std::thread::hardware_concurrency(), 1U, 8U);
-        /** Without work for so long, a worker is let go. */
-        std::chrono::milliseconds idle = std::chrono::seconds(60);
-        /** A worker that has served so many requests or holds so much memory is replaced. */
-        std::size_t requests = 500;
-        std::size_t memory = std::size_t{350} << 20;
-    };
-
-    WorkerPool(Queues& queues, std::unique_ptr<WorkerLauncher> launcher, Limits limits = {});
+    WorkerPool(Queues& queues, std::unique_ptr<WorkerLauncher> launcher,
+               WorkerPoolLimits limits = {});
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
     ~WorkerPool() override;
@@ -48,6 +52,7 @@ public:
 private:
     class Core;
 
+    const WorkerPoolLimits limits_;
     std::shared_ptr<SerialQueue> queue_;
     std::shared_ptr<Core> core_;
     std::atomic<std::uint64_t> jobs_ = 0;

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/base/Result.h"
+#include "platform/base/SystemError.h"
+
+namespace korvane {
+
+/**
+ * Gives up, for the rest of this process's life, what reading and rewriting documents does not
+ * take: it can open files for reading only, cannot make connections, processes or executable
+ * memory, and has bounds on its memory and on what it writes. To be called before any thread is
+ * started. What is open already stays usable, the socket on descriptor 3 included.
+ *
+ * A build with a sanitizer has no such bounds, because sanitizers need all of this themselves.
+ */
+Result<void, SystemError> enterSandbox();
+
+} // namespace korvane

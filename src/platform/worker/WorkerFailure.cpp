@@ -1,0 +1,25 @@
+#include "platform/worker/WorkerFailure.h"
+
+#include "platform/base/SystemError.h"
+
+namespace korvane {
+
+std::string WorkerFailure::description() const
+{
+    switch (kind) {
+    case Kind::couldNotStart:
+        return "the worker could not be started: " + SystemError{code}.description();
+    case Kind::crashed: return "the worker crashed with signal " + std::to_string(code);
+    case Kind::exited: return "the worker ended with status " + std::to_string(code);
+    case Kind::outOfMemory: return "the worker ran out of memory";
+    case Kind::timedOut: return "the worker took too long";
+    case Kind::protocolBroken: return "the worker's answer made no sense";
+    case Kind::refused: return "the worker refused the request";
+    case Kind::tooLarge: return "the request is too large for the worker";
+    case Kind::cancelled: return "the job was cancelled";
+    case Kind::stopped: break;
+    }
+    return "the agent is ending";
+}
+
+} // namespace korvane

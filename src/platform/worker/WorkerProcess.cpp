@@ -1,0 +1,203 @@
+#include "platform/worker/WorkerProcess.h"
+
+#include "platform/wire/DescriptorMessage.h"
+#include "platform/worker/SpawnWorker.h"
+
+#include <poll.h>
+#include <sys/pidfd.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+/** Steps in a row, after which others on the queue get their turn. */
+constexpr int stepsInOneGo = 32;
+
+/** A killed process is gone in a moment; one that waits for a broken disk is left to the system. */
+constexpr int killedWithin = 1000;
+
+WorkerFailure failureOf(const siginfo_t& end)
+{
+    using Kind = WorkerFailure::Kind;
+    if (end.si_code != CLD_EXITED) return {Kind::crashed, end.si_status};
+    if (end.si_status == ENOMEM) return {Kind::outOfMemory};
+    return {Kind::exited, end.si_status};
+}
+
+class WorkerProcess final : public Worker {
+public:
+    WorkerProcess(SpawnedWorker spawned, SerialQueue& queue, Events events)
+        : spawned_(std::move(spawned)), events_(std::move(events)),
+          socketWatch_(queue.watch(spawned_.socket.get())),
+          endWatch_(queue.watch(spawned_.process.get()))
+    {
+        socketWatch_->whenReadable([this] { receive(); });
+    }
+    WorkerProcess(const WorkerProcess&) = delete;
+    WorkerProcess& operator=(const WorkerProcess&) = delete;
+    ~WorkerProcess() override
+    {
+        if (hasEnded_) return;
+        signalKill();
+        pollfd end{.fd = spawned_.process.get(), .events = POLLIN, .revents = 0};
+        ::poll(&end, 1, killedWithin);
+        reap();
+    }
+
+    void send(WorkerMessage request) override
+    {
+        isBusy_ = true;
+        outgoing_ = std::move(request);
+        sent_ = 0;
+        sendRest();
+    }
+
+    void release() override { ::shutdown(spawned_.socket.get(), SHUT_WR); }
+
+    void kill() override
+    {
+        signalKill();
+        awaitEnd();
+    }
+
+    std::size_t memory() const override
+    {
+        std::ifstream file("/proc/" + std::to_string(spawned_.id) + "/statm");
+        std::size_t size = 0;
+        std::size_t resident = 0;
+        std::size_t shared = 0;
+        if (!(file >> size >> resident >> shared) || shared > resident) return 0;
+        return (resident - shared) * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    }
+
+private:
+    void sendRest();
+    void receive();
+    void finishMessage();
+    void awaitEnd();
+    void endIfEnded();
+    std::optional<WorkerFailure> reap();
+    void signalKill() { ::pidfd_send_signal(spawned_.process.get(), SIGKILL, nullptr, 0); }
+
+    SpawnedWorker spawned_;
+    Events events_;
+    std::unique_ptr<DescriptorWatch> socketWatch_;
+    std::unique_ptr<DescriptorWatch> endWatch_;
+    std::optional<WorkerMessage> outgoing_;
+    std::size_t sent_ = 0;
+    FrameDecoder decoder_{0};
+    bool isBusy_ = false;
+    bool brokeProtocol_ = false;
+    bool hasEnded_ = false;
+};
+
+void WorkerProcess::sendRest()
+{
+    Transfer transfer = Transfer::more;
+    while (transfer == Transfer::more)
+        transfer = sendSome(spawned_.socket.get(), *outgoing_, sent_);
+    if (transfer == Transfer::wouldBlock && socketWatch_) {
+        socketWatch_->whenWritable([this] { sendRest(); });
+        return;
+    }
+    // When it could not be sent the process is about to end, which the socket tells as well.
+    outgoing_.reset();
+}
+
+void WorkerProcess::receive()
+{
+    Transfer transfer = Transfer::more;
+    for (int step = 0; step < stepsInOneGo && transfer == Transfer::more; ++step)
+        transfer = receiveSome(spawned_.socket.get(), decoder_);
+    switch (transfer) {
+    case Transfer::more:
+    case Transfer::wouldBlock: return socketWatch_->whenReadable([this] { receive(); });
+    case Transfer::done: return finishMessage();
+    case Transfer::broken: brokeProtocol_ = true; [[fallthrough]];
+    case Transfer::ended: return kill();
+    }
+}
+
+void WorkerProcess::finishMessage()
+{
+    // An answer that nobody asked for, or to a request that has not been read.
+    if (!isBusy_ || outgoing_) {
+        brokeProtocol_ = true;
+        return kill();
+    }
+    isBusy_ = false;
+    socketWatch_->whenReadable([this] { receive(); });
+    events_.answered(decoder_.take());
+}
+
+/** Nothing that the process still says counts. Its socket is closed by its end at the latest. */
+void WorkerProcess::awaitEnd()
+{
+    if (!socketWatch_) return;
+    socketWatch_.reset();
+    endWatch_->whenReadable([this] { endIfEnded(); });
+}
+
+void WorkerProcess::endIfEnded()
+{
+    const auto reason = reap();
+    if (!reason) return endWatch_->whenReadable([this] { endIfEnded(); });
+    using Kind = WorkerFailure::Kind;
+    const auto ended = std::move(events_.ended); // which destroys this
+    ended(brokeProtocol_ ? WorkerFailure{Kind::protocolBroken} : *reason);
+}
+
+std::optional<WorkerFailure> WorkerProcess::reap()
+{
+    siginfo_t end{};
+    const auto process = static_cast<id_t>(spawned_.process.get());
+    if (::waitid(P_PIDFD, process, &end, WEXITED | WNOHANG) == 0 && end.si_pid == 0)
+        return std::nullopt;
+    hasEnded_ = true;
+    return failureOf(end);
+}
+
+bool isProgram(const std::filesystem::path& path)
+{
+    return ::access(path.c_str(), X_OK) == 0;
+}
+
+} // namespace
+
+std::filesystem::path workerProgram()
+{
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    const std::filesystem::path beside = folder / "korvane-worker";
+    if (isProgram(beside)) return beside;
+    return folder.parent_path() / "libexec" / "korvane" / "korvane-worker";
+}
+
+WorkerProcessLauncher::WorkerProcessLauncher(std::filesystem::path program)
+    : program_(std::move(program))
+{
+}
+
+Result<std::unique_ptr<Worker>, WorkerFailure> WorkerProcessLauncher::launch(SerialQueue& queue,
+                                                                             Worker::Events events)
+{
+    auto spawned = spawnWorker(program_);
+    if (!spawned) {
+        return failure(
+            WorkerFailure{WorkerFailure::Kind::couldNotStart, spawned.error().code});
+    }
+    return std::make_unique<WorkerProcess>(*std::move(spawned), queue, std::move(events));
+}
+
+} // namespace korvane
