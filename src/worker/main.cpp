@@ -1,9 +1,12 @@
+#include "worker/DocumentWork.h"
 #include "worker/WorkerMain.h"
 
 int main()
 {
     using namespace korvane;
 
-    const OperationTable operations;
+    DocumentWork work;
+    OperationTable operations;
+    work.addTo(operations);
     return serveWorker(operations);
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <qpdf/QPDFObjectHandle.hh>
-#include <qpdf/QPDFXRefEntry.hh>
 #include <vector>
 
 namespace korvane {
@@ -58,10 +57,9 @@ bool isSigned(QPDF& pdf)
 
 bool lacksObjects(QPDF& pdf)
 {
-    const auto table = pdf.getXRefTable();
-    return std::any_of(table.begin(), table.end(), [&](const auto& entry) {
-        return entry.second.getType() != 0 && pdf.getObject(entry.first).isNull();
-    });
+    const std::vector<QPDFObjectHandle> objects = pdf.getAllObjects();
+    return std::any_of(objects.begin(), objects.end(),
+                       [](QPDFObjectHandle object) { return object.isNull(); });
 }
 
 void keepStreams(QPDF& pdf)

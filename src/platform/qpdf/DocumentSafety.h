@@ -15,8 +15,8 @@ bool readObjects(QPDF& pdf);
  *  signature covers the bytes of the file. Fields that wait to be signed do not count. */
 bool isSigned(QPDF& pdf);
 
-/** Whether an object of the cross-reference table could not be read, so that a copy would lack
- *  it. */
+/** Whether an object is missing that the cross-reference table or another object names. Viewers
+ *  may find it by a repair other than QPDF's. */
 bool lacksObjects(QPDF& pdf);
 
 /** Has QPDF copy the streams that the document has now as they are, compressed or not. */

@@ -146,7 +146,7 @@ void replaceInformation(QPDF& pdf, const DocumentInformation& information)
     pdf.getRoot().removeKey("/Metadata");
 }
 
-void write(QPDF& pdf, const PDFSink& sink)
+Result<void, PDFWriteError> write(QPDF& pdf, const PDFSink& sink)
 {
     SinkPipeline output(sink);
     QPDFWriter writer(pdf);
@@ -154,7 +154,12 @@ void write(QPDF& pdf, const PDFSink& sink)
     writer.setDecodeLevel(qpdf_dl_none);
     writer.setObjectStreamMode(qpdf_o_preserve);
     writer.setMinimumPDFVersion("1.3");
+    const std::size_t warnings = pdf.numWarnings();
     writer.write();
+    if (pdf.numWarnings() != warnings) return cannotOpen("the file is damaged");
+    return output.close().map_error([](const SystemError& error) {
+        return PDFWriteError{Kind::cannotWrite, error.description()};
+    });
 }
 
 Result<void, PDFWriteError> rewrite(QPDF& pdf, std::span<const PageTextLayer> layers,
@@ -171,10 +176,7 @@ Result<void, PDFWriteError> rewrite(QPDF& pdf, std::span<const PageTextLayer> la
         if (auto drawn = drawing.draw((*pages)[index], layers[index]); !drawn) return drawn;
     }
     replaceInformation(pdf, information);
-    const std::size_t warnings = pdf.numWarnings();
-    write(pdf, sink);
-    if (pdf.numWarnings() != warnings) return cannotOpen("the file is damaged");
-    return {};
+    return write(pdf, sink);
 }
 
 } // namespace
@@ -188,8 +190,6 @@ Result<void, PDFWriteError> writeSearchablePDF(const Data& source,
         QPDF pdf;
         open(pdf, source);
         return rewrite(pdf, layers, information, sink);
-    } catch (const SinkFailure& failed) {
-        return failure(PDFWriteError{Kind::cannotWrite, failed.error().description()});
     } catch (const std::bad_alloc&) {
         return cannotOpen("it takes too much memory");
     } catch (const QPDFExc& exception) {

@@ -22,14 +22,23 @@ void SinkPipeline::write(const unsigned char* bytes, std::size_t count)
         const auto part = rest.first(std::min(rest.size(), chunkSize - gathered_.size()));
         gathered_.insert(gathered_.end(), part.begin(), part.end());
         rest = rest.subspan(part.size());
-        if (gathered_.size() == chunkSize) finish();
+        if (gathered_.size() == chunkSize) send();
     }
 }
 
-void SinkPipeline::finish()
+Result<void, SystemError> SinkPipeline::close()
 {
-    const auto sent = sink_(gathered_);
-    if (!sent) throw SinkFailure(sent.error());
+    send();
+    if (error_) return failure(*error_);
+    return {};
+}
+
+void SinkPipeline::send()
+{
+    if (!error_) {
+        const auto sent = sink_(gathered_);
+        if (!sent) error_ = sent.error();
+    }
     gathered_.clear();
 }
 

@@ -4,33 +4,33 @@
 #include "platform/qpdf/SearchablePDFWriter.h"
 
 #include <cstdint>
-#include <exception>
+#include <optional>
 #include <qpdf/Pipeline.hh>
 #include <vector>
 
 namespace korvane {
 
-/** The sink took no more. Passes through QPDF on its way out of its writer. */
-class SinkFailure : public std::exception {
-public:
-    explicit SinkFailure(SystemError error) : error_(error) {}
-    const SystemError& error() const { return error_; }
-
-private:
-    SystemError error_;
-};
-
-/** The end of QPDF's pipelines: gathers its many small writes. Throws SinkFailure. */
+/**
+ * The end of QPDF's pipelines: gathers its many small writes. QPDF also writes from destructors,
+ * so nothing is thrown: once the sink has failed the rest is dropped.
+ */
 class SinkPipeline : public Pipeline {
 public:
     explicit SinkPipeline(const PDFSink& sink);
 
     void write(const unsigned char* bytes, std::size_t count) override;
-    void finish() override;
+    /** QPDF may call it more than once; what was gathered waits for `close`. */
+    void finish() override {}
+
+    /** Passes on what was gathered, and tells whether the sink took everything. */
+    Result<void, SystemError> close();
 
 private:
+    void send();
+
     const PDFSink& sink_;
     std::vector<std::uint8_t> gathered_;
+    std::optional<SystemError> error_;
 };
 
 } // namespace korvane
