@@ -9,10 +9,10 @@ namespace korvane {
 
 AgentAppDelegate::AgentAppDelegate(std::string build, const SettingsStore& store,
                                    std::optional<std::string> hostName,
-                                   const ServerEnvironment& environment,
+                                   const ServerEnvironment& environment, const JobEnvironment& jobs,
                                    SettingsObserver::Subscribe settingsChanges)
     : build_(std::move(build)), store_(store), hostName_(std::move(hostName)),
-      environment_(environment), log_(environment.log), observer_(std::move(settingsChanges))
+      environment_(environment), jobs_(jobs), log_(environment.log), observer_(std::move(settingsChanges))
 {
 }
 
@@ -20,7 +20,7 @@ void AgentAppDelegate::applicationDidFinishLaunching()
 {
     log_.note(fmt::format("KorvaneAgent: starting (pid={}, build {})", ::getpid(), build_));
     store_.writeVersionStamp(build_, log_);
-    service_ = std::make_shared<PrinterService>(store_, hostName_, environment_);
+    service_ = std::make_shared<PrinterService>(store_, hostName_, environment_, jobs_);
     service_->reload();
     observer_.start([weak = weak_from_this(), &main = environment_.queues.main()] {
         main.async([weak] {

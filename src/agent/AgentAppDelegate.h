@@ -20,6 +20,7 @@ public:
      *  have changed. All that is referred to outlives the delegate. */
     AgentAppDelegate(std::string build, const SettingsStore& store,
                      std::optional<std::string> hostName, const ServerEnvironment& environment,
+                     const JobEnvironment& jobs,
                      SettingsObserver::Subscribe settingsChanges);
 
     /** The event loop has begun. */
@@ -35,6 +36,7 @@ private:
     const SettingsStore& store_;
     const std::optional<std::string> hostName_;
     const ServerEnvironment environment_;
+    const JobEnvironment jobs_;
     Log& log_;
     std::shared_ptr<PrinterService> service_;
     SettingsObserver observer_;

@@ -25,8 +25,8 @@ PrinterDescriptor fallbackDescriptor()
 } // namespace
 
 PrinterService::PrinterService(const SettingsStore& store, std::optional<std::string> hostName,
-                               const ServerEnvironment& environment)
-    : store_(store), hostName_(std::move(hostName)), environment_(environment),
+                               const ServerEnvironment& environment, const JobEnvironment& jobs)
+    : store_(store), hostName_(std::move(hostName)), environment_(environment), jobs_(jobs),
       log_(environment.log),
       printerUUID_(loadOrCreatePrinterUUID(store.supportDirectory(), environment.log)),
       shared_{.settings = store.defaultSettings()}
@@ -73,11 +73,9 @@ void PrinterService::startServer()
 {
     const std::uint16_t port = shared().settings.ippPort;
     auto pipeline =
-        std::make_shared<JobPipeline>(environment_.queues, environment_.clock, log_,
-                                      [weak = weak_from_this()](const CompletedJob& job) {
-                                          if (const auto self = weak.lock())
-                                              self->handleCompletedJob(job);
-                                      });
+        std::make_shared<JobPipeline>(jobs_, [weak = weak_from_this()](const CompletedJob& job) {
+            if (const auto self = weak.lock()) self->handleCompletedJob(job);
+        });
     {
         const std::scoped_lock lock(mutex_);
         shared_.pipeline = std::move(pipeline);

@@ -28,7 +28,7 @@ public:
     /** Loads the printer's UUID, or makes it. `hostName` is the computer's name, if it has one. All
      *  that is referred to outlives the service. */
     PrinterService(const SettingsStore& store, std::optional<std::string> hostName,
-                   const ServerEnvironment& environment);
+                   const ServerEnvironment& environment, const JobEnvironment& jobs);
 
     /** Reads the settings again and starts, restarts, refreshes or stops the server. */
     void reload();
@@ -55,6 +55,7 @@ private:
     const SettingsStore& store_;
     const std::optional<std::string> hostName_;
     const ServerEnvironment environment_;
+    const JobEnvironment jobs_;
     Log& log_;
     const std::string printerUUID_;
     std::shared_ptr<IPPServer> ippServer_;

@@ -1,6 +1,7 @@
 #include "agent/AgentAppDelegate.h"
 #include "config/SettingsStore.h"
 #include "platform/dnssd/AvahiServiceDirectory.h"
+#include "platform/documents/WorkerDocuments.h"
 #include "platform/files/UserFolders.h"
 #include "platform/log/SystemLog.h"
 #include "platform/network/RouteNetlinkPaths.h"
@@ -8,7 +9,11 @@
 #include "platform/signals/ProcessSignals.h"
 #include "platform/system/Clock.h"
 #include "platform/system/HostName.h"
+#include "platform/system/UserAccount.h"
+#include "platform/system/UserLanguage.h"
 #include "platform/tcp/SocketNetwork.h"
+#include "platform/worker/WorkerPool.h"
+#include "platform/worker/WorkerProcess.h"
 
 #include <unistd.h>
 
@@ -31,6 +36,9 @@ int main()
     RouteNetlinkPaths paths;
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
+    const std::string language = userLanguage();
+    WorkerPool workers(queues, std::make_unique<WorkerProcessLauncher>());
+    WorkerDocuments documents(workers, language.empty() ? "eng" : language);
 
     const auto delegate = std::make_shared<AgentAppDelegate>(
         KORVANE_BUILD, store, hostName(),
@@ -40,9 +48,17 @@ int main()
                           .log = *log,
                           .directory = &directory,
                           .paths = &paths},
+        JobEnvironment{.queues = queues,
+                       .clock = clock,
+                       .log = *log,
+                       .documents = documents,
+                       .userLanguages = {language},
+                       .author = currentUserAccount().loginName},
         [&](Task handler) { return signals.watch({SIGHUP}, queues.main(), std::move(handler)); });
     const auto termination = signals.watch({SIGTERM, SIGINT}, queues.main(), [&] {
         delegate->applicationWillTerminate();
+        // Jobs do not wait for recognition any more: they are saved as they were received.
+        workers.stop();
         queues.stopMain();
     });
     queues.main().async([&] { delegate->applicationDidFinishLaunching(); });

@@ -170,9 +170,12 @@ void OCR::Run::recognizePage(std::size_t page)
         return;
     }
     result.readingTurns = read->readingTurns;
-    for (std::size_t index = 0; index < read->texts.size(); ++index)
+    for (std::size_t index = 0; index < read->texts.size(); ++index) {
+        // What looked like a line and holds no letter.
+        if (read->texts[index].text.empty()) continue;
         result.spans.push_back({.text = std::move(read->texts[index].text),
                                 .rect = rectangle(read->lines[index], read->picture)});
+    }
     result.plainText = joinedTexts(result.spans);
 }
 

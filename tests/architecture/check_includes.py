@@ -12,11 +12,15 @@ import sys
 FOREIGN = {
     "asio": r"asio(\.hpp$|/)",
     "avahi": r"avahi-(client|common|core)/",
+    "leptonica": r"leptonica/",
     "libdeflate": r"libdeflate\.h$",
+    "libseccomp": r"seccomp\.h$",
     "nlohmann-json": r"nlohmann/",
     "sdbus-c++": r"sdbus-c\+\+/",
+    "poppler": r"poppler-",
     "qpdf": r"qpdf/",
     "systemd": r"systemd/",
+    "tesseract": r"tesseract/",
     "utf8proc": r"utf8proc\.h$",
 }
 # JSON is read in one place only, which is where its meaning is known.
