@@ -15,6 +15,7 @@ FOREIGN = {
     "libdeflate": r"libdeflate\.h$",
     "nlohmann-json": r"nlohmann/",
     "sdbus-c++": r"sdbus-c\+\+/",
+    "seccomp": r"seccomp\.h$",
     "systemd": r"systemd/",
     "utf8proc": r"utf8proc\.h$",
 }
