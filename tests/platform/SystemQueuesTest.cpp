@@ -107,6 +107,25 @@ TEST_F(SystemQueuesTest, ATaskThatRunsOutOfMemoryCostsItselfOnly)
     EXPECT_THAT(log.errors(), ElementsAre("KorvaneAgent: a task failed: std::bad_alloc"));
 }
 
+TEST(SystemQueuesEnd, BackgroundTasksThatWaitDoNotHoldUpOthersAndTheirThreadsGoWithTheWork)
+{
+    RecordingLog log;
+    SystemQueues queues(log);
+    for (int round = 0; round < 20; ++round) {
+        std::promise<void> last;
+        const std::shared_future<void> done = last.get_future().share();
+        std::atomic<int> waited = 0;
+        for (int i = 0; i < 40; ++i) {
+            queues.background().async([&, done] {
+                done.wait();
+                if (++waited == 40) waited.notify_one();
+            });
+        }
+        queues.background().async([&] { last.set_value(); });
+        for (int seen = 0; seen < 40; seen = waited) waited.wait(seen);
+    }
+}
+
 TEST(SystemQueuesEnd, WaitsForEveryBackgroundTaskAndRunsSeveralAtOnce)
 {
     RecordingLog log;

@@ -69,8 +69,7 @@ Result<SealedBytes, SystemError> sealBytes(const Data& data)
     if (!shared) return copyOf(data);
     FileDescriptor file(::fcntl(shared->descriptor, F_DUPFD_CLOEXEC, 0));
     if (!file) return failure(SystemError::last());
-    return SealedBytes{
-        .file = std::move(file), .offset = shared->offset, .length = shared->length};
+    return SealedBytes{.file = std::move(file), .offset = shared->offset, .length = shared->length};
 }
 
 Result<Data, SystemError> mapSealedBytes(const SealedBytes& bytes)

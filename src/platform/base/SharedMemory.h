@@ -36,8 +36,8 @@ public:
     /** Grows or shrinks; `data()` may change. False, and nothing is changed, when that fails. */
     bool resize(std::size_t size);
 
-    /** Puts bytes, which lie elsewhere, at `offset`; they fit. False when there is not enough memory
-     *  for them. */
+    /** Puts bytes, which lie elsewhere, at `offset`; they fit. False when there is not enough
+     * memory for them. */
     bool write(std::size_t offset, std::span<const std::uint8_t> bytes);
 
     /** Has the pages from `offset` up to `end` made. False when there is not enough memory for

@@ -73,7 +73,8 @@ public:
     /** The application's event loop. */
     virtual SerialQueue& main() = 0;
 
-    /** Runs long tasks, several at a time. What was handed over is done before the process ends. */
+    /** Runs long tasks, dozens at a time, so that one may wait for something. What was handed over
+     *  is done before the process ends. */
     virtual Queue& background() = 0;
 
     /** Runs long tasks, several at a time, beside the background ones and without delaying them.

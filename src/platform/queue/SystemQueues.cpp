@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <deque>
 #include <exception>
+#include <list>
 #include <mutex>
 #include <optional>
 #include <system_error>
@@ -25,6 +26,15 @@ void nameThisThread(const std::string& label)
 {
     pthread_setname_np(pthread_self(), label.substr(0, 15).c_str());
 }
+
+std::size_t coreCount()
+{
+    return std::max(2U, std::thread::hardware_concurrency());
+}
+
+/** A job that waits for its pages to be recognised holds a background thread, but no core; as many
+ * of them may wait as there may be clients, and the next one is still saved meanwhile. */
+constexpr std::size_t backgroundThreads = 64;
 
 } // namespace
 
@@ -74,10 +84,13 @@ private:
     std::vector<Entry> entries_;
 };
 
-/** Threads that come with the work: at most one a core, and two at least. */
+/** Threads that come with the work; of those without work, as many stay as there are cores. */
 class SystemQueues::Pool final : public Queue {
 public:
-    Pool(std::string label, Log& log) : label_(std::move(label)), log_(log) {}
+    Pool(std::string label, std::size_t limit, Log& log)
+        : label_(std::move(label)), log_(log), limit_(limit)
+    {
+    }
     Pool(const Pool&) = delete;
     Pool& operator=(const Pool&) = delete;
     ~Pool() override { finish(); }
@@ -112,14 +125,19 @@ public:
         wake_.notify_all();
         for (std::thread& thread : threads_) thread.join();
         threads_.clear();
+        if (left_.joinable()) left_.join();
     }
 
 private:
+    using Place = std::list<std::thread>::iterator;
+
     void addThread()
     {
+        const Place place = threads_.emplace(threads_.end());
         try {
-            threads_.emplace_back([this] { serve(); });
+            *place = std::thread([this, place] { serve(place); });
         } catch (const std::system_error&) {
+            threads_.erase(place);
             // The threads that there are do it, later. Without any, the task cannot be done.
             if (!threads_.empty()) return;
             tasks_.pop_back();
@@ -127,7 +145,7 @@ private:
         }
     }
 
-    void serve()
+    void serve(Place place)
     {
         nameThisThread(label_);
         while (const std::optional<Task> task = next()) {
@@ -137,11 +155,14 @@ private:
                 log_.error(fmt::format("KorvaneAgent: a task failed: {}", error.what()));
             }
         }
+        leave(place);
     }
 
+    /** Nothing, when this thread is to end. */
     std::optional<Task> next()
     {
         std::unique_lock lock(mutex_);
+        if (tasks_.empty() && idle_ >= spare_) return {};
         ++idle_;
         wake_.wait(lock, [this] { return finishing_ || !tasks_.empty(); });
         --idle_;
@@ -151,21 +172,35 @@ private:
         return task;
     }
 
+    /** Each thread that leaves waits for the one that left before it. */
+    void leave(Place place)
+    {
+        std::thread before;
+        const std::lock_guard lock(mutex_);
+        if (finishing_) return;
+        before = std::exchange(left_, std::move(*place));
+        threads_.erase(place);
+        // That one holds no lock any more.
+        if (before.joinable()) before.join();
+    }
+
     const std::string label_;
     Log& log_;
-    const std::size_t limit_ = std::max(2U, std::thread::hardware_concurrency());
+    const std::size_t limit_;
+    const std::size_t spare_ = coreCount();
     std::mutex mutex_;
     std::condition_variable wake_;
     std::deque<Task> tasks_;
-    std::vector<std::thread> threads_;
+    std::list<std::thread> threads_;
+    std::thread left_;
     std::size_t idle_ = 0;
     bool finishing_ = false;
 };
 
 SystemQueues::SystemQueues(Log& log)
     : log_(log), threads_(std::make_unique<Threads>()), main_(std::make_unique<EventLoop>(log)),
-      background_(std::make_unique<Pool>("background", log)),
-      utility_(std::make_unique<Pool>("utility", log))
+      background_(std::make_unique<Pool>("background", backgroundThreads, log)),
+      utility_(std::make_unique<Pool>("utility", coreCount(), log))
 {
 }
 

@@ -1,5 +1,6 @@
 #include "platform/sandbox/Sandbox.h"
 
+#include "platform/sandbox/Sanitizers.h"
 #include "platform/sandbox/SystemCallFilter.h"
 
 #include <sys/resource.h>
@@ -10,14 +11,6 @@
 namespace korvane {
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
 
 struct Bound {
     __rlimit_resource resource;

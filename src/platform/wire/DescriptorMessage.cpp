@@ -18,8 +18,8 @@ namespace {
 /** Room for the descriptors that come with one message (unix(7), SCM_RIGHTS). The kernel closes
  *  those that do not fit, and says so. */
 struct ControlBuffer {
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(WorkerMessage::maximumDescriptors * sizeof(int))>
-        bytes{};
+    alignas(cmsghdr)
+        std::array<char, CMSG_SPACE(WorkerMessage::maximumDescriptors * sizeof(int))> bytes{};
 };
 
 void attach(msghdr& header, ControlBuffer& control, const std::vector<FileDescriptor>& descriptors)
@@ -66,10 +66,9 @@ Transfer sendSome(int socket, const WorkerMessage& message, std::size_t& sent)
     FrameHeaderBytes frame = encodeHeader(message);
     const std::size_t frameSent = std::min(sent, frame.size());
     const auto payload = message.payload.bytes().subspan(sent - frameSent);
-    std::array<iovec, 2> vectors{
-        iovec{frame.data() + frameSent, frame.size() - frameSent},
-        // sendmsg reads through the pointer only.
-        iovec{const_cast<std::uint8_t*>(payload.data()), payload.size()}};
+    std::array<iovec, 2> vectors{iovec{frame.data() + frameSent, frame.size() - frameSent},
+                                 // sendmsg reads through the pointer only.
+                                 iovec{const_cast<std::uint8_t*>(payload.data()), payload.size()}};
     msghdr header{};
     header.msg_iov = vectors.data();
     header.msg_iovlen = vectors.size();

@@ -93,9 +93,7 @@ void WireWriter::descriptor(FileDescriptor file)
 
 WorkerMessage WireWriter::message(std::uint16_t code)
 {
-    return {.code = code,
-            .payload = bytes_.take(),
-            .descriptors = std::exchange(descriptors_, {})};
+    return {.code = code, .payload = bytes_.take(), .descriptors = std::exchange(descriptors_, {})};
 }
 
 } // namespace korvane

@@ -2,8 +2,8 @@
 
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,7 +25,7 @@ constexpr int workerSocket = 3;
  * language decides which of several fonts stands in for a missing one. No path to programs, no bus,
  * no display, and nothing that would change how the libraries behave. */
 constexpr std::array<std::string_view, 8> passedOn{
-    "HOME=",  "LANG=",     "LC_ALL=",         "LC_CTYPE=",
+    "HOME=",     "LANG=",           "LC_ALL=",          "LC_CTYPE=",
     "LANGUAGE=", "XDG_CACHE_HOME=", "XDG_CONFIG_HOME=", "XDG_DATA_HOME="};
 
 /** Tesseract's parallel regions ask for a fixed number of threads, whatever is said elsewhere. On
@@ -126,7 +126,7 @@ Result<SpawnedWorker, SystemError> spawnWorker(const std::filesystem::path& prog
 
     const auto id = spawn(program, theirs.get());
     if (!id) return failure(id.error());
-    FileDescriptor process(::pidfd_open(*id, 0));
+    FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, *id, 0)));
     if (!process) {
         const SystemError error = SystemError::last();
         ::kill(*id, SIGKILL);

@@ -168,9 +168,8 @@ Result<WorkerPool::Core::WorkerNumber, WorkerFailure> WorkerPool::Core::start()
 
 std::optional<WorkerPool::Core::WorkerNumber> WorkerPool::Core::findIdle() const
 {
-    const auto idle = std::ranges::find_if(slots_, [](const auto& entry) {
-        return !entry.second.isLeaving && !entry.second.request;
-    });
+    const auto idle = std::ranges::find_if(
+        slots_, [](const auto& entry) { return !entry.second.isLeaving && !entry.second.request; });
     if (idle == slots_.end()) return std::nullopt;
     return idle->first;
 }
@@ -178,8 +177,8 @@ std::optional<WorkerPool::Core::WorkerNumber> WorkerPool::Core::findIdle() const
 /** Those on their way out do not count: they do nothing any more. */
 std::size_t WorkerPool::Core::staying() const
 {
-    return static_cast<std::size_t>(std::ranges::count_if(
-        slots_, [](const auto& entry) { return !entry.second.isLeaving; }));
+    return static_cast<std::size_t>(
+        std::ranges::count_if(slots_, [](const auto& entry) { return !entry.second.isLeaving; }));
 }
 
 void WorkerPool::Core::begin(WorkerNumber number, PendingPointer request)
@@ -246,8 +245,7 @@ bool WorkerPool::Core::isWornOut(const Slot& slot) const
 void WorkerPool::Core::setTimer(WorkerNumber number, std::chrono::milliseconds delay,
                                 void (Core::*step)(WorkerNumber))
 {
-    slots_.at(number).timer =
-        queue_.after(delay, [this, number, step] { (this->*step)(number); });
+    slots_.at(number).timer = queue_.after(delay, [this, number, step] { (this->*step)(number); });
 }
 
 WorkerPool::WorkerPool(Queues& queues, std::unique_ptr<WorkerLauncher> launcher,

@@ -4,8 +4,8 @@
 #include "platform/worker/SpawnWorker.h"
 
 #include <poll.h>
-#include <sys/pidfd.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,7 +88,7 @@ private:
     void awaitEnd();
     void endIfEnded();
     std::optional<WorkerFailure> reap();
-    void signalKill() { ::pidfd_send_signal(spawned_.process.get(), SIGKILL, nullptr, 0); }
+    void signalKill();
 
     SpawnedWorker spawned_;
     Events events_;
@@ -158,6 +158,12 @@ void WorkerProcess::endIfEnded()
     ended(brokeProtocol_ ? WorkerFailure{Kind::protocolBroken} : *reason);
 }
 
+/** The C library's own declaration is not for C++ before version 2.37. */
+void WorkerProcess::signalKill()
+{
+    ::syscall(SYS_pidfd_send_signal, spawned_.process.get(), SIGKILL, nullptr, 0);
+}
+
 std::optional<WorkerFailure> WorkerProcess::reap()
 {
     siginfo_t end{};
@@ -194,8 +200,7 @@ Result<std::unique_ptr<Worker>, WorkerFailure> WorkerProcessLauncher::launch(Ser
 {
     auto spawned = spawnWorker(program_);
     if (!spawned) {
-        return failure(
-            WorkerFailure{WorkerFailure::Kind::couldNotStart, spawned.error().code});
+        return failure(WorkerFailure{WorkerFailure::Kind::couldNotStart, spawned.error().code});
     }
     return std::make_unique<WorkerProcess>(*std::move(spawned), queue, std::move(events));
 }

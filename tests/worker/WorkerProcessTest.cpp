@@ -1,0 +1,198 @@
+#include "platform/worker/WorkerProcess.h"
+
+#include "DoubleOperation.h"
+#include "platform/base/ByteBuffer.h"
+#include "platform/queue/SystemQueues.h"
+#include "platform/sandbox/Sanitizers.h"
+#include "platform/wire/WireReader.h"
+#include "platform/wire/WireWriter.h"
+#include "platform/worker/WorkerPool.h"
+#include "support/RecordingLog.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+
+namespace korvane {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::HasSubstr;
+using testing::Not;
+using Kind = WorkerFailure::Kind;
+
+constexpr seconds plenty(30);
+
+/** A pool over real processes, which do what the test asks of them. */
+class WorkerProcessTest : public testing::Test {
+protected:
+    std::future<WorkerAnswer> begin(DoubleOperation operation, WireWriter request = {},
+                                    milliseconds limit = plenty)
+    {
+        return pool.submit(job, request.message(static_cast<std::uint16_t>(operation)), limit);
+    }
+
+    WorkerAnswer ask(DoubleOperation operation, WireWriter request = {},
+                     milliseconds limit = plenty)
+    {
+        return begin(operation, std::move(request), limit).get();
+    }
+
+    static WireWriter text(std::string_view content)
+    {
+        WireWriter writer;
+        writer.string(content);
+        return writer;
+    }
+
+    RecordingLog log;
+    SystemQueues queues{log};
+    WorkerPool pool{queues, std::make_unique<WorkerProcessLauncher>(WORKER_DOUBLE),
+                    WorkerPoolLimits{.workers = 2}};
+    const JobKey job = pool.makeJob();
+};
+
+TEST_F(WorkerProcessTest, AnswersHoweverLargeTheRequest)
+{
+    for (const std::size_t size : {0U, 1000U, 20'000'000U}) {
+        const std::string content(size, 'x');
+        auto answer = ask(DoubleOperation::echo, text(content));
+        ASSERT_TRUE(answer) << answer.error().description();
+        EXPECT_EQ(WireReader(*std::move(answer)).string(), content);
+    }
+}
+
+TEST_F(WorkerProcessTest, SeesTheDocumentItIsGiven)
+{
+    ByteBuffer large;
+    for (int piece = 0; piece < 12; ++piece) large.append(std::string(1 << 20, '\1'));
+    for (const Data& document : {Data::copying("\1\2\3"), large.take().slice(5)}) {
+        WireWriter request;
+        ASSERT_TRUE(request.document(document));
+        auto answer = ask(DoubleOperation::documentSum, std::move(request));
+        ASSERT_TRUE(answer) << answer.error().description();
+        const std::uint64_t expected = document.size() == 3 ? 6 : document.size();
+        EXPECT_EQ(WireReader(*std::move(answer)).u64(), expected);
+    }
+}
+
+TEST_F(WorkerProcessTest, InheritsNothingButWhatItNeeds)
+{
+    ::setenv("LD_PRELOAD_OF_THE_AGENT", "x", 1); // NOLINT: no other thread reads it
+    auto answer = ask(DoubleOperation::surroundings);
+    ASSERT_TRUE(answer);
+    const std::string surroundings = WireReader(*std::move(answer)).string();
+    EXPECT_THAT(surroundings, HasSubstr("OMP_THREAD_LIMIT=1\n"));
+    for (const char* absent : {"AGENT", "PATH=", "DBUS", "open "})
+        EXPECT_THAT(surroundings, Not(HasSubstr(absent)));
+}
+
+TEST_F(WorkerProcessTest, WhateverItDoesCostsTheRequestAlone)
+{
+    using enum DoubleOperation;
+    const std::string answerHeader("\0\0\0\0\0\0\0\x4B", 8);
+    struct Case {
+        const char* name;
+        DoubleOperation operation;
+        WorkerFailure expected;
+        std::string payload = {};
+        milliseconds limit = plenty;
+    };
+    const Case cases[] = {
+        {"crash", segfault, {Kind::crashed, SIGSEGV}},
+        {"exit", leaving, {Kind::exited, 3}},
+        {"hang", hanging, {Kind::timedOut}, "", milliseconds(50)},
+        {"memory bomb", memoryBomb, {Kind::outOfMemory}},
+        {"closed socket", closing, {Kind::crashed, SIGKILL}},
+        {"exception", throwing, {Kind::refused, 2}},
+        {"refusal", refusing, {Kind::refused, 1}},
+        {"unknown operation", DoubleOperation{999}, {Kind::refused, 1}},
+        {"noise", noise, {Kind::protocolBroken}, std::string(64, '\xAA')},
+        {"endless message", noise, {Kind::protocolBroken}, "\xFF\xFF\xFF\xFF" + answerHeader},
+        {"announced descriptor",
+         noise,
+         {Kind::protocolBroken},
+         std::string("\0\0\0\0\0\0\1\x4B", 8)},
+        {"message that stays away",
+         noise,
+         {Kind::timedOut},
+         std::string("\0\0\0\1\0\0\0\x4B", 8),
+         milliseconds(50)},
+        {"unasked descriptor", withDescriptor, {Kind::protocolBroken}},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.name);
+        if (isSanitized && each.operation == memoryBomb) continue;
+        const auto answer = ask(each.operation, text(each.payload), each.limit);
+        ASSERT_FALSE(answer);
+        EXPECT_EQ(answer.error(), each.expected) << answer.error().description();
+        EXPECT_TRUE(ask(echo, text("next")));
+    }
+    EXPECT_THAT(log.errors(), testing::IsEmpty());
+}
+
+TEST_F(WorkerProcessTest, OneThatSpeaksUnaskedIsReplaced)
+{
+    EXPECT_TRUE(ask(DoubleOperation::twice));
+    // The second answer reaches a worker without a request, or is taken for that of the next.
+    static_cast<void>(ask(DoubleOperation::echo, text("between")));
+    EXPECT_TRUE(ask(DoubleOperation::echo, text("after")));
+}
+
+TEST_F(WorkerProcessTest, StoppingWaitsForNobody)
+{
+    auto first = begin(DoubleOperation::hanging);
+    auto second = begin(DoubleOperation::hanging);
+    auto waiting = begin(DoubleOperation::echo, text(""));
+    pool.stop();
+    for (auto* answer : {&first, &second, &waiting})
+        EXPECT_EQ(answer->get().error().kind, Kind::stopped);
+}
+
+TEST_F(WorkerProcessTest, AProgramThatIsNotThereIsSaidToBeMissing)
+{
+    WorkerPool without(queues, std::make_unique<WorkerProcessLauncher>("/nonexistent"));
+    EXPECT_EQ(without.submit(job, {}, plenty).get().error(),
+              (WorkerFailure{Kind::couldNotStart, ENOENT}));
+}
+
+TEST_F(WorkerProcessTest, IsLockedIn)
+{
+    if (isSanitized) GTEST_SKIP() << "sanitizers need what the sandbox denies";
+    struct Case {
+        Attempt attempt;
+        int error; ///< 0: it succeeds; SIGSYS as a negative number: the process is killed
+    };
+    const Case cases[] = {
+        {Attempt::readFile, 0},
+        {Attempt::startThread, 0},
+        {Attempt::loadLibrary, 0},
+        {Attempt::openForWriting, EPERM},
+        {Attempt::createFile, EPERM},
+        {Attempt::makeSocket, EPERM},
+        {Attempt::makeMemoryFile, ENOSYS},
+        {Attempt::mapExecutable, ENOSYS},
+        {Attempt::shareMemory, ENOSYS},
+        {Attempt::raiseLimit, ENOSYS},
+        {Attempt::runProgram, -SIGSYS},
+        {Attempt::fork, -SIGSYS},
+        {Attempt::connect, -SIGSYS},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(static_cast<int>(each.attempt));
+        WireWriter request;
+        request.u8(static_cast<std::uint8_t>(each.attempt));
+        auto answer = ask(DoubleOperation::attempt, std::move(request));
+        if (!answer) {
+            EXPECT_EQ(answer.error(), (WorkerFailure{Kind::crashed, -each.error}));
+            continue;
+        }
+        EXPECT_EQ(WireReader(*std::move(answer)).i32(), each.error);
+    }
+}
+
+} // namespace
+} // namespace korvane
