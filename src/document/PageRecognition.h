@@ -36,6 +36,9 @@ public:
 private:
     struct Sample;
 
+    DocumentAnswer<std::vector<RecognizedLine>> readLines(std::span<const std::size_t> indices,
+                                                          std::size_t atOnce,
+                                                          const std::string& language);
     DocumentAnswer<Sample> readSample(const std::string& language);
     DocumentAnswer<Sample> chooseLanguage();
     DocumentAnswer<Sample> tryOthers(Sample best, std::span<const std::string> languages);

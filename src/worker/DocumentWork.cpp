@@ -61,11 +61,13 @@ void DocumentWork::addTo(OperationTable& operations)
 
 bool DocumentWork::listLanguages(WireReader& request, WireWriter& answer)
 {
+    const std::string language = request.string();
     if (!request.finished()) return false;
-    const std::vector<std::string> languages = TextRecognizer::languages();
+    recognizer_.prepare(language);
+    const std::vector<std::string> languages = recognizer_.languages();
     wire::write(answer, Status());
     answer.count(languages.size());
-    for (const std::string& language : languages) answer.string(language);
+    for (const std::string& name : languages) answer.string(name);
     return true;
 }
 

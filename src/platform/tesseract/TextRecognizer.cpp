@@ -102,6 +102,13 @@ public:
     const std::string& language() const { return language_; }
     bool isReady() const { return ready_; }
 
+    std::vector<std::string> availableLanguages() const
+    {
+        std::vector<std::string> found;
+        api_.GetAvailableLanguagesAsVector(&found);
+        return found;
+    }
+
     /** The API with the picture set, which is copied only when it is another one. */
     tesseract::TessBaseAPI& look(const Pixels& pixels, double resolution)
     {
@@ -135,14 +142,13 @@ TextRecognizer::~TextRecognizer() = default;
 
 std::vector<std::string> TextRecognizer::languages()
 {
-    // The list is known to an engine only, but one without a language has it too.
-    tesseract::TessBaseAPI api;
-    api.SetVariable("debug_file", "/dev/null");
-    if (api.Init(nullptr, "osd", tesseract::OEM_TESSERACT_ONLY) != 0 &&
-        api.Init(nullptr, "eng", tesseract::OEM_LSTM_ONLY) != 0)
-        return {};
-    std::vector<std::string> found;
-    api.GetAvailableLanguagesAsVector(&found);
+    // Only an engine that has found its own data knows what lies beside it.
+    const auto ready = std::find_if(engines_.begin(), engines_.end(), [](const auto& engine) {
+        return !engine->language().empty();
+    });
+    Engine* const any = ready != engines_.end() ? ready->get() : engine("eng");
+    if (!any && !engine("osd")) return {};
+    std::vector<std::string> found = (any ? any : engine("osd"))->availableLanguages();
     std::erase_if(found, [](const std::string& name) {
         return name == "osd" || name == "equ" || name.find('/') != std::string::npos;
     });

@@ -36,7 +36,7 @@ public:
     TextRecognizer& operator=(const TextRecognizer&) = delete;
 
     /** The installed languages, without those that only find orientation or formulas. */
-    static std::vector<std::string> languages();
+    std::vector<std::string> languages();
 
     /** Makes the engine for a language ahead of its use. */
     void prepare(const std::string& language);
