@@ -6,23 +6,22 @@
 #include <deque>
 #include <functional>
 #include <future>
-#include <iterator>
 #include <utility>
 #include <vector>
 
 namespace korvane {
 
 /**
- * Asks `count` times, with at most `most` questions open at a time, and joins the answers in the
- * order of the questions. The first that fails is the answer; those open then are waited for.
+ * Asks `count` times, with at most `most` questions open at a time, and gives the answers to `use`
+ * in the order of the questions. The first that fails ends it; those open then are waited for.
  */
 template <typename T>
-DocumentAnswer<std::vector<T>>
+DocumentAnswer<void>
 gather(std::size_t count, std::size_t most,
-       const std::function<std::future<DocumentAnswer<std::vector<T>>>(std::size_t)>& ask)
+       const std::function<std::future<DocumentAnswer<std::vector<T>>>(std::size_t)>& ask,
+       const std::function<void(T)>& use)
 {
     std::deque<std::future<DocumentAnswer<std::vector<T>>>> open;
-    std::vector<T> joined;
     std::size_t asked = 0;
     while (asked < count || !open.empty()) {
         while (asked < count && open.size() < most) open.push_back(ask(asked++));
@@ -32,10 +31,9 @@ gather(std::size_t count, std::size_t most,
             for (auto& rest : open) rest.wait();
             return failure(std::move(answer.error()));
         }
-        joined.insert(joined.end(), std::make_move_iterator(answer->begin()),
-                      std::make_move_iterator(answer->end()));
+        for (T& part : *answer) use(std::move(part));
     }
-    return joined;
+    return {};
 }
 
 } // namespace korvane

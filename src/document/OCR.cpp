@@ -23,8 +23,8 @@ using namespace std::chrono_literals;
 constexpr std::size_t pagesRead = 16;
 /** Recognising more would take an hour; nobody scans a book in one job. */
 constexpr std::size_t mostRecognized = 5000;
-/** Text past this is not kept: a megabyte is a thick book. */
-constexpr std::size_t mostText = std::size_t{32} << 20;
+/** Text past this is not kept: a thick book has a megabyte. */
+constexpr std::size_t mostText = std::size_t{8} << 20;
 constexpr auto pageLimit = 120s;
 constexpr double pointsPerInch = 72;
 
@@ -62,20 +62,18 @@ public:
     {
         const std::size_t count = document_->pageCount();
         if (count == 0 || !readExistingText(count)) return {};
-        std::vector<std::size_t> unread;
-        for (std::size_t page = 0; page < count; ++page)
-            if (!useExistingText(page)) unread.push_back(page);
-        if (unread.size() > mostRecognized)
-            owner_.log_.note(fmt::format("OCR: {} pages are too many to recognise", unread.size()));
-        else if (!unread.empty())
-            recognize(unread);
+        if (unread_.size() > mostRecognized)
+            owner_.log_.note(
+                fmt::format("OCR: {} pages are too many to recognise", unread_.size()));
+        else if (!unread_.empty())
+            recognize();
         return std::move(results_);
     }
 
 private:
     bool readExistingText(std::size_t count);
-    bool useExistingText(std::size_t page);
-    void recognize(const std::vector<std::size_t>& pages);
+    void takeExistingText(const PageInfo& page);
+    void recognize();
     void recognizePage(std::size_t page);
     void report(std::size_t page, const DocumentError& error) const;
 
@@ -83,8 +81,10 @@ private:
     const std::shared_ptr<OpenDocument> document_;
     const double dpi_;
     const std::size_t parallelism_;
-    std::vector<PageInfo> pages_;
     std::vector<OCRPageResult> results_;
+    /** The pages without text. */
+    std::vector<std::size_t> unread_;
+    std::size_t textKept_ = 0;
     std::vector<std::string> languages_;
 };
 
@@ -101,56 +101,52 @@ std::vector<OCRPageResult> OCR::recognizePages(const std::shared_ptr<OpenDocumen
 
 bool OCR::Run::readExistingText(std::size_t count)
 {
-    std::size_t kept = 0;
-    const std::size_t requests = (count + pagesRead - 1) / pagesRead;
-    auto pages = gather<PageInfo>(requests, 2 * parallelism_, [&](std::size_t request) {
-        const std::size_t first = request * pagesRead;
-        return document_->readPages(first, std::min(pagesRead, count - first));
-    });
-    if (!pages) {
-        if (!pages.error().stopped())
-            owner_.log_.error("OCR: the pages could not be read: " + pages.error().description());
-        return false;
-    }
-    pages_ = std::move(*pages);
-    results_.resize(count);
-    for (std::size_t page = 0; page < count; ++page) {
-        results_[page].pageRect = pages_[page].mediaBox;
-        std::string& text = pages_[page].text;
-        text = std::string(text::trimmingSpace(text));
-        kept += text.size();
-        if (kept > mostText) text.resize(std::min<std::size_t>(text.size(), mostText / count));
-    }
-    return true;
+    results_.reserve(count);
+    const auto read =
+        gather<PageInfo>((count + pagesRead - 1) / pagesRead, 2 * parallelism_,
+                         [&](std::size_t request) {
+                             const std::size_t first = request * pagesRead;
+                             return document_->readPages(first, std::min(pagesRead, count - first));
+                         },
+                         [&](const PageInfo& page) { takeExistingText(page); });
+    if (read) return true;
+    if (!read.error().stopped())
+        owner_.log_.error("OCR: the pages could not be read: " + read.error().description());
+    return false;
 }
 
-bool OCR::Run::useExistingText(std::size_t page)
+void OCR::Run::takeExistingText(const PageInfo& page)
 {
-    std::string& text = pages_[page].text;
+    const std::size_t index = results_.size();
+    OCRPageResult& result = results_.emplace_back();
+    result.pageRect = page.mediaBox;
+    const std::string_view text = text::trimmingSpace(page.text);
     const std::size_t characters = text::characterCount(text);
-    if (characters < textLayerMinimumCharacters) return false;
-    owner_.log_.note(fmt::format(
-        "OCR: page {} already has a text layer ({} chars); skipping OCR", page + 1, characters));
-    results_[page].plainText = std::move(text);
-    return true;
+    if (characters < textLayerMinimumCharacters) {
+        if (page.exists) unread_.push_back(index);
+        return;
+    }
+    owner_.log_.note(fmt::format("OCR: page {} already has a text layer ({} chars); skipping OCR",
+                                 index + 1, characters));
+    result.plainText = text::prefixOfSequences(text, mostText - textKept_);
+    textKept_ += result.plainText.size();
 }
 
-void OCR::Run::recognize(const std::vector<std::size_t>& pages)
+void OCR::Run::recognize()
 {
     languages_ = owner_.documents_.languages();
     // These threads only wait. One more than there are workers keeps all of them busy.
     std::atomic<std::size_t> next = 0;
     std::vector<std::jthread> readers;
-    for (std::size_t count = std::min(pages.size(), parallelism_ + 1); count > 0; --count)
+    for (std::size_t count = std::min(unread_.size(), parallelism_ + 1); count > 0; --count)
         readers.emplace_back([&] {
-            for (std::size_t index = next++; index < pages.size(); index = next++)
-                recognizePage(pages[index]);
+            for (std::size_t index = next++; index < unread_.size(); index = next++)
+                recognizePage(unread_[index]);
         });
 }
 
 void OCR::Run::recognizePage(std::size_t page)
 {
-    if (!pages_[page].exists) return;
     const auto deadline = std::chrono::steady_clock::now() + pageLimit;
     auto laidOut = document_->layOut(page, dpi_).get();
     if (!laidOut) {
@@ -158,10 +154,10 @@ void OCR::Run::recognizePage(std::size_t page)
         return;
     }
     OCRPageResult& result = results_[page];
-    result.pageImage = std::make_shared<RenderedPage>(
-        document_, page, laidOut->picture.resolution,
-        static_cast<std::size_t>(laidOut->picture.width),
-        static_cast<std::size_t>(laidOut->picture.height));
+    result.pageImage =
+        std::make_shared<RenderedPage>(document_, page, laidOut->picture.resolution,
+                                       static_cast<std::size_t>(laidOut->picture.width),
+                                       static_cast<std::size_t>(laidOut->picture.height));
     auto read = PageRecognition(*document_, languages_, owner_.userLanguages_, parallelism_)
                     .read(std::move(*laidOut), deadline);
     if (!read) {

@@ -82,8 +82,7 @@ DocumentAnswer<RecognizedPage> PageRecognition::read(LaidOutPage page,
     deadline_ = deadline;
     readingTurns_ = 0;
     takePage(std::move(page));
-    if (page_.lines.empty() || languages_.empty())
-        return RecognizedPage{.picture = page_.picture};
+    if (page_.lines.empty() || languages_.empty()) return RecognizedPage{.picture = page_.picture};
     auto sample = chooseLanguage();
     if (!sample) return failure(sample.error());
     return readRest(std::move(*sample));
@@ -93,13 +92,18 @@ DocumentAnswer<std::vector<RecognizedLine>>
 PageRecognition::readLines(std::span<const std::size_t> indices, std::size_t atOnce,
                            const std::string& language)
 {
-    return gather<RecognizedLine>(
-        (indices.size() + atOnce - 1) / atOnce, 2 * parallelism_, [&](std::size_t batch) {
+    std::vector<RecognizedLine> lines;
+    const auto read = gather<RecognizedLine>(
+        (indices.size() + atOnce - 1) / atOnce, 2 * parallelism_,
+        [&](std::size_t batch) {
             if (std::chrono::steady_clock::now() > deadline_) return tooLate();
             const std::size_t first = batch * atOnce;
             const auto some = indices.subspan(first, std::min(atOnce, indices.size() - first));
             return document_.recognize(page_.picture, boxesAt(page_.lines, some), language);
-        });
+        },
+        [&](RecognizedLine line) { lines.push_back(std::move(line)); });
+    if (!read) return failure(read.error());
+    return lines;
 }
 
 DocumentAnswer<PageRecognition::Sample> PageRecognition::readSample(const std::string& language)
@@ -112,9 +116,8 @@ DocumentAnswer<PageRecognition::Sample> PageRecognition::readSample(const std::s
 
 DocumentAnswer<PageRecognition::Sample> PageRecognition::chooseLanguage()
 {
-    std::vector<std::string> usual =
-        languagesOfScript(scriptOfLanguage(users_.empty() ? "eng" : users_.front()), languages_,
-                          users_);
+    std::vector<std::string> usual = languagesOfScript(
+        scriptOfLanguage(users_.empty() ? "eng" : users_.front()), languages_, users_);
     if (usual.empty()) usual.assign(languages_.begin(), languages_.end());
     auto own = readSample(usual.front());
     if (!own || readsWell(own->score)) return own;

@@ -9,6 +9,8 @@ namespace korvane::wire {
 namespace {
 
 constexpr std::int64_t mostPixels = 128'000'000;
+/** No line on paper is as long. */
+constexpr std::size_t mostLineText = 16'384;
 constexpr std::size_t boxSize = 4 * sizeof(std::int32_t);
 
 /** A number that is none, or out of every reasonable range, makes the message senseless. */
@@ -111,6 +113,7 @@ RecognizedLine readLine(WireReader& in)
 {
     RecognizedLine line;
     line.text = in.string();
+    if (line.text.size() > mostLineText) in.fail();
     line.confidence = readNumber(in, 0, 100);
     line.words = in.i32();
     line.dictionaryWords = in.i32();

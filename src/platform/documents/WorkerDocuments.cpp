@@ -62,8 +62,8 @@ WorkerDocuments::Languages WorkerDocuments::askForLanguages()
     const std::scoped_lock lock(mutex_);
     // An answer without any is asked for again: a worker may have broken down.
     const bool isAsked =
-        languages_.valid() && (languages_.wait_for(0s) != std::future_status::ready ||
-                               !languages_.get().empty());
+        languages_.valid() &&
+        (languages_.wait_for(0s) != std::future_status::ready || !languages_.get().empty());
     if (isAsked) return languages_;
     auto promise = std::make_shared<std::promise<std::vector<std::string>>>();
     languages_ = promise->get_future().share();

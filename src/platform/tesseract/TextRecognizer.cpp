@@ -143,9 +143,8 @@ TextRecognizer::~TextRecognizer() = default;
 std::vector<std::string> TextRecognizer::languages()
 {
     // Only an engine that has found its own data knows what lies beside it.
-    const auto ready = std::find_if(engines_.begin(), engines_.end(), [](const auto& engine) {
-        return !engine->language().empty();
-    });
+    const auto ready = std::find_if(engines_.begin(), engines_.end(),
+                                    [](const auto& engine) { return !engine->language().empty(); });
     Engine* const any = ready != engines_.end() ? ready->get() : engine("eng");
     if (!any && !engine("osd")) return {};
     std::vector<std::string> found = (any ? any : engine("osd"))->availableLanguages();
@@ -173,8 +172,8 @@ bool TextRecognizer::load(const Picture& picture,
     std::vector<std::uint8_t> row(width);
     for (int y = 0; y < picture.height; ++y) {
         if (!fill(y, row)) return false;
-        l_uint32* const line = pixGetData(image.get()) +
-                               static_cast<std::ptrdiff_t>(y) * pixGetWpl(image.get());
+        l_uint32* const line =
+            pixGetData(image.get()) + static_cast<std::ptrdiff_t>(y) * pixGetWpl(image.get());
         for (std::size_t x = 0; x < width; ++x) SET_DATA_BYTE(line, x, row[x]);
     }
     pixels_ = std::make_unique<Pixels>(std::move(image));

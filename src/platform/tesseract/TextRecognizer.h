@@ -43,7 +43,8 @@ public:
 
     /** Works on this picture from now on; `fill` writes row after row of it, or says that it
      *  cannot. */
-    bool load(const Picture& picture, const std::function<bool(int row, std::span<std::uint8_t>)>& fill);
+    bool load(const Picture& picture,
+              const std::function<bool(int row, std::span<std::uint8_t>)>& fill);
 
     /** Turns the picture clockwise. */
     void turn(int quarterTurns);
