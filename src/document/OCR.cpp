@@ -25,6 +25,8 @@ constexpr std::size_t pagesRead = 16;
 constexpr std::size_t mostRecognized = 5000;
 /** Text past this is not kept: a thick book has a megabyte. */
 constexpr std::size_t mostText = std::size_t{8} << 20;
+/** A document of more pages was made to keep us busy. */
+constexpr std::size_t mostPages = 200'000;
 constexpr auto pageLimit = 120s;
 constexpr double pointsPerInch = 72;
 
@@ -61,7 +63,9 @@ public:
     std::vector<OCRPageResult> results()
     {
         const std::size_t count = document_->pageCount();
-        if (count == 0 || !readExistingText(count)) return {};
+        if (count > mostPages)
+            owner_.log_.error(fmt::format("OCR: {} pages are too many to read", count));
+        if (count == 0 || count > mostPages || !readExistingText(count)) return {};
         if (unread_.size() > mostRecognized)
             owner_.log_.note(
                 fmt::format("OCR: {} pages are too many to recognise", unread_.size()));
