@@ -36,9 +36,10 @@ int main()
     RouteNetlinkPaths paths;
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
-    const std::string language = userLanguage();
+    const std::string locale = userLanguage();
+    const std::string language = locale.empty() ? "eng" : locale;
     WorkerPool workers(queues, std::make_unique<WorkerProcessLauncher>());
-    WorkerDocuments documents(workers, language.empty() ? "eng" : language);
+    WorkerDocuments documents(workers, language);
 
     const auto delegate = std::make_shared<AgentAppDelegate>(
         KORVANE_BUILD, store, hostName(),

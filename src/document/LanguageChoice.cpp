@@ -57,9 +57,7 @@ constexpr std::string_view latin = "Latin";
 
 bool lists(const Script& script, std::string_view language)
 {
-    const std::size_t at = script.languages.find(language);
-    return at != std::string_view::npos && script.languages[at - 1] == ' ' &&
-           script.languages[at + language.size()] == ' ';
+    return script.languages.find(" " + std::string(language) + " ") != std::string_view::npos;
 }
 
 bool isWrittenIn(std::string_view language, std::string_view script)

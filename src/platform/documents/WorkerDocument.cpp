@@ -67,6 +67,16 @@ DocumentAnswer<T> readAnswer(WorkerAnswer answer, const std::function<T(WireRead
     return value;
 }
 
+/** As many as were asked for; another count is not even made room for. */
+template <typename T>
+std::vector<T> readExactly(WireReader& in, std::size_t count, T (*read)(WireReader&))
+{
+    if (in.count() != count) in.fail();
+    std::vector<T> list;
+    while (list.size() < count && !in.failed()) list.push_back(read(in));
+    return list;
+}
+
 /** The answer to a request that could not be made. */
 template <typename T>
 std::future<DocumentAnswer<T>> failed(DocumentError error)
@@ -176,11 +186,8 @@ std::future<DocumentAnswer<std::vector<PageInfo>>> WorkerDocument::readPages(std
     }
     return ask<std::vector<PageInfo>>(wire::DocumentOperation::readPages, std::move(request),
                                       [count](WireReader& in) {
-                                          std::vector<PageInfo> pages(in.count());
-                                          if (pages.size() != count) in.fail();
-                                          for (PageInfo& page : pages)
-                                              page = wire::readPageInfo(in);
-                                          return pages;
+                                          return readExactly<PageInfo>(in, count,
+                                                                       wire::readPageInfo);
                                       });
 }
 
@@ -233,14 +240,11 @@ WorkerDocument::recognize(const PagePicture& picture, std::vector<PixelBox> line
         wire::write(*request, lines);
         request->string(language);
     }
-    return ask<std::vector<RecognizedLine>>(wire::DocumentOperation::recognize, std::move(request),
-                                            [count = lines.size()](WireReader& in) {
-                                                std::vector<RecognizedLine> read(in.count());
-                                                if (read.size() != count) in.fail();
-                                                for (RecognizedLine& line : read)
-                                                    line = wire::readLine(in);
-                                                return read;
-                                            });
+    return ask<std::vector<RecognizedLine>>(
+        wire::DocumentOperation::recognize, std::move(request),
+        [count = lines.size()](WireReader& in) {
+            return readExactly<RecognizedLine>(in, count, wire::readLine);
+        });
 }
 
 std::future<DocumentAnswer<PageOrientation>> WorkerDocument::orientation(const PagePicture& picture)
