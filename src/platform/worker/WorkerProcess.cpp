@@ -185,7 +185,7 @@ std::filesystem::path workerProgram()
 {
     std::error_code error;
     const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    const std::filesystem::path beside = folder / "korvane-worker";
+    std::filesystem::path beside = folder / "korvane-worker";
     if (isProgram(beside)) return beside;
     return folder.parent_path() / "libexec" / "korvane" / "korvane-worker";
 }
