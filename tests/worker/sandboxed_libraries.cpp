@@ -8,15 +8,13 @@
 #include <poppler/cpp/poppler-document.h>
 #include <poppler/cpp/poppler-page-renderer.h>
 #include <poppler/cpp/poppler-page.h>
+#include <qpdf/qpdf-c.h>
 #include <tesseract/baseapi.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <exception>
 #include <memory>
-#include <qpdf/Pl_StdioFile.hh>
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFWriter.hh>
 #include <string>
 #include <string_view>
 
