@@ -4,9 +4,8 @@
 #include "platform/qpdf/LayerContent.h"
 #include "platform/qpdf/LayerFonts.h"
 #include "platform/qpdf/PageTree.h"
+#include "platform/qpdf/QPDFHeaders.h"
 #include "platform/qpdf/SinkPipeline.h"
-
-#include <qpdf/Constants.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -14,11 +13,6 @@
 #include <map>
 #include <memory>
 #include <new>
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFExc.hh>
-#include <qpdf/QPDFLogger.hh>
-#include <qpdf/QPDFObjectHandle.hh>
-#include <qpdf/QPDFWriter.hh>
 #include <set>
 #include <string>
 #include <utility>
