@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <exception>
 #include <new>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -44,6 +45,18 @@ Result<void, PDFWriteError> check(QPDF& pdf, std::size_t pageCount, std::size_t 
     if (!pdf.anyWarnings()) return {};
     if (pageCount != layerCount || lacksObjects(pdf)) return cannotOpen("the file is damaged");
     return {};
+}
+
+/** Leaves what the standard knows (ISO 32000-1, 7.5.5); QPDF writes the size only where it finds
+ *  one, and keeps all else that a repair may have taken for an entry. */
+void tidyTrailer(QPDF& pdf)
+{
+    QPDFObjectHandle trailer = pdf.getTrailer();
+    const std::set<std::string> known = {"/Root", "/Encrypt", "/Info", "/ID"};
+    for (const std::string& key : trailer.getKeys()) {
+        if (!known.contains(key)) trailer.removeKey(key);
+    }
+    trailer.replaceKey("/Size", QPDFObjectHandle::newInteger(0));
 }
 
 void replaceInformation(QPDF& pdf, const DocumentInformation& information)
@@ -87,6 +100,7 @@ Result<void, PDFWriteError> rewrite(QPDF& pdf, std::span<const PageTextLayer> la
         if (layers[index].lines.empty()) continue;
         if (auto drawn = drawing.draw((*pages)[index], layers[index]); !drawn) return drawn;
     }
+    tidyTrailer(pdf);
     replaceInformation(pdf, information);
     return write(pdf, sink);
 }
