@@ -16,7 +16,7 @@ constexpr std::size_t mostWarnings = 100;
 bool isSignature(QPDFObjectHandle object)
 {
     return object.isDictionary() && object.getKey("/ByteRange").isArray() &&
-           object.hasKey("/Contents");
+           object.getKey("/Contents").isString();
 }
 
 bool isSignedField(QPDFObjectHandle object)
