@@ -2,6 +2,7 @@
 
 #include "platform/documents/DocumentService.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -14,12 +15,14 @@ namespace korvane {
 
 /**
  * Asks `count` times, with at most `most` questions open at a time, and joins the answers in the
- * order of the questions. The first that fails is the answer; those open then are waited for.
+ * order of the questions, each element as `take` leaves it. The first that fails is the answer;
+ * those open then are waited for.
  */
 template <typename T>
 DocumentAnswer<std::vector<T>>
 gather(std::size_t count, std::size_t most,
-       const std::function<std::future<DocumentAnswer<std::vector<T>>>(std::size_t)>& ask)
+       const std::function<std::future<DocumentAnswer<std::vector<T>>>(std::size_t)>& ask,
+       const std::function<void(T&)>& take = [](T&) {})
 {
     std::deque<std::future<DocumentAnswer<std::vector<T>>>> open;
     std::vector<T> joined;
@@ -32,6 +35,7 @@ gather(std::size_t count, std::size_t most,
             for (auto& rest : open) rest.wait();
             return failure(std::move(answer.error()));
         }
+        std::ranges::for_each(*answer, take);
         joined.insert(joined.end(), std::make_move_iterator(answer->begin()),
                       std::make_move_iterator(answer->end()));
     }

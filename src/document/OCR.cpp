@@ -23,8 +23,12 @@ using namespace std::chrono_literals;
 constexpr std::size_t pagesRead = 16;
 /** Recognising more would take an hour; nobody scans a book in one job. */
 constexpr std::size_t mostRecognized = 5000;
-/** Text past this is not kept: a megabyte is a thick book. */
-constexpr std::size_t mostText = std::size_t{32} << 20;
+/** Text past this is not kept whole: a megabyte is a thick book. */
+constexpr std::size_t mostText = std::size_t{16} << 20;
+/** And then so much of a page is: enough to tell that it has a text layer. */
+constexpr std::size_t leastText = 256;
+/** A document of more pages was made to keep us busy. */
+constexpr std::size_t mostPages = 200'000;
 constexpr auto pageLimit = 120s;
 constexpr double pointsPerInch = 72;
 
@@ -61,7 +65,9 @@ public:
     std::vector<OCRPageResult> results()
     {
         const std::size_t count = document_->pageCount();
-        if (count == 0 || !readExistingText(count)) return {};
+        if (count > mostPages)
+            owner_.log_.error(fmt::format("OCR: {} pages are too many to read", count));
+        if (count == 0 || count > mostPages || !readExistingText(count)) return {};
         std::vector<std::size_t> unread;
         for (std::size_t page = 0; page < count; ++page)
             if (!useExistingText(page)) unread.push_back(page);
@@ -102,11 +108,20 @@ std::vector<OCRPageResult> OCR::recognizePages(const std::shared_ptr<OpenDocumen
 bool OCR::Run::readExistingText(std::size_t count)
 {
     std::size_t kept = 0;
+    const auto trim = [&](PageInfo& page) {
+        std::string_view text = text::trimmingSpace(page.text);
+        if (kept + text.size() > mostText) text = text::prefixOfSequences(text, leastText);
+        kept += text.size();
+        page.text = std::string(text);
+    };
     const std::size_t requests = (count + pagesRead - 1) / pagesRead;
-    auto pages = gather<PageInfo>(requests, 2 * parallelism_, [&](std::size_t request) {
-        const std::size_t first = request * pagesRead;
-        return document_->readPages(first, std::min(pagesRead, count - first));
-    });
+    auto pages = gather<PageInfo>(
+        requests, 2 * parallelism_,
+        [&](std::size_t request) {
+            const std::size_t first = request * pagesRead;
+            return document_->readPages(first, std::min(pagesRead, count - first));
+        },
+        trim);
     if (!pages) {
         if (!pages.error().stopped())
             owner_.log_.error("OCR: the pages could not be read: " + pages.error().description());
@@ -114,13 +129,7 @@ bool OCR::Run::readExistingText(std::size_t count)
     }
     pages_ = std::move(*pages);
     results_.resize(count);
-    for (std::size_t page = 0; page < count; ++page) {
-        results_[page].pageRect = pages_[page].mediaBox;
-        std::string& text = pages_[page].text;
-        text = std::string(text::trimmingSpace(text));
-        kept += text.size();
-        if (kept > mostText) text.resize(std::min<std::size_t>(text.size(), mostText / count));
-    }
+    for (std::size_t page = 0; page < count; ++page) results_[page].pageRect = pages_[page].mediaBox;
     return true;
 }
 
