@@ -16,7 +16,7 @@ namespace {
 class AgentAppDelegateTest : public AgentFixture {
 protected:
     AgentAppDelegateTest()
-        : delegate(std::make_shared<AgentAppDelegate>("0.1.0", store, "Office Mac", environment,
+        : delegate(std::make_shared<AgentAppDelegate>("0.1.0", store, "Office Mac", environment, jobs,
                                                       [this](Task handler) {
                                                           signal = std::move(handler);
                                                           return nullptr;

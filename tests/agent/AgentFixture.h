@@ -1,8 +1,10 @@
 #pragma once
 
 #include "config/SettingsStore.h"
+#include "document/JobPipeline.h"
 #include "ipp/IPPCodec.h"
 #include "server/IPPServer.h"
+#include "support/FakeDocuments.h"
 #include "support/FakeNetwork.h"
 #include "support/FakeServiceDirectory.h"
 #include "support/ManualClock.h"
@@ -105,11 +107,14 @@ protected:
     FakeServiceDirectory directory;
     ManualClock clock;
     RecordingLog log;
+    FakeDocuments documents;
     TemporaryFolder home;
     TemporaryFolder scans;
     SettingsStore store{home.path(), "Office Mac"};
     ServerEnvironment environment{
         .queues = queues, .network = network, .clock = clock, .log = log, .directory = &directory};
+    JobEnvironment jobs{
+        .queues = queues, .clock = clock, .log = log, .documents = documents, .author = "ann"};
 };
 
 } // namespace korvane

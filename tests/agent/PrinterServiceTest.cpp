@@ -43,7 +43,7 @@ protected:
     }
 
     std::shared_ptr<PrinterService> service =
-        std::make_shared<PrinterService>(store, "Office Mac", environment);
+        std::make_shared<PrinterService>(store, "Office Mac", environment, jobs);
 };
 
 TEST_F(PrinterServiceTest, DescribesThePrinterWithItsPortOnceItIsReady)

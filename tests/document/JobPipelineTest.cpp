@@ -2,6 +2,7 @@
 
 #include "document/FileNaming.h"
 #include "document/TextSummary.h"
+#include "support/FakeDocuments.h"
 #include "support/ManualClock.h"
 #include "support/ManualQueues.h"
 #include "support/RecordingLog.h"
@@ -53,6 +54,8 @@ TEST(TextSummary, IsOneLineOfAtMostTheLimit)
 
 class JobPipelineTest : public testing::Test {
 protected:
+    JobPipelineTest() { ::setenv("TZ", "UTC", 1); }
+
     void process(const std::string& name, const std::string& document)
     {
         pipeline->process(name, Data::copying(document), folder.path());
@@ -61,15 +64,17 @@ protected:
     ManualQueues queues;
     ManualClock clock;
     RecordingLog log;
+    FakeDocuments documents;
     TemporaryFolder folder;
     std::vector<CompletedJob> completed;
     std::shared_ptr<JobPipeline> pipeline = std::make_shared<JobPipeline>(
-        queues, clock, log, [this](const CompletedJob& job) { completed.push_back(job); });
+        JobEnvironment{queues, clock, log, documents, {"eng"}, "ann"},
+        [this](const CompletedJob& job) { completed.push_back(job); });
 };
 
 TEST_F(JobPipelineTest, SavesDocumentsAsTheyCameTheLaterOfOneNameAndSecondInTheFirstsPlace)
 {
-    ::setenv("TZ", "UTC", 1);
+    documents.openError = DocumentError{DocumentError::Kind::notReadable};
     process("a/b", "%PDF one");
     process("a/b", "%PDF two");
     EXPECT_EQ(folder.entryCount(), 0);
@@ -81,7 +86,56 @@ TEST_F(JobPipelineTest, SavesDocumentsAsTheyCameTheLaterOfOneNameAndSecondInTheF
     EXPECT_EQ(completed[0].pdfURL, folder.path() / "a_b 2025-03-01 140509.pdf");
     EXPECT_EQ(completed[0].jobName, "a/b");
     EXPECT_EQ(completed[0].summary, "No text recognized.");
-    EXPECT_TRUE(log.lines().empty());
+    const std::string why =
+        "JobPipeline: saving without recognition: the document is damaged or not a PDF";
+    EXPECT_THAT(log.lines(), testing::ElementsAre(why, why));
+    EXPECT_THAT(log.errors(), testing::IsEmpty());
+}
+
+TEST_F(JobPipelineTest, LaysTheRecognisedWordsOverTheDocument)
+{
+    const std::string letter = "A letter that can be copied already.";
+    documents.pages = {{.text = letter}, {}, {.lines = {"B"}}};
+    const std::string name = "Minutes " + std::string(100, 'x');
+    process(name, "%PDF received");
+    queues.run();
+    ASSERT_EQ(completed.size(), 1U);
+    EXPECT_EQ(completed[0].plainText, letter + "\n\n\n\nB");
+    EXPECT_EQ(completed[0].summary, letter + "  B");
+    EXPECT_EQ(completed[0].jobName, name);
+    EXPECT_EQ(folder.read(completed[0].pdfURL.filename()), "searchable");
+    EXPECT_EQ(folder.entryCount(), 1);
+    EXPECT_EQ(documents.information, (DocumentInformation{{"Author", "ann"},
+                                                          {"Creator", "Korvane"},
+                                                          {"Subject", "Captured by Korvane"},
+                                                          {"Title", name}}));
+    ASSERT_EQ(documents.layers.size(), 3U);
+    EXPECT_TRUE(documents.layers[0].lines.empty());
+    EXPECT_EQ(documents.layers[2].lines.at(0).text, "B");
+}
+
+TEST_F(JobPipelineTest, LeavesADocumentWithoutAnythingRecognisedAsItIs)
+{
+    documents.pages = {{.text = "A letter that can be copied already."}, {}};
+    process("Letter", "%PDF received");
+    queues.run();
+    EXPECT_EQ(folder.read("Letter 2025-03-01 140509.pdf"), "%PDF received");
+    EXPECT_EQ(completed.at(0).summary, "A letter that can be copied already.");
+    EXPECT_TRUE(documents.information.empty());
+}
+
+TEST_F(JobPipelineTest, SavesWhatItReceivedWhereTheSearchableDocumentCannotBeWritten)
+{
+    documents.pages = {{.lines = {"Signed in ink"}}};
+    documents.writeError = PDFWriteError{PDFWriteError::Kind::sourceIsSigned, ""};
+    process("Contract", "%PDF received");
+    queues.run();
+    EXPECT_EQ(folder.read("Contract 2025-03-01 140509.pdf"), "%PDF received");
+    EXPECT_EQ(folder.entryCount(), 1);
+    EXPECT_EQ(completed.at(0).plainText, "Signed in ink");
+    EXPECT_THAT(log.errors(),
+                testing::ElementsAre(testing::StartsWith(
+                    "JobPipeline: write failed: The source PDF is digitally signed")));
 }
 
 TEST_F(JobPipelineTest, TriesOnceMoreAndThenGivesTheJobUp)

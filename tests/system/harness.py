@@ -215,22 +215,33 @@ def urf_document(width, height, dpi, rows):
     return b"UNIRAST\0" + struct.pack(">I", 1) + page
 
 
-def make_pdf(content):
-    """A valid PDF of one letter page with these drawing operators; /F1 is a font."""
-    content = content.encode()
-    objects = [b"<</Type/Catalog/Pages 2 0 R>>", b"<</Type/Pages/Kids[3 0 R]/Count 1>>",
-               b"<</Type/Page/Parent 2 0 R/MediaBox[0 0 612 792]/Contents 4 0 R"
-               b"/Resources<</Font<</F1 5 0 R>>>>>>",
-               b"<</Length %d>>stream\n%s\nendstream" % (len(content), content),
-               b"<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>"]
-    pdf = b"%PDF-1.4\n"
+def pdf_of(objects, trailer=""):
+    """A PDF of these objects, numbered from 1 on; the first is the catalog."""
+    pdf = b"%PDF-1.5\n"
     offsets = []
     for number, body in enumerate(objects, 1):
         offsets.append(len(pdf))
+        body = body if isinstance(body, bytes) else body.encode()
         pdf += b"%d 0 obj\n%s\nendobj\n" % (number, body)
     start = len(pdf)
-    pdf += b"xref\n0 6\n0000000000 65535 f \n" + b"".join(b"%010d 00000 n \n" % o for o in offsets)
-    return pdf + b"trailer\n<</Size 6/Root 1 0 R>>\nstartxref\n%d\n%%%%EOF\n" % start
+    size = len(objects) + 1
+    pdf += b"xref\n0 %d\n0000000000 65535 f \n" % size
+    pdf += b"".join(b"%010d 00000 n \n" % offset for offset in offsets)
+    return pdf + (f"trailer\n<</Size {size}/Root 1 0 R{trailer}>>\n"
+                  f"startxref\n{start}\n%%EOF\n").encode()
+
+
+def pdf_stream(content, entries=""):
+    return f"<<{entries}/Length {len(content)}>>stream\n".encode() + content + b"\nendstream"
+
+
+def make_pdf(content):
+    """A valid PDF of one letter page with these drawing operators; /F1 is a font."""
+    return pdf_of(["<</Type/Catalog/Pages 2 0 R>>", "<</Type/Pages/Kids[3 0 R]/Count 1>>",
+                   "<</Type/Page/Parent 2 0 R/MediaBox[0 0 612 792]/Contents 4 0 R"
+                   "/Resources<</Font<</F1 5 0 R>>>>>>",
+                   pdf_stream(content.encode()),
+                   "<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>"])
 
 
 def needs(*programs):
