@@ -1,6 +1,5 @@
 #include "document/OCR.h"
 
-#include "document/Gather.h"
 #include "document/PageRecognition.h"
 #include "document/RenderedPage.h"
 #include "platform/text/Text.h"
@@ -10,6 +9,10 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <deque>
+#include <exception>
+#include <future>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -25,6 +28,7 @@ constexpr std::size_t pagesRead = 16;
 constexpr std::size_t mostRecognized = 5000;
 /** Text past this is not kept: a thick book has a megabyte. */
 constexpr std::size_t mostText = std::size_t{8} << 20;
+constexpr std::size_t mostRecognizedText = std::size_t{32} << 20;
 /** A document of more pages was made to keep us busy. */
 constexpr std::size_t mostPages = 200'000;
 constexpr auto pageLimit = 120s;
@@ -63,9 +67,14 @@ public:
     std::vector<OCRPageResult> results()
     {
         const std::size_t count = document_->pageCount();
-        if (count > mostPages)
+        if (count > mostPages) {
             owner_.log_.error(fmt::format("OCR: {} pages are too many to read", count));
-        if (count == 0 || count > mostPages || !readExistingText(count)) return {};
+            return {};
+        }
+        const bool isDocument = readExistingText(count);
+        if (unreadable_)
+            owner_.log_.error("OCR: pages could not be read: " + unreadable_->description());
+        if (!isDocument) return {};
         if (unread_.size() > mostRecognized)
             owner_.log_.note(
                 fmt::format("OCR: {} pages are too many to recognise", unread_.size()));
@@ -76,8 +85,10 @@ public:
 
 private:
     bool readExistingText(std::size_t count);
-    void takeExistingText(const PageInfo& page);
+    void readSingly(std::size_t count);
+    void takePage(const PageInfo& page);
     void recognize();
+    void recognizeOrGiveUp(std::size_t page);
     void recognizePage(std::size_t page);
     void report(std::size_t page, const DocumentError& error) const;
 
@@ -88,7 +99,10 @@ private:
     std::vector<OCRPageResult> results_;
     /** The pages without text. */
     std::vector<std::size_t> unread_;
+    /** Why pages could not be read, if so. */
+    std::optional<DocumentError> unreadable_;
     std::size_t textKept_ = 0;
+    std::atomic<std::size_t> textRecognized_ = 0;
     std::vector<std::string> languages_;
 };
 
@@ -105,21 +119,41 @@ std::vector<OCRPageResult> OCR::recognizePages(const std::shared_ptr<OpenDocumen
 
 bool OCR::Run::readExistingText(std::size_t count)
 {
-    results_.reserve(count);
-    const auto read =
-        gather<PageInfo>((count + pagesRead - 1) / pagesRead, 2 * parallelism_,
-                         [&](std::size_t request) {
-                             const std::size_t first = request * pagesRead;
-                             return document_->readPages(first, std::min(pagesRead, count - first));
-                         },
-                         [&](const PageInfo& page) { takeExistingText(page); });
-    if (read) return true;
-    if (!read.error().stopped())
-        owner_.log_.error("OCR: the pages could not be read: " + read.error().description());
-    return false;
+    struct Batch {
+        std::size_t first = 0;
+        std::size_t count = 0;
+        std::future<DocumentAnswer<std::vector<PageInfo>>> pages;
+    };
+    std::deque<Batch> open;
+    std::size_t asked = 0;
+    while (results_.size() < count) {
+        for (; asked < count && open.size() < 2 * parallelism_; asked += open.back().count) {
+            const std::size_t some = std::min(pagesRead, count - asked);
+            open.push_back({asked, some, document_->readPages(asked, some)});
+        }
+        const auto pages = open.front().pages.get();
+        if (pages) {
+            std::ranges::for_each(*pages, [this](const PageInfo& page) { takePage(page); });
+        } else {
+            if (!pages.error().stopped()) unreadable_ = pages.error();
+            if (pages.error().kind == DocumentError::Kind::notReadable) return false;
+            readSingly(open.front().count);
+        }
+        open.pop_front();
+    }
+    return true;
 }
 
-void OCR::Run::takeExistingText(const PageInfo& page)
+/** One page that cannot be read is not to cost those that were asked for with it. */
+void OCR::Run::readSingly(std::size_t count)
+{
+    for (; count > 0; --count) {
+        const auto page = document_->readPages(results_.size(), 1).get();
+        takePage(page ? page->front() : PageInfo{.exists = false});
+    }
+}
+
+void OCR::Run::takePage(const PageInfo& page)
 {
     const std::size_t index = results_.size();
     OCRPageResult& result = results_.emplace_back();
@@ -139,14 +173,31 @@ void OCR::Run::takeExistingText(const PageInfo& page)
 void OCR::Run::recognize()
 {
     languages_ = owner_.documents_.languages();
-    // These threads only wait. One more than there are workers keeps all of them busy.
     std::atomic<std::size_t> next = 0;
-    std::vector<std::jthread> readers;
-    for (std::size_t count = std::min(unread_.size(), parallelism_ + 1); count > 0; --count)
-        readers.emplace_back([&] {
-            for (std::size_t index = next++; index < unread_.size(); index = next++)
-                recognizePage(unread_[index]);
-        });
+    const auto work = [&] {
+        for (std::size_t index = next++; index < unread_.size(); index = next++)
+            recognizeOrGiveUp(unread_[index]);
+    };
+    // These threads only wait. One more than there are workers keeps all of them busy.
+    std::vector<std::jthread> others;
+    try {
+        for (std::size_t count = std::min(unread_.size() - 1, parallelism_); count > 0; --count)
+            others.emplace_back(work);
+    } catch (const std::system_error&) {
+        // With fewer threads it takes longer.
+    }
+    work();
+}
+
+/** What goes wrong here, memory that is short for example, costs the page. */
+void OCR::Run::recognizeOrGiveUp(std::size_t page)
+{
+    try {
+        recognizePage(page);
+    } catch (const std::exception& error) {
+        results_[page].spans.clear();
+        owner_.log_.error(fmt::format("OCR: page {} was given up: {}", page + 1, error.what()));
+    }
 }
 
 void OCR::Run::recognizePage(std::size_t page)
@@ -167,6 +218,12 @@ void OCR::Run::recognizePage(std::size_t page)
     if (!read) {
         if (!read.error().stopped())
             owner_.log_.error("OCR: Vision perform failed: " + read.error().description());
+        return;
+    }
+    std::size_t size = 0;
+    for (const RecognizedLine& line : read->texts) size += line.text.size();
+    if ((textRecognized_ += size) > mostRecognizedText) {
+        owner_.log_.error(fmt::format("OCR: page {} has more text than can be kept", page + 1));
         return;
     }
     result.readingTurns = read->readingTurns;

@@ -119,7 +119,7 @@ DocumentAnswer<PageRecognition::Sample> PageRecognition::chooseLanguage()
     std::vector<std::string> usual = languagesOfScript(
         scriptOfLanguage(users_.empty() ? "eng" : users_.front()), languages_, users_);
     if (usual.empty()) usual.assign(languages_.begin(), languages_.end());
-    auto own = readSample(usual.front());
+    auto own = readFirstPossible(usual);
     if (!own || readsWell(own->score)) return own;
     if (!readsPoorly(own->score)) return tryOthers(std::move(*own), usual);
 
@@ -129,9 +129,22 @@ DocumentAnswer<PageRecognition::Sample> PageRecognition::chooseLanguage()
         std::vector<std::string> written = languagesOfScript(*script, languages_, users_);
         if (!written.empty()) usual = std::move(written);
     }
-    own = readSample(usual.front());
+    own = readFirstPossible(usual);
     if (!own || readsWell(own->score)) return own;
     return tryOthers(std::move(*own), usual);
+}
+
+/** A language whose data is damaged is passed over. */
+DocumentAnswer<PageRecognition::Sample>
+PageRecognition::readFirstPossible(std::vector<std::string>& languages)
+{
+    auto sample = readSample(languages.front());
+    while (!sample && sample.error().kind == DocumentError::Kind::recognition &&
+           languages.size() > 1) {
+        languages.erase(languages.begin());
+        sample = readSample(languages.front());
+    }
+    return sample;
 }
 
 DocumentAnswer<PageRecognition::Sample>

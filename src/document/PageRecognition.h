@@ -40,6 +40,7 @@ private:
                                                           std::size_t atOnce,
                                                           const std::string& language);
     DocumentAnswer<Sample> readSample(const std::string& language);
+    DocumentAnswer<Sample> readFirstPossible(std::vector<std::string>& languages);
     DocumentAnswer<Sample> chooseLanguage();
     DocumentAnswer<Sample> tryOthers(Sample best, std::span<const std::string> languages);
     DocumentAnswer<std::string> setUpright();

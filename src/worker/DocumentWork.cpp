@@ -2,6 +2,8 @@
 
 #include "platform/files/DescriptorOutput.h"
 #include "platform/qpdf/SearchablePDFWriter.h"
+#include "platform/text/CodePoints.h"
+#include "platform/text/Text.h"
 #include "worker/PixelFile.h"
 
 #include <algorithm>
@@ -17,6 +19,13 @@ using wire::DocumentOperation;
 
 /** Text past this is no page's. */
 constexpr std::size_t mostPageText = std::size_t{512} << 10;
+
+/** The text of a page may be anything that its fonts say. */
+std::string wellFormed(std::string_view text)
+{
+    return text::isWellFormedUTF8(text) ? std::string(text)
+                                        : text::encodeUTF8(text::codePoints(text));
+}
 
 wire::Status statusOf(PDFReader::Failure failure)
 {
@@ -113,7 +122,7 @@ bool DocumentWork::readPages(WireReader& request, WireWriter& answer)
     for (std::uint64_t page = first; page < first + count; ++page) {
         PageInfo info =
             page < document_->pageCount() ? document_->readPage(page) : PageInfo{.exists = false};
-        if (info.text.size() > mostPageText) info.text.resize(mostPageText);
+        info.text = wellFormed(text::prefixOfSequences(info.text, mostPageText));
         wire::write(answer, info);
     }
     return true;
@@ -187,7 +196,7 @@ bool DocumentWork::turn(WireReader& request, WireWriter& answer)
     if (!request.finished()) return false;
     if (status.code != Status::Code::done) return answerStatus(answer, status);
     pictureNumber_ = 0;
-    recognizer_.turn(quarterTurns);
+    if (!recognizer_.turn(quarterTurns)) return answerFailure(answer, "no memory for the picture");
     return answerPicture(id, file, answer);
 }
 
@@ -198,11 +207,14 @@ bool DocumentWork::recognize(WireReader& request, WireWriter& answer)
     const std::string language = request.string();
     if (!request.finished()) return false;
     if (status.code != Status::Code::done) return answerStatus(answer, status);
-    const auto lines = recognizer_.recognize(boxes, language);
+    auto lines = recognizer_.recognize(boxes, language);
     if (!lines) return answerFailure(answer, lines.error());
     wire::write(answer, Status());
     answer.count(lines->size());
-    for (const RecognizedLine& line : *lines) wire::write(answer, line);
+    for (RecognizedLine& line : *lines) {
+        line.text = wellFormed(line.text);
+        wire::write(answer, line);
+    }
     return true;
 }
 

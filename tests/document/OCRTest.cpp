@@ -42,9 +42,10 @@ std::string families(int count)
 TEST_F(OCRTest, TakesTheTextOfPagesThatHaveAtLeast24CharactersOfIt)
 {
     const std::string blanks = "\n \t\u2028\u3000";
-    documents.pages = {{.text = blanks + families(24) + blanks, .lines = {"unread"}},
-                       {.text = blanks + families(23) + blanks, .lines = {"one"}},
-                       {.text = std::string(30, ' ') + "ten lette" + blanks + "r", .lines = {"two"}}};
+    documents.pages = {
+        {.text = blanks + families(24) + blanks, .lines = {"unread"}},
+        {.text = blanks + families(23) + blanks, .lines = {"one"}},
+        {.text = std::string(30, ' ') + "ten lette" + blanks + "r", .lines = {"two"}}};
     const auto results = recognize();
     ASSERT_EQ(results.size(), 3U);
     EXPECT_EQ(results[0].plainText, families(24));
@@ -76,12 +77,13 @@ TEST_F(OCRTest, LaysSpansWhereTheLinesAreAndJoinsTheirTexts)
 
 TEST_F(OCRTest, KeepsThePlaceOfAPageThatFailsAndSaysWhy)
 {
-    documents.pages = {{.lines = {"first"}},
-                       {.renderError = DocumentError{Kind::noPage}},
-                       {.renderError = brokenDown(WorkerFailure::Kind::timedOut)},
-                       {.lines = {"?"}, .recognitionError = DocumentError{Kind::recognition, "why"}},
-                       {.lines = {"?"}, .recognitionError = brokenDown(WorkerFailure::Kind::crashed)},
-                       {.lines = {"last"}}};
+    documents.pages = {
+        {.lines = {"first"}},
+        {.renderError = DocumentError{Kind::noPage}},
+        {.renderError = brokenDown(WorkerFailure::Kind::timedOut)},
+        {.lines = {"?"}, .recognitionError = DocumentError{Kind::recognition, "why"}},
+        {.lines = {"?"}, .recognitionError = brokenDown(WorkerFailure::Kind::crashed)},
+        {.lines = {"last"}}};
     const auto results = recognize();
     ASSERT_EQ(results.size(), 6U);
     const std::string texts[] = {"first", "", "", "", "", "last"};
@@ -103,7 +105,7 @@ TEST_F(OCRTest, GivesNothingForPagesThatCannotBeRead)
     documents.pages.resize(100);
     documents.readError = DocumentError{Kind::notReadable};
     EXPECT_THAT(recognize(), IsEmpty());
-    EXPECT_THAT(log.errors(), ElementsAre("OCR: the pages could not be read: the document is "
+    EXPECT_THAT(log.errors(), ElementsAre("OCR: pages could not be read: the document is "
                                           "damaged or not a PDF"));
     documents.readError.reset();
     log.clear();
@@ -118,10 +120,10 @@ TEST_F(OCRTest, KeepsABoundedAmountOfText)
     documents.pages.assign(40, {.text = std::string(1 << 20, 'x')});
     std::size_t kept = 0;
     for (const OCRPageResult& result : recognize()) {
-        EXPECT_GE(result.plainText.size(), 24U);
         kept += result.plainText.size();
     }
-    EXPECT_LT(kept, std::size_t{17} << 20);
+    EXPECT_EQ(kept, std::size_t{8} << 20);
+    EXPECT_EQ(documents.layOuts, 0);
 }
 
 TEST_F(OCRTest, IsSilentWhenTheAgentEnds)
@@ -130,7 +132,7 @@ TEST_F(OCRTest, IsSilentWhenTheAgentEnds)
     documents.pages = {{.renderError = ending}, {.lines = {"?"}, .recognitionError = ending}};
     EXPECT_EQ(recognize().size(), 2U);
     documents.readError = ending;
-    EXPECT_THAT(recognize(), IsEmpty());
+    EXPECT_EQ(recognize().size(), 2U);
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
@@ -145,12 +147,19 @@ TEST_F(OCRTest, ReadsAPageInTheLanguageAndPositionThatFits)
     };
     const Case cases[] = {
         {"the user's own, read once", {.lines = lines}, "eng", {{"eng", 10}}},
-        {"German", {.lines = lines, .language = "deu"}, "eng", {{"deu", 10}, {"eng", 4}, {"fra", 4}}},
+        {"German",
+         {.lines = lines, .language = "deu"},
+         "eng",
+         {{"deu", 10}, {"eng", 4}, {"fra", 4}}},
         {"English", {.lines = lines}, "fra", {{"deu", 4}, {"eng", 10}, {"fra", 4}}},
         {"upside down", {.lines = lines, .turns = 2}, "eng", {{"eng", 14}}},
-        {"sideways", {.lines = lines, .language = "fra", .turns = 1}, "eng",
+        {"sideways",
+         {.lines = lines, .language = "fra", .turns = 1},
+         "eng",
          {{"deu", 4}, {"eng", 8}, {"fra", 10}}},
-        {"another script", {.lines = lines, .language = "rus", .script = "Cyrillic"}, "eng",
+        {"another script",
+         {.lines = lines, .language = "rus", .script = "Cyrillic"},
+         "eng",
          {{"eng", 4}, {"rus", 10}}},
     };
     for (const Case& each : cases) {
@@ -172,6 +181,8 @@ TEST_F(OCRTest, PassesOverALanguageWhoseDataIsDamaged)
     documents.damaged = {"fra"};
     EXPECT_EQ(recognize().at(0).plainText, "Wort");
     documents.damaged = {"eng"};
+    EXPECT_EQ(recognize().at(0).plainText, "Wort");
+    documents.damaged = {"deu", "eng", "fra", "rus"};
     EXPECT_EQ(recognize().at(0).plainText, "");
     EXPECT_THAT(log.errors(), ElementsAre("OCR: Vision perform failed: no engine"));
 }

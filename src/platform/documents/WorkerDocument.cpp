@@ -184,11 +184,9 @@ std::future<DocumentAnswer<std::vector<PageInfo>>> WorkerDocument::readPages(std
         request->u64(first);
         request->u64(count);
     }
-    return ask<std::vector<PageInfo>>(wire::DocumentOperation::readPages, std::move(request),
-                                      [count](WireReader& in) {
-                                          return readExactly<PageInfo>(in, count,
-                                                                       wire::readPageInfo);
-                                      });
+    return ask<std::vector<PageInfo>>(
+        wire::DocumentOperation::readPages, std::move(request),
+        [count](WireReader& in) { return readExactly<PageInfo>(in, count, wire::readPageInfo); });
 }
 
 std::future<DocumentAnswer<LaidOutPage>>
@@ -240,11 +238,11 @@ WorkerDocument::recognize(const PagePicture& picture, std::vector<PixelBox> line
         wire::write(*request, lines);
         request->string(language);
     }
-    return ask<std::vector<RecognizedLine>>(
-        wire::DocumentOperation::recognize, std::move(request),
-        [count = lines.size()](WireReader& in) {
-            return readExactly<RecognizedLine>(in, count, wire::readLine);
-        });
+    return ask<std::vector<RecognizedLine>>(wire::DocumentOperation::recognize, std::move(request),
+                                            [count = lines.size()](WireReader& in) {
+                                                return readExactly<RecognizedLine>(in, count,
+                                                                                   wire::readLine);
+                                            });
 }
 
 std::future<DocumentAnswer<PageOrientation>> WorkerDocument::orientation(const PagePicture& picture)

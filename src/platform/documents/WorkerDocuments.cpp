@@ -27,7 +27,10 @@ std::vector<std::string> readLanguages(WorkerAnswer answer)
     if (!answer) return {};
     WireReader reader(std::move(*answer));
     wire::readStatus(reader);
-    std::vector<std::string> names(reader.count());
+    // Tesseract has data for a hundred; each has a length of eight bytes on the wire at least.
+    const std::size_t count = reader.count(sizeof(std::uint64_t));
+    if (count > 1000) return {};
+    std::vector<std::string> names(count);
     for (std::string& name : names) name = reader.string();
     return reader.finished() ? names : std::vector<std::string>();
 }

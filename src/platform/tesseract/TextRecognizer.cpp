@@ -19,7 +19,8 @@ constexpr int linePadding = 4;
 /** Noise can look like lines without end. */
 constexpr std::size_t mostLines = 4000;
 
-constexpr std::size_t mostEngines = 3;
+/** The one that finds lines, that of the user's language, and two more. */
+constexpr std::size_t mostEngines = 4;
 
 struct FreePix {
     void operator()(Pix* pix) const { pixDestroy(&pix); }
@@ -157,6 +158,7 @@ std::vector<std::string> TextRecognizer::languages()
 
 void TextRecognizer::prepare(const std::string& language)
 {
+    preparedLanguage_ = language;
     engine("");
     engine(language);
 }
@@ -181,12 +183,14 @@ bool TextRecognizer::load(const Picture& picture,
     return true;
 }
 
-void TextRecognizer::turn(int quarterTurns)
+bool TextRecognizer::turn(int quarterTurns)
 {
-    if (!pixels_ || quarterTurns % 4 == 0) return;
+    if (!pixels_ || quarterTurns % 4 == 0) return pixels_ != nullptr;
     OwnedPix turned(pixRotateOrth(pixels_->get(), quarterTurns % 4));
     for (const auto& engine : engines_) engine->forget();
-    if (turned) pixels_ = std::make_unique<Pixels>(std::move(turned));
+    if (!turned) return false;
+    pixels_ = std::make_unique<Pixels>(std::move(turned));
+    return true;
 }
 
 TextRecognizer::Picture TextRecognizer::picture() const
@@ -215,9 +219,18 @@ TextRecognizer::Engine* TextRecognizer::engine(const std::string& language)
     }
     auto made = std::make_unique<Engine>(language);
     if (!made->isReady()) return nullptr;
-    if (engines_.size() > mostEngines) engines_.erase(engines_.begin());
+    if (engines_.size() >= mostEngines) forgetEngine();
     engines_.push_back(std::move(made));
     return engines_.back().get();
+}
+
+/** Lets the engine go that was not used for longest, but not those that every page needs. */
+void TextRecognizer::forgetEngine()
+{
+    const auto oldest = std::find_if(engines_.begin(), engines_.end(), [&](const auto& engine) {
+        return !engine->language().empty() && engine->language() != preparedLanguage_;
+    });
+    if (oldest != engines_.end()) engines_.erase(oldest);
 }
 
 TextRecognizer::Answer<std::vector<PixelBox>> TextRecognizer::findLines()

@@ -46,8 +46,8 @@ public:
     bool load(const Picture& picture,
               const std::function<bool(int row, std::span<std::uint8_t>)>& fill);
 
-    /** Turns the picture clockwise. */
-    void turn(int quarterTurns);
+    /** Turns the picture clockwise; false when there is no memory for it, or no picture. */
+    bool turn(int quarterTurns);
 
     Picture picture() const;
 
@@ -67,10 +67,13 @@ private:
     class Engine;
 
     Engine* engine(const std::string& language);
+    void forgetEngine();
 
     class Pixels;
     std::unique_ptr<Pixels> pixels_;
     double resolution_ = 0;
+    /** The language whose engine is kept whatever others are used. */
+    std::string preparedLanguage_;
     /** The engine used last comes last. */
     std::vector<std::unique_ptr<Engine>> engines_;
 };
