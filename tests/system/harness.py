@@ -217,7 +217,7 @@ def urf_document(width, height, dpi, rows):
 
 def pdf_of(objects, trailer=""):
     """A PDF of these objects, numbered from 1 on; the first is the catalog."""
-    pdf = b"%PDF-1.5\n"
+    pdf = bytearray(b"%PDF-1.5\n")
     offsets = []
     for number, body in enumerate(objects, 1):
         offsets.append(len(pdf))
@@ -227,7 +227,7 @@ def pdf_of(objects, trailer=""):
     size = len(objects) + 1
     pdf += b"xref\n0 %d\n0000000000 65535 f \n" % size
     pdf += b"".join(b"%010d 00000 n \n" % offset for offset in offsets)
-    return pdf + (f"trailer\n<</Size {size}/Root 1 0 R{trailer}>>\n"
+    return bytes(pdf) + (f"trailer\n<</Size {size}/Root 1 0 R{trailer}>>\n"
                   f"startxref\n{start}\n%%EOF\n").encode()
 
 
