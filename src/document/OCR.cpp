@@ -65,8 +65,9 @@ public:
     std::vector<OCRPageResult> results()
     {
         const std::size_t count = document_->pageCount();
+        if (count == 0) owner_.log_.note("OCR: the document has no pages");
         if (count > mostPages)
-            owner_.log_.error(fmt::format("OCR: {} pages are too many to read", count));
+            owner_.log_.note(fmt::format("OCR: {} pages are too many to read", count));
         if (count == 0 || count > mostPages || !readExistingText(count)) return {};
         std::vector<std::size_t> unread;
         for (std::size_t page = 0; page < count; ++page)
