@@ -130,7 +130,8 @@ bool OCR::Run::readExistingText(std::size_t count)
     }
     pages_ = std::move(*pages);
     results_.resize(count);
-    for (std::size_t page = 0; page < count; ++page) results_[page].pageRect = pages_[page].mediaBox;
+    for (std::size_t page = 0; page < count; ++page)
+        results_[page].pageRect = pages_[page].mediaBox;
     return true;
 }
 

@@ -42,9 +42,10 @@ std::string families(int count)
 TEST_F(OCRTest, TakesTheTextOfPagesThatHaveAtLeast24CharactersOfIt)
 {
     const std::string blanks = "\n \t\u2028\u3000";
-    documents.pages = {{.text = blanks + families(24) + blanks, .lines = {"unread"}},
-                       {.text = blanks + families(23) + blanks, .lines = {"one"}},
-                       {.text = std::string(30, ' ') + "ten lette" + blanks + "r", .lines = {"two"}}};
+    documents.pages = {
+        {.text = blanks + families(24) + blanks, .lines = {"unread"}},
+        {.text = blanks + families(23) + blanks, .lines = {"one"}},
+        {.text = std::string(30, ' ') + "ten lette" + blanks + "r", .lines = {"two"}}};
     const auto results = recognize();
     ASSERT_EQ(results.size(), 3U);
     EXPECT_EQ(results[0].plainText, families(24));
@@ -76,12 +77,13 @@ TEST_F(OCRTest, LaysSpansWhereTheLinesAreAndJoinsTheirTexts)
 
 TEST_F(OCRTest, KeepsThePlaceOfAPageThatFailsAndSaysWhy)
 {
-    documents.pages = {{.lines = {"first"}},
-                       {.renderError = DocumentError{Kind::noPage}},
-                       {.renderError = brokenDown(WorkerFailure::Kind::timedOut)},
-                       {.lines = {"?"}, .recognitionError = DocumentError{Kind::recognition, "why"}},
-                       {.lines = {"?"}, .recognitionError = brokenDown(WorkerFailure::Kind::crashed)},
-                       {.lines = {"last"}}};
+    documents.pages = {
+        {.lines = {"first"}},
+        {.renderError = DocumentError{Kind::noPage}},
+        {.renderError = brokenDown(WorkerFailure::Kind::timedOut)},
+        {.lines = {"?"}, .recognitionError = DocumentError{Kind::recognition, "why"}},
+        {.lines = {"?"}, .recognitionError = brokenDown(WorkerFailure::Kind::crashed)},
+        {.lines = {"last"}}};
     const auto results = recognize();
     ASSERT_EQ(results.size(), 6U);
     const std::string texts[] = {"first", "", "", "", "", "last"};
@@ -149,12 +151,19 @@ TEST_F(OCRTest, ReadsAPageInTheLanguageAndPositionThatFits)
     };
     const Case cases[] = {
         {"the user's own, read once", {.lines = lines}, "eng", {{"eng", 10}}},
-        {"German", {.lines = lines, .language = "deu"}, "eng", {{"deu", 10}, {"eng", 4}, {"fra", 4}}},
+        {"German",
+         {.lines = lines, .language = "deu"},
+         "eng",
+         {{"deu", 10}, {"eng", 4}, {"fra", 4}}},
         {"English", {.lines = lines}, "fra", {{"deu", 4}, {"eng", 10}, {"fra", 4}}},
         {"upside down", {.lines = lines, .turns = 2}, "eng", {{"eng", 14}}},
-        {"sideways", {.lines = lines, .language = "fra", .turns = 1}, "eng",
+        {"sideways",
+         {.lines = lines, .language = "fra", .turns = 1},
+         "eng",
          {{"deu", 4}, {"eng", 8}, {"fra", 10}}},
-        {"another script", {.lines = lines, .language = "rus", .script = "Cyrillic"}, "eng",
+        {"another script",
+         {.lines = lines, .language = "rus", .script = "Cyrillic"},
+         "eng",
          {{"eng", 4}, {"rus", 10}}},
     };
     for (const Case& each : cases) {
