@@ -17,12 +17,8 @@ FOREIGN = {
     "libseccomp": r"seccomp\.h$",
     "nlohmann-json": r"nlohmann/",
     "sdbus-c++": r"sdbus-c\+\+/",
-<<<<<<< HEAD
     "poppler": r"poppler-",
     "qpdf": r"qpdf/",
-=======
-    "seccomp": r"seccomp\.h$",
->>>>>>> process
     "systemd": r"systemd/",
     "tesseract": r"tesseract/",
     "utf8proc": r"utf8proc\.h$",

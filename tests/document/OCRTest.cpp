@@ -112,6 +112,10 @@ TEST_F(OCRTest, GivesNothingForPagesThatCannotBeRead)
     documents.pages.resize(5001);
     EXPECT_EQ(recognize().size(), 5001U);
     EXPECT_THAT(log.lines(), ElementsAre("OCR: 5001 pages are too many to recognise"));
+    documents.pages.clear();
+    log.clear();
+    EXPECT_THAT(recognize(), IsEmpty());
+    EXPECT_THAT(log.lines(), ElementsAre("OCR: the document has no pages"));
     EXPECT_EQ(documents.layOuts, 0);
 }
 

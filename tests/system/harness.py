@@ -64,6 +64,12 @@ def wait_until(condition, seconds=10):
     return None
 
 
+def memory_kib(process, measure):
+    """VmRSS, VmHWM or the like of a process."""
+    status = pathlib.Path(f"/proc/{process}/status").read_text(encoding="ascii")
+    return int(status.split(measure + ":")[1].split()[0])
+
+
 class Agent:
     """One running agent with a home and a save folder of its own."""
 
@@ -138,8 +144,19 @@ class Agent:
         return self.files()
 
     def resident_kib(self):
-        status = pathlib.Path(f"/proc/{self.process.pid}/status").read_text(encoding="ascii")
-        return int(status.split("VmRSS:")[1].split()[0])
+        return memory_kib(self.process.pid, "VmRSS")
+
+    def workers(self):
+        """The process ids of the agent's workers."""
+        found = []
+        for process in pathlib.Path("/proc").glob("[0-9]*/stat"):
+            try:
+                state, parent = process.read_text().rsplit(")")[1].split()[:2]
+            except OSError:
+                continue
+            if int(parent) == self.process.pid and state != "Z":
+                found.append(int(process.parent.name))
+        return found
 
     def cpu_ticks(self):
         stat = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text(encoding="ascii")
@@ -217,7 +234,7 @@ def urf_document(width, height, dpi, rows):
 
 def pdf_of(objects, trailer=""):
     """A PDF of these objects, numbered from 1 on; the first is the catalog."""
-    pdf = b"%PDF-1.5\n"
+    pdf = bytearray(b"%PDF-1.5\n")
     offsets = []
     for number, body in enumerate(objects, 1):
         offsets.append(len(pdf))
@@ -227,7 +244,7 @@ def pdf_of(objects, trailer=""):
     size = len(objects) + 1
     pdf += b"xref\n0 %d\n0000000000 65535 f \n" % size
     pdf += b"".join(b"%010d 00000 n \n" % offset for offset in offsets)
-    return pdf + (f"trailer\n<</Size {size}/Root 1 0 R{trailer}>>\n"
+    return bytes(pdf) + (f"trailer\n<</Size {size}/Root 1 0 R{trailer}>>\n"
                   f"startxref\n{start}\n%%EOF\n").encode()
 
 

@@ -46,9 +46,10 @@ class Scan:
     """A page of text, skewed, blurred and noisy, and turned clockwise by quarters. `lines` are its
     texts with the boxes of their ink, in points from the upper left corner of what is shown."""
 
-    def __init__(self, text=TEXTS["eng"], width=400, height=260, size=12, seed=1, turns=0):
+    def __init__(self, text=TEXTS["eng"], width=400, height=260, size=12, seed=1, turns=0,
+                 resolution=RESOLUTION):
         chance = random.Random(seed)
-        scale = RESOLUTION / 72
+        scale = resolution / 72
         shape = (round(width * scale), round(height * scale))
         image = Image.new("L", shape, 255)
         draw = ImageDraw.Draw(image)
@@ -73,6 +74,7 @@ class Scan:
             self.lines = [(line, (height_now - b[3], b[0], height_now - b[1], b[2]))
                           for line, b in self.lines]
         self.image = image
+        self.resolution = resolution
         self.lines = [(line, tuple(edge / scale for edge in box)) for line, box in self.lines]
 
     @property
@@ -100,7 +102,7 @@ def scanned_pdf(pages, catalog="", extra=()):
         image = scan.image
         for _ in range(rotate // 90):
             image = image.transpose(Image.ROTATE_90)
-        width, height = (side * 72 / RESOLUTION for side in image.size)
+        width, height = (side * 72 / scan.resolution for side in image.size)
         left, below = options.get("origin", (0, 0))
         entries = f"/Rotate {rotate}/MediaBox[{left} {below} {left + width} {below + height}]"
         if "crop" in options:

@@ -2,7 +2,6 @@
 Documents made to do harm cost themselves a while and nobody else anything."""
 
 import os
-import pathlib
 import pwd
 import re
 import signal
@@ -27,7 +26,7 @@ class Printing(unittest.TestCase):
     """Tests that print on one agent."""
 
     def setUp(self):
-        self.agent = self.enterContext(Agent()) if hasattr(self, "enterContext") else Agent()
+        self.agent = Agent()
         self.addCleanup(self.agent.__exit__)
         self.agent.wait_ready()
 
@@ -41,6 +40,9 @@ class Printing(unittest.TestCase):
         (found,) = [f for f in self.agent.files() if f.name.startswith(name + " ")]
         return found
 
+    def has_logged(self, text):
+        return any(text in line for line in list(self.agent.lines))
+
     def print_and_save(self, document, name="Job", seconds=30):
         self.print_job(document, name)
         return self.saved(name, seconds)
@@ -52,23 +54,11 @@ class Printing(unittest.TestCase):
         received.write_bytes(source)
         self.assertEqual(pictures(received), pictures(document))
 
-    def workers(self):
-        """The process ids of this agent's workers."""
-        found = []
-        for process in pathlib.Path("/proc").glob("[0-9]*/stat"):
-            try:
-                fields = process.read_text().rsplit(")")[1].split()
-            except OSError:
-                continue
-            if int(fields[1]) == self.agent.process.pid and fields[0] != "Z":
-                found.append(int(process.parent.name))
-        return found
-
     def wait_until_recognising(self):
         """A while into the work of the workers, which it gives."""
-        self.assertTrue(wait_until(self.workers))
+        self.assertTrue(wait_until(self.agent.workers))
         time.sleep(0.7)
-        return self.workers()
+        return self.agent.workers()
 
 
 @needs("pdftotext", "pdftoppm", "qpdf", "pdfinfo")
@@ -160,7 +150,7 @@ class Jobs(Printing):
         self.print_job(scanned_pdf(scans), "Long")
         self.print_job(scanned_pdf(scans[:1]), "Short")
         short = self.saved("Short")
-        self.assertFalse(self.agent.logged("/Long ", 0))
+        self.assertFalse(self.has_logged("/Long "))
         for document, count in ((short, 1), (self.saved("Long"), 6)):
             for scan, lines in zip(scans[:count], found_lines(document)):
                 self.assertGreater(recall(scan.words, [w for line, _ in lines for w in line]), 0.97)
@@ -218,25 +208,26 @@ def hostile_documents():
     image = "/Type/XObject/Subtype/Image/Width 60000/Height 60000/ColorSpace/DeviceGray" \
             "/BitsPerComponent 8/Filter/FlateDecode"
     return {
-        "Damaged": (bytes(damaged), None),
-        "Cut": (scan[:len(scan) // 2], None),
+        "Damaged": (bytes(damaged), ""),
+        "Cut": (scan[:len(scan) // 2], "the document is damaged or not a PDF"),
         "Nothing": (b"%PDF-1.7\n", "the document is damaged or not a PDF"),
         "Endless": (page_of(pdf_stream(b"/Pattern cs /P scn 0 0 612 792 re f"),
                             extra=[pdf_stream(b"0 0 1 1 re f", dense[2:])],
-                            resources="/Pattern<</P 5 0 R>>"), None),
+                            resources="/Pattern<</P 5 0 R>>"),
+                    "OCR: page 1 could not be rendered: the worker took too long"),
         "Enormous": (page_of(pdf_stream(b"14400 0 0 14400 0 0 cm 0 0 1 1 re S"),
-                             "/MediaBox[0 0 14400 14400]"), None),
+                             "/MediaBox[0 0 14400 14400]"), ""),
         "Hundred thousand": (many_pages(100_000), "pages are too many to recognise"),
         "Loop": (scan.replace(b"/Root 1 0 R", b"/Prev %d /Root 1 0 R" %
-                              int(scan.split(b"startxref\n")[1].split()[0])), None),
+                              int(scan.split(b"startxref\n")[1].split()[0])), ""),
         "Kids": (pdf_of(["<</Type/Catalog/Pages 2 0 R>>",
-                         "<</Type/Pages/Kids[2 0 R 2 0 R]/Count 2>>"]), None),
-        "Count": (scan.replace(b"/Count 1", b"/Count 2147483647"), None),
+                         "<</Type/Pages/Kids[2 0 R 2 0 R]/Count 2>>"]), ""),
+        "Count": (scan.replace(b"/Count 1", b"/Count 2147483647"), "the document has no pages"),
         "Flate bomb": (page_of(pdf_stream(bomb(b"q Q " * 250_000, 2000), "/Filter/FlateDecode")),
-                       None),
+                       "OCR: the pages could not be read: the worker took too long"),
         "Image bomb": (page_of(pdf_stream(b"612 0 0 792 0 0 cm /I Do"),
                                extra=[pdf_stream(bomb(bytes(1 << 20), 3434), image)],
-                               resources="/XObject<</I 5 0 R>>"), None),
+                               resources="/XObject<</I 5 0 R>>"), "OCR: page 1 could not be rendered"),
     }
 
 
@@ -255,11 +246,10 @@ class Harm(Printing):
                                                  for w in line]), 0.97)
         for name, (document, line) in documents.items():
             with self.subTest(name):
-                saved = self.saved(name, max(1, started + 60 - time.monotonic()))
+                saved = self.saved(name, max(1, started + 100 - time.monotonic()))
                 if saved.read_bytes() != document:
                     subprocess.run(["qpdf", "--check", str(saved)], check=True, capture_output=True)
-                if line:
-                    self.assertTrue(self.agent.logged(line, 0), "\n".join(self.agent.lines))
+                self.assertTrue(self.has_logged(line), "\n".join(self.agent.lines))
         self.assertLess(self.agent.resident_kib() - before, 60 * 1024)
 
 
