@@ -5,6 +5,7 @@
 #include "platform/system/UUID.h"
 
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <string>
 
 namespace korvane {
@@ -82,18 +84,27 @@ void synchroniseFolder(int folder)
     if (readable) ::fsync(readable.get());
 }
 
-Result<void, SystemError> rename(int folder, const std::string& from, const std::string& to)
+enum class Present { replaced, kept };
+
+/** Gives the file its name. Where a file system cannot rename without replacing, a second name for
+ * the file does the same. */
+Result<void, SystemError> place(int folder, const std::string& from, const std::string& to,
+                                Present present)
 {
-    if (::renameat(folder, from.c_str(), folder, to.c_str()) != 0) {
+    const unsigned flags = present == Present::kept ? RENAME_NOREPLACE : 0;
+    if (::renameat2(folder, from.c_str(), folder, to.c_str(), flags) == 0) return {};
+    if (errno != EINVAL || present == Present::replaced) return failure(SystemError::last());
+    if (::linkat(folder, from.c_str(), folder, to.c_str(), 0) != 0) {
         return failure(SystemError::last());
     }
+    ::unlinkat(folder, from.c_str(), 0);
     return {};
 }
 
-} // namespace
+using Filling = std::function<Result<void, SystemError>(int file)>;
 
-Result<void, SystemError> writeFileAtomically(const std::filesystem::path& target,
-                                              std::span<const std::uint8_t> bytes)
+Result<void, SystemError> makeFile(const std::filesystem::path& target, Present present,
+                                   const Filling& fill)
 {
     if (!canNameFile(target)) return failure(SystemError{EINVAL});
     const FileDescriptor folder = openFolder(target);
@@ -103,15 +114,56 @@ Result<void, SystemError> writeFileAtomically(const std::filesystem::path& targe
         ::openat(folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!file) return failure(SystemError::last());
 
-    Result<void, SystemError> result = writeAll(file.get(), bytes);
+    Result<void, SystemError> result = fill(file.get());
     if (result) result = synchronise(file.get());
-    if (result) result = rename(folder.get(), name, target.filename());
+    if (result) result = place(folder.get(), name, target.filename(), present);
     if (result) {
         synchroniseFolder(folder.get());
     } else {
         ::unlinkat(folder.get(), name.c_str(), 0);
     }
     return result;
+}
+
+/** One step of copying: how many bytes it took, 0 at the end. */
+ssize_t copyStep(int source, int file)
+{
+    constexpr std::size_t copySize = std::size_t{64} << 20;
+    const ssize_t copied = ::copy_file_range(source, nullptr, file, nullptr, copySize, 0);
+    // Not every two file systems can do it between them.
+    return copied >= 0 || errno == EINTR ? copied : ::sendfile(file, source, nullptr, copySize);
+}
+
+Result<void, SystemError> copyAll(int source, int file)
+{
+    for (;;) {
+        const ssize_t copied = copyStep(source, file);
+        if (copied == 0) return {};
+        if (copied < 0 && errno != EINTR) return failure(SystemError::last());
+    }
+}
+
+} // namespace
+
+Result<void, SystemError> writeFileAtomically(const std::filesystem::path& target,
+                                              std::span<const std::uint8_t> bytes)
+{
+    return makeFile(target, Present::replaced, [&](int file) { return writeAll(file, bytes); });
+}
+
+Result<void, SystemError> writeNewFileAtomically(const std::filesystem::path& target,
+                                                 std::span<const std::uint8_t> bytes)
+{
+    return makeFile(target, Present::kept, [&](int file) { return writeAll(file, bytes); });
+}
+
+Result<void, SystemError> copyToNewFileAtomically(const std::filesystem::path& source,
+                                                  const std::filesystem::path& target)
+{
+    return openRegularFile(source).and_then([&](const FileDescriptor& opened) {
+        return makeFile(target, Present::kept,
+                        [&](int file) { return copyAll(opened.get(), file); });
+    });
 }
 
 } // namespace korvane

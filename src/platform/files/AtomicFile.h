@@ -18,4 +18,12 @@ namespace korvane {
 Result<void, SystemError> writeFileAtomically(const std::filesystem::path& target,
                                               std::span<const std::uint8_t> bytes);
 
+/** The same for a name that nothing has yet: EEXIST when something does, and it stays as it is. */
+Result<void, SystemError> writeNewFileAtomically(const std::filesystem::path& target,
+                                                 std::span<const std::uint8_t> bytes);
+
+/** The same for the content of a regular file, which shares its blocks where the disk can. */
+Result<void, SystemError> copyToNewFileAtomically(const std::filesystem::path& source,
+                                                  const std::filesystem::path& target);
+
 } // namespace korvane
