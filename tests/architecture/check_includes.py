@@ -14,8 +14,8 @@ FOREIGN = {
     "avahi": r"avahi-(client|common|core)/",
     "libdeflate": r"libdeflate\.h$",
     "nlohmann-json": r"nlohmann/",
-    "sdbus-c++": r"sdbus-c\+\+/",
-    "systemd": r"systemd/",
+    "sd-bus": r"systemd/sd-bus\.h$",
+    "sd-journal": r"systemd/(?!sd-bus)",
     "utf8proc": r"utf8proc\.h$",
 }
 # JSON is read in one place only, which is where its meaning is known.
