@@ -15,10 +15,12 @@ namespace {
 constexpr std::size_t longestTitle = 200;
 constexpr unsigned mostOfOneTitle = 1000;
 
-/** Gnote keeps a note's notebook as a tag of this form. Controls would spoil its file. */
+/** Gnote keeps a note's notebook as a tag of this form. Controls would spoil its file, and a note
+ * whose tag has space at its ends would be in no notebook that Gnote shows. */
 std::string notebookTag(std::string_view folder)
 {
-    return "system:notebook:" + NoteText::allowedInXML(folder);
+    constexpr std::size_t longestName = 200;
+    return "system:notebook:" + NoteText::title(folder, longestName);
 }
 
 /** The body without its heading, which is the note's title and stands in its first line anyway. */

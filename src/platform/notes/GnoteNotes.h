@@ -14,7 +14,8 @@ namespace korvane {
 /**
  * Notes in Gnote: a folder is a notebook, an attachment a link to the file at the note's end. A
  * notebook comes to be with its first note. Gnote lets no two notes have the same title, so a later
- * one has a number behind it; it does not tell upper from lower case in the names of notebooks.
+ * one has a number behind it; names of notebooks that differ in case or in the space at their ends
+ * are one to it.
  */
 class GnoteNotes final : public NotesApplication {
 public:
