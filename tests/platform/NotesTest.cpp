@@ -14,11 +14,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::string_literals;
 
-std::string nested(std::size_t length)
-{
-    return std::string(length, 'n');
-}
-
 /** A Gnote of a few lines, as far as it matters when it misbehaves. */
 class FakeGnote final : public BlockingBus {
 public:
@@ -102,11 +97,38 @@ TEST(HTMLNotes, PutEachNoteAndItsPDFSideBySideAndReplaceNothing)
 
 TEST(HTMLNotes, StayInTheirFolderWhateverTheirNames)
 {
-    const std::string names[] = {
-        ".",         "..",        "../..",     "/",   "/etc/passwd", ".hidden", " .x",  "a",
-        " a",        "a ",        "A",         "a/b", "a%2Fb",       "a%252Fb", "a\nb", "a\0b"s,
-        "\x7F",      "\u0085",    "\u202Egpj", "gpj", "\xFF",        "%",       "%00",  ""s + '\0',
-        nested(300), nested(301), nested(255), "CON", "a:b",         "\u00E9",  "-rf",  "~"};
+    const std::string names[] = {".",
+                                 "..",
+                                 "../..",
+                                 "/",
+                                 "/etc/passwd",
+                                 ".hidden",
+                                 " .x",
+                                 "a",
+                                 " a",
+                                 "a ",
+                                 "A",
+                                 "a/b",
+                                 "a%2Fb",
+                                 "a%252Fb",
+                                 "a\nb",
+                                 "a\0b"s,
+                                 "\x7F",
+                                 "\u0085",
+                                 "\u202Egpj",
+                                 "gpj",
+                                 "\xFF",
+                                 "%",
+                                 "%00",
+                                 ""s + '\0',
+                                 std::string(300, 'n'),
+                                 std::string(301, 'n'),
+                                 std::string(255, 'n'),
+                                 "CON",
+                                 "a:b",
+                                 "\u00E9",
+                                 "-rf",
+                                 "~"};
     const TemporaryFolder folder;
     const fs::path root = folder.path() / "Notes";
     HTMLNotes notes(root);
@@ -155,7 +177,7 @@ TEST(GnoteNotes, HaveATitleOfTheirOwnTheirTextAndALinkToTheFile)
     FakeGnote::State state{.contents = {{"note://Tax <1>", "the user's own"}}};
     GnoteNotes notes(GnoteRemote::open(std::make_unique<FakeGnote>(state)));
     const auto id =
-        notes.makeNote(" Printed\n", "Tax\n<1>",
+        notes.makeNote(" Printed\n", " .Tax\n<1>.; ",
                        "<h1>Tax\n&lt;1&gt;</h1>\n<p style=\"x\">a &amp;lt; b\x02\r\n&#39;</p>");
     ASSERT_TRUE(id) << id.error().description;
     ASSERT_TRUE(notes.makeAttachment(*id, "/home/u/50% & \"x\".pdf"));

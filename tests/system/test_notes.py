@@ -82,6 +82,8 @@ class Notes(unittest.TestCase):
             titles = {desktop.gnote("GetNoteTitle", note): note for note in notes}
             self.assertLessEqual({title, title + " (2)"}, set(titles))
             self.assertEqual(desktop.gnote("FindNote", "gone"), "")
+            self.assertEqual(desktop.add_note("...", "x"), "")
+            self.assertNotEqual(desktop.gnote("FindNote", "Untitled"), "")
             content = desktop.gnote("GetNoteContentsXml", titles[title])
             self.assertIn(
                 '&lt;b&gt;&amp;amp; 1\n\nHe said: &quot;&lt;b&gt;1 &lt; 2&lt;/b&gt;&quot;\\ &amp;amp; '

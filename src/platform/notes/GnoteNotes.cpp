@@ -23,6 +23,16 @@ std::string notebookTag(std::string_view folder)
     return "system:notebook:" + NoteText::title(folder, longestName);
 }
 
+/** The name as Gnote keeps it as a title: without punctuation at its ends. */
+std::string noteTitle(std::string_view name)
+{
+    static constexpr std::string_view trimmed = ".,; ";
+    const std::string title = NoteText::title(name, longestTitle);
+    const std::size_t begin = title.find_first_not_of(trimmed);
+    if (begin == std::string::npos) return "Untitled";
+    return title.substr(begin, title.find_last_not_of(trimmed) + 1 - begin);
+}
+
 /** The body without its heading, which is the note's title and stands in its first line anyway. */
 std::string_view withoutHeading(std::string_view body)
 {
@@ -56,7 +66,7 @@ Result<void, NotesFailure> GnoteNotes::makeFolder(const std::string& /*name*/)
 Result<std::string, NotesFailure>
 GnoteNotes::makeNote(const std::string& folder, const std::string& name, const std::string& body)
 {
-    Note note{.title = NoteText::title(name, longestTitle),
+    Note note{.title = noteTitle(name),
               .text = NoteText::allowedInXML(NoteText::withoutMarkup(withoutHeading(body)))};
     auto uri = makeEmptyNote(note);
     if (!uri) return uri;

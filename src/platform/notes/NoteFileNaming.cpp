@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
+#include <string>
 
 namespace korvane {
 
@@ -28,20 +30,19 @@ bool looksEncoded(std::string_view text)
     return text.size() >= 3 && text[0] == '%' && isHexDigit(text[1]) && isHexDigit(text[2]);
 }
 
-/** The marks of general punctuation that show nothing or turn the direction. */
-bool isDisguise(std::string_view character)
+/** Controls, and the marks of general punctuation that show nothing or turn the direction. */
+bool isDisguise(char32_t codePoint)
 {
-    return (character >= "\u200B" && character <= "\u200F") ||
-           (character >= "\u2028" && character <= "\u202E") ||
-           (character >= "\u2060" && character <= "\u206F");
+    return codePoint < 0x20 || (codePoint >= 0x7F && codePoint <= 0x9F) ||
+           (codePoint >= 0x200B && codePoint <= 0x200F) ||
+           (codePoint >= 0x2028 && codePoint <= 0x202E) ||
+           (codePoint >= 0x2060 && codePoint <= 0x206F);
 }
 
-bool needsEncoding(std::string_view rest, std::string_view character)
+bool needsEncoding(std::string_view rest)
 {
-    const auto first = static_cast<unsigned char>(rest.front());
-    if (character.empty()) return true;
-    return first < 0x20 || first == 0x7F || first == '/' || looksEncoded(rest) ||
-           (character >= "\xC2\x80" && character <= "\xC2\x9F") || isDisguise(character);
+    const std::optional<char32_t> codePoint = text::firstCodePoint(rest);
+    return !codePoint || *codePoint == '/' || isDisguise(*codePoint) || looksEncoded(rest);
 }
 
 void appendEncoded(std::string& name, std::string_view bytes)
@@ -66,14 +67,13 @@ std::string noteDirectoryName(std::string_view folder)
 {
     std::string name;
     for (std::string_view rest = folder; !rest.empty();) {
-        const std::string_view sequence = text::firstSequence(rest);
-        const std::string_view bytes = sequence.empty() ? rest.substr(0, 1) : sequence;
-        if (needsEncoding(rest, sequence) || (name.empty() && rest.front() == '.')) {
-            appendEncoded(name, bytes);
+        const std::size_t length = std::max<std::size_t>(text::firstSequence(rest).size(), 1);
+        if (needsEncoding(rest) || (name.empty() && rest.front() == '.')) {
+            appendEncoded(name, rest.substr(0, length));
         } else {
-            name += bytes;
+            name += rest.substr(0, length);
         }
-        rest.remove_prefix(bytes.size());
+        rest.remove_prefix(length);
     }
     if (name.empty()) return "%";
     if (name.size() <= longestStem) return name;

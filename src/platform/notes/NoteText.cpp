@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 namespace korvane::NoteText {
@@ -13,41 +14,35 @@ namespace {
 /** A code point at the front of a text, or the one byte of an ill-formed sequence. */
 struct Piece {
     std::string_view bytes;
-    bool isWellFormed = true;
+    std::optional<char32_t> codePoint;
 };
 
 Piece takePiece(std::string_view& text)
 {
-    const std::string_view sequence = text::firstSequence(text);
-    const Piece piece{sequence.empty() ? text.substr(0, 1) : sequence, !sequence.empty()};
-    text.remove_prefix(piece.bytes.size());
+    const std::size_t length = std::max<std::size_t>(text::firstSequence(text).size(), 1);
+    const Piece piece{text.substr(0, length), text::firstCodePoint(text)};
+    text.remove_prefix(length);
     return piece;
 }
 
-bool isControl(std::string_view character)
+/** C0 and C1 controls, and the separators of lines and paragraphs. */
+bool isControl(char32_t codePoint)
 {
-    if (character.size() == 1) {
-        const auto byte = static_cast<unsigned char>(character.front());
-        return byte < 0x20 || byte == 0x7F;
-    }
-    // C1 controls, and the line and paragraph separators.
-    return (character >= "\xC2\x80" && character <= "\xC2\x9F") || character == "\u2028" ||
-           character == "\u2029";
+    return codePoint < 0x20 || (codePoint >= 0x7F && codePoint <= 0x9F) || codePoint == 0x2028 ||
+           codePoint == 0x2029;
 }
 
 /** The embeddings, overrides and isolates of the bidirectional algorithm (UAX #9, section 2). */
-bool turnsDirection(std::string_view character)
+bool turnsDirection(char32_t codePoint)
 {
-    return (character >= "\u202A" && character <= "\u202E") ||
-           (character >= "\u2066" && character <= "\u2069");
+    return (codePoint >= 0x202A && codePoint <= 0x202E) ||
+           (codePoint >= 0x2066 && codePoint <= 0x2069);
 }
 
-bool isAllowedInXML(const Piece& piece)
+bool isAllowedInXML(char32_t codePoint)
 {
-    if (!piece.isWellFormed || piece.bytes == "\uFFFE" || piece.bytes == "\uFFFF") return false;
-    const char first = piece.bytes.front();
-    return piece.bytes.size() > 1 || static_cast<unsigned char>(first) >= 0x20 || first == '\t' ||
-           first == '\n';
+    return codePoint >= 0x20 ? codePoint != 0xFFFE && codePoint != 0xFFFF
+                             : codePoint == '\t' || codePoint == '\n';
 }
 
 constexpr auto entities = std::to_array<std::pair<std::string_view, char>>({{"&amp;", '&'},
@@ -77,7 +72,7 @@ std::string allowedInXML(std::string_view text)
         const Piece piece = takePiece(text);
         if (piece.bytes == "\r") {
             if (!text.starts_with('\n')) result += '\n';
-        } else if (isAllowedInXML(piece)) {
+        } else if (piece.codePoint && isAllowedInXML(*piece.codePoint)) {
             result += piece.bytes;
         }
     }
@@ -125,8 +120,8 @@ std::string title(std::string_view text, std::size_t count)
     std::string line;
     while (!text.empty()) {
         const Piece piece = takePiece(text);
-        if (!piece.isWellFormed || turnsDirection(piece.bytes)) continue;
-        line += isControl(piece.bytes) ? " " : piece.bytes;
+        if (!piece.codePoint || turnsDirection(*piece.codePoint)) continue;
+        line += isControl(*piece.codePoint) ? " " : piece.bytes;
     }
     const std::string_view trimmed =
         text::trimmingSpace(text::prefix(text::trimmingSpace(line), count));

@@ -155,7 +155,7 @@ ScriptEvaluator::Outcome<ScriptValue> ScriptEvaluator::evaluate(const HandlerCal
 ScriptEvaluator::Outcome<ScriptValue> ScriptEvaluator::evaluate(const Operation& operation,
                                                                 Frame& frame)
 {
-    const auto operand = evaluate(*operation.operand, frame);
+    auto operand = evaluate(*operation.operand, frame);
     if (!operand) return operand;
     switch (operation.kind) {
     case Operation::Kind::negation: return negate(*operand);

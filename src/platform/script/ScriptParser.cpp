@@ -211,8 +211,9 @@ Expression Parser::primary()
 
 Expression Parser::operation(Operation::Kind kind, Expression operand)
 {
-    const std::size_t line = operand.line;
-    return {Operation{kind, boxed(std::move(operand))}, line};
+    Expression result{Operation{.kind = kind}, operand.line};
+    std::get<Operation>(result.value).operand = boxed(std::move(operand));
+    return result;
 }
 
 HandlerCall Parser::handlerCall()
