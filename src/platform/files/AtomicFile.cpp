@@ -130,8 +130,9 @@ ssize_t copyStep(int source, int file)
 {
     constexpr std::size_t copySize = std::size_t{64} << 20;
     const ssize_t copied = ::copy_file_range(source, nullptr, file, nullptr, copySize, 0);
-    // Not every two file systems can do it between them.
-    return copied >= 0 || errno == EINTR ? copied : ::sendfile(file, source, nullptr, copySize);
+    if (copied > 0 || (copied < 0 && errno == EINTR)) return copied;
+    // Not every two file systems can do it between them, and some only say that there is nothing.
+    return ::sendfile(file, source, nullptr, copySize);
 }
 
 Result<void, SystemError> copyAll(int source, int file)

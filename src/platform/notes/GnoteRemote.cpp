@@ -14,10 +14,10 @@ namespace {
 constexpr const char* service = "org.gnome.Gnote";
 
 /** Gnote starts in a fraction of a second; a large note takes it a while to read. */
-constexpr std::chrono::seconds answerTime{60};
+constexpr std::chrono::seconds answerTime{30};
 
 constexpr std::chrono::milliseconds firstDelay{10};
-constexpr std::chrono::milliseconds longestDelay{2000};
+constexpr std::chrono::milliseconds longestDelay{10000};
 
 /** Whether the object is not there (yet). */
 bool isMissing(const BusError& error)

@@ -13,7 +13,7 @@ using namespace ScriptProgram;
 namespace {
 
 constexpr std::string_view applicationName = "Notes";
-constexpr std::size_t deepestCalls = 32;
+constexpr std::size_t deepestCalls = 8;
 constexpr std::size_t mostSteps = 10000;
 
 } // namespace
