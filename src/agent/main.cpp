@@ -1,10 +1,16 @@
 #include "agent/AgentAppDelegate.h"
 #include "config/SettingsStore.h"
+#include "platform/alert/DesktopAlert.h"
+#include "platform/bus/BusAddress.h"
+#include "platform/bus/SystemSessionBus.h"
 #include "platform/dnssd/AvahiServiceDirectory.h"
 #include "platform/files/UserFolders.h"
+#include "platform/fileviewer/DesktopFileViewer.h"
 #include "platform/log/SystemLog.h"
 #include "platform/network/RouteNetlinkPaths.h"
+#include "platform/notifications/DesktopNotificationCenter.h"
 #include "platform/queue/SystemQueues.h"
+#include "platform/service/ServiceManager.h"
 #include "platform/signals/ProcessSignals.h"
 #include "platform/system/Clock.h"
 #include "platform/system/HostName.h"
@@ -32,6 +38,12 @@ int main()
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
 
+    SystemSessionBus bus(sessionBusAddress(), queues.main());
+    DesktopNotificationCenter notifications(bus, "Korvane", "org.korvane.Agent");
+    DesktopFileViewer viewer(bus, queues.main());
+    DesktopAlert alert(queues.main(), notifications, hasDisplay());
+    const ServiceManager serviceManager(serviceManagerSocket());
+
     const auto delegate = std::make_shared<AgentAppDelegate>(
         KORVANE_BUILD, store, hostName(),
         ServerEnvironment{.queues = queues,
@@ -40,12 +52,23 @@ int main()
                           .log = *log,
                           .directory = &directory,
                           .paths = &paths},
+        DesktopEnvironment{.bus = bus,
+                           .notifications =
+                               std::make_shared<NotificationManager>(notifications, viewer, *log),
+                           .alert = alert,
+                           .serviceManager = serviceManager,
+                           .addNote = [](const auto&...) -> Result<void, std::string> {
+                               return failure(std::string("There is no Notes application"));
+                           }},
         [&](Task handler) { return signals.watch({SIGHUP}, queues.main(), std::move(handler)); });
     const auto termination = signals.watch({SIGTERM, SIGINT}, queues.main(), [&] {
         delegate->applicationWillTerminate();
         queues.stopMain();
     });
-    queues.main().async([&] { delegate->applicationDidFinishLaunching(); });
+    queues.main().async([&] {
+        bus.start();
+        delegate->applicationDidFinishLaunching();
+    });
     queues.runMain();
     return 0;
 }
