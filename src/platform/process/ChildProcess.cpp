@@ -51,6 +51,7 @@ ChildProcess::start(const std::vector<std::string>& arguments, SerialQueue& queu
 {
     std::vector<std::string> words = arguments;
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words) pointers.push_back(word.data());
     pointers.push_back(nullptr);
 

@@ -22,8 +22,9 @@ bool isControl(std::string_view sequence)
 
 bool reorders(std::string_view sequence)
 {
-    return (sequence >= "\u202A" && sequence <= "\u202E") ||
-           (sequence >= "\u2066" && sequence <= "\u2069");
+    // U+202A to U+202E and U+2066 to U+2069.
+    return (sequence >= "\xE2\x80\xAA" && sequence <= "\xE2\x80\xAE") ||
+           (sequence >= "\xE2\x81\xA6" && sequence <= "\xE2\x81\xA9");
 }
 
 std::string_view shown(std::string_view sequence)
