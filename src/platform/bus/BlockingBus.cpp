@@ -24,7 +24,7 @@ public:
     {
         const auto message = encode(*bus_, call);
         if (!message) return failure(message.error());
-        sd_bus_error error = SD_BUS_ERROR_NULL;
+        sd_bus_error error{};
         sd_bus_message* answer = nullptr;
         const int result = ::sd_bus_call(
             bus_.get(), message->get(),
