@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <deque>
 #include <memory>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -71,26 +70,26 @@ private:
         SignalHandler handler;
     };
 
-    /** In the set for as long as it lives. */
+    /** In the list for as long as it lives. */
     template <typename T>
     class Entry final : public BusSubscription {
     public:
-        Entry(std::set<const T*>& entries, T value) : entries_(entries), value_(std::move(value))
+        Entry(std::vector<const T*>& entries, T value) : entries_(entries), value_(std::move(value))
         {
-            entries_.insert(&value_);
+            entries_.push_back(&value_);
         }
         Entry(const Entry&) = delete;
         Entry& operator=(const Entry&) = delete;
-        ~Entry() override { entries_.erase(&value_); }
+        ~Entry() override { std::erase(entries_, &value_); }
 
     private:
-        std::set<const T*>& entries_;
+        std::vector<const T*>& entries_;
         const T value_;
     };
 
     State state_ = State::connected;
-    std::set<const Subscribed*> signals_;
-    std::set<const StateHandler*> states_;
+    std::vector<const Subscribed*> signals_;
+    std::vector<const StateHandler*> states_;
 };
 
 } // namespace korvane

@@ -63,7 +63,7 @@ void DesktopAlert::show(const Warning& warning)
 bool DesktopAlert::openDialog(const Warning& warning)
 {
     auto dialog = ChildProcess::start(
-        {"zenity", "--warning", "--no-markup", "--title=Korvane", "--width=400",
+        {"zenity", "--warning", "--no-markup", "--title=Korvane",
          "--text=" + escaped(warning.message + "\n\n" + warning.information)},
         queue_, [this, warning, opened = queue_.now()](int status) {
             dialogEnded(warning, status == pressed || queue_.now() - opened > fastestUser);
