@@ -186,6 +186,11 @@ BusError busError(int code)
             .message = SystemError{-code}.description()};
 }
 
+BusError disconnection(int code)
+{
+    return {.name = SD_BUS_ERROR_DISCONNECTED, .message = SystemError{-code}.description()};
+}
+
 BusError noSessionBus()
 {
     return {.name = SD_BUS_ERROR_NO_SERVER, .message = "There is no session bus"};
@@ -199,7 +204,7 @@ Result<BusHandle, BusError> openBus(const std::string& address)
     int result = ::sd_bus_set_address(made, address.c_str());
     if (result >= 0) result = ::sd_bus_set_bus_client(made, 1);
     if (result >= 0) result = ::sd_bus_start(made);
-    if (result < 0) return failure(busError(result));
+    if (result < 0) return failure(disconnection(result));
     return bus;
 }
 

@@ -13,6 +13,9 @@ namespace korvane {
 /** An error of the library, a negative errno value, in our words. */
 BusError busError(int code);
 
+/** The same where it is the end of a connection, or of the hope of one. */
+BusError disconnection(int code);
+
 /** There is no bus to connect to. */
 BusError noSessionBus();
 

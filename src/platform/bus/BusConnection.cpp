@@ -129,7 +129,7 @@ void BusConnection::process()
         if (result < 0) {
             watch_.reset();
             timer_.reset();
-            const BusError error = busError(result);
+            const BusError error = disconnection(result);
             failCalls(error);
             deliver();
             observer_.connectionLost(error);
