@@ -54,11 +54,15 @@ class Notifications(unittest.TestCase):
             shown = session.show_job()
             self.assertEqual(shown["actions"][2:4], ["KV_ACTION_ADD_TO_NOTES", "Add to Notes"])
             session.server.choose(shown["number"], "default")
-            if not session.agent.logged("PrinterService: added note for Letter", 3):
-                self.assertTrue(session.agent.logged("PrinterService: NotesBridge failed: "))
-                alert = session.server.wait_shown(2)
-                self.assertEqual((alert["title"], alert["expires"], alert["hints"]["urgency"]),
-                                 ("Couldn't add to Notes", 0, 2))
+            self.assertTrue(session.agent.logged("PrinterService: added note for Letter"))
+            second = session.show_job("Gone", count=2)
+            next(f for f in session.agent.files() if f.name.startswith("Gone")).unlink()
+            session.server.choose(second["number"], "KV_ACTION_ADD_TO_NOTES")
+            self.assertTrue(session.agent.logged(
+                f"PrinterService: NotesBridge failed: AppleScript run failed: File {session.agent.saved}"))
+            alert = session.server.wait_shown(3)
+            self.assertEqual((alert["title"], alert["expires"], alert["hints"]["urgency"]),
+                             ("Couldn't add to Notes", 0, 2))
             self.assertEqual(session.files.revealed, [])
 
     def test_asks_of_a_server_only_what_it_can_do(self):
