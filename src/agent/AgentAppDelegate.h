@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/DesktopEnvironment.h"
 #include "agent/PrinterService.h"
 #include "config/SettingsObserver.h"
 #include "config/SettingsStore.h"
@@ -16,11 +17,12 @@ namespace korvane {
  * at the end. Main queue only. */
 class AgentAppDelegate : public std::enable_shared_from_this<AgentAppDelegate> {
 public:
-    /** `build` names the build that runs; `settingsChanges` delivers the signal that the settings
-     *  have changed. All that is referred to outlives the delegate. */
+    /** `build` names the build that runs; `hangUps` delivers SIGHUP. All that is referred to
+     * outlives the delegate. */
     AgentAppDelegate(std::string build, const SettingsStore& store,
                      std::optional<std::string> hostName, const ServerEnvironment& environment,
-                     const JobEnvironment& jobs, SettingsObserver::Subscribe settingsChanges);
+                     const JobEnvironment& jobs, DesktopEnvironment desktop,
+                     SettingsObserver::Subscribe hangUps);
 
     /** The event loop has begun. */
     void applicationDidFinishLaunching();
@@ -36,6 +38,7 @@ private:
     const std::optional<std::string> hostName_;
     const ServerEnvironment environment_;
     const JobEnvironment jobs_;
+    const DesktopEnvironment desktop_;
     Log& log_;
     std::shared_ptr<PrinterService> service_;
     SettingsObserver observer_;

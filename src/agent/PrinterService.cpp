@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <exception>
 #include <utility>
 
 namespace korvane {
@@ -12,6 +13,9 @@ namespace korvane {
 namespace {
 
 constexpr const char* resourcePath = "/ipp/print";
+
+/** Notes that wait while a slow application makes one. */
+constexpr std::size_t mostNotes = 64;
 
 /** What clients see in the moment in which the service is gone and its server is not yet. */
 PrinterDescriptor fallbackDescriptor()
@@ -22,12 +26,24 @@ PrinterDescriptor fallbackDescriptor()
             .location = "localhost"};
 }
 
+/** A note that runs out of memory costs itself, not those that wait behind it. */
+Result<void, std::string> makeNote(const AddNote& addNote, const CompletedJob& job,
+                                   const std::string& folder)
+{
+    try {
+        return addNote(job.jobName, job.plainText, folder, job.pdfURL);
+    } catch (const std::exception& error) {
+        return failure(std::string(error.what()));
+    }
+}
+
 } // namespace
 
 PrinterService::PrinterService(const SettingsStore& store, std::optional<std::string> hostName,
-                               const ServerEnvironment& environment, const JobEnvironment& jobs)
+                               const ServerEnvironment& environment, const JobEnvironment& jobs,
+                               DesktopEnvironment desktop)
     : store_(store), hostName_(std::move(hostName)), environment_(environment), jobs_(jobs),
-      log_(environment.log),
+      desktop_(std::move(desktop)), log_(environment.log),
       printerUUID_(loadOrCreatePrinterUUID(store.supportDirectory(), environment.log)),
       shared_{.settings = store.defaultSettings()}
 {
@@ -55,6 +71,7 @@ void PrinterService::reload()
     if (!isConfigured(settings)) {
         log_.note("PrinterService: not configured, stopping");
         stopServer();
+        desktop_.serviceManager.status("Not configured");
         return;
     }
     if (ippServer_ && ippServer_->configuredPort() == settings.ippPort) {
@@ -96,10 +113,20 @@ void PrinterService::startServer()
         const auto self = weak.lock();
         if (self && self->ippServer_ == sender.lock()) self->setAdvertisedPort(readyPort);
         log.note(fmt::format("PrinterService: ready on port {}, Bonjour advertising", readyPort));
+        if (self) self->desktop_.serviceManager.status(fmt::format("Ready on port {}", readyPort));
+    };
+    server->onPortUnavailable = [notifications = desktop_.notifications,
+                                 &serviceManager = desktop_.serviceManager](
+                                    std::uint16_t takenPort, const SystemError& error) {
+        serviceManager.status(fmt::format("Port {} is unavailable", takenPort));
+        notifications->showPortUnavailable(takenPort, error.description());
     };
     const auto started = server->start();
     if (!started) {
-        log_.error("PrinterService: IPP listener failed to start: " + describe(started.error()));
+        const std::string reason = describe(started.error());
+        log_.error("PrinterService: IPP listener failed to start: " + reason);
+        desktop_.serviceManager.status(fmt::format("Port {} is unavailable", port));
+        desktop_.notifications->showPortUnavailable(port, reason);
         return;
     }
     ippServer_ = std::move(server);
@@ -145,6 +172,50 @@ void PrinterService::handleCompletedJob(const CompletedJob& job) const
 {
     log_.note(fmt::format("PrinterService: job saved at {} ({} text chars)", job.pdfURL.string(),
                           text::characterCount(job.plainText)));
+    desktop_.notifications->postJobNotification(job, shared().settings.notesEnabled);
+}
+
+void PrinterService::addToNotes(const CompletedJob& job)
+{
+    if (notes_.size() >= mostNotes) {
+        noteAdded(job, failure(std::string("Too many notes are waiting")));
+        return;
+    }
+    notes_.push_back({.job = job, .folder = shared().settings.notesFolder});
+    if (notes_.size() == 1) addNextNote();
+}
+
+void PrinterService::addNextNote()
+{
+    environment_.queues.utility().async([weak = weak_from_this(), note = notes_.front(),
+                                         addNote = desktop_.addNote,
+                                         &main = environment_.queues.main()] {
+        const auto added = makeNote(addNote, note.job, note.folder);
+        main.async([weak, added] {
+            const auto self = weak.lock();
+            if (!self) return;
+            const PendingNote done = std::move(self->notes_.front());
+            self->notes_.pop_front();
+            if (!self->notes_.empty()) self->addNextNote();
+            self->noteAdded(done.job, added);
+        });
+    });
+}
+
+void PrinterService::noteAdded(const CompletedJob& job,
+                               const Result<void, std::string>& added) const
+{
+    if (added) {
+        log_.note("PrinterService: added note for " + job.jobName);
+    } else {
+        log_.error("PrinterService: NotesBridge failed: " + added.error());
+        showNotesError(added.error());
+    }
+}
+
+void PrinterService::showNotesError(const std::string& reason) const
+{
+    desktop_.alert.warn("Couldn't add to Notes", reason);
 }
 
 } // namespace korvane

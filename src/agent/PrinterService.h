@@ -1,14 +1,17 @@
 #pragma once
 
+#include "agent/DesktopEnvironment.h"
 #include "config/AppSettings.h"
 #include "config/SettingsStore.h"
 #include "document/CompletedJob.h"
 #include "document/JobPipeline.h"
 #include "ipp/PrinterDescriptor.h"
 #include "platform/base/Data.h"
+#include "platform/base/Result.h"
 #include "server/IPPServer.h"
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -28,13 +31,17 @@ public:
     /** Loads the printer's UUID, or makes it. `hostName` is the computer's name, if it has one. All
      *  that is referred to outlives the service. */
     PrinterService(const SettingsStore& store, std::optional<std::string> hostName,
-                   const ServerEnvironment& environment, const JobEnvironment& jobs);
+                   const ServerEnvironment& environment, const JobEnvironment& jobs,
+                   DesktopEnvironment desktop);
 
     /** Reads the settings again and starts, restarts, refreshes or stops the server. */
     void reload();
 
     /** Stops the server. */
     void stop();
+
+    /** Makes a note of the job, off this queue; when that fails the user is told. */
+    void addToNotes(const CompletedJob& job);
 
 private:
     /** What the server's queue reads while the main queue may be changing it. */
@@ -44,11 +51,20 @@ private:
         std::uint16_t advertisedPort = 0;
     };
 
+    /** A note that is being made, or that waits for the one before it. */
+    struct PendingNote {
+        CompletedJob job;
+        std::string folder;
+    };
+
     void startServer();
     void stopServer();
     PrinterDescriptor makeDescriptor() const;
     void handleJob(const std::string& jobName, const Data& pdf) const;
     void handleCompletedJob(const CompletedJob& job) const;
+    void addNextNote();
+    void noteAdded(const CompletedJob& job, const Result<void, std::string>& added) const;
+    void showNotesError(const std::string& reason) const;
     Shared shared() const;
     void setAdvertisedPort(std::uint16_t port);
 
@@ -56,9 +72,12 @@ private:
     const std::optional<std::string> hostName_;
     const ServerEnvironment environment_;
     const JobEnvironment jobs_;
+    const DesktopEnvironment desktop_;
     Log& log_;
     const std::string printerUUID_;
     std::shared_ptr<IPPServer> ippServer_;
+    /** One at a time, so that two notes do not both make the same folder. */
+    std::deque<PendingNote> notes_;
 
     mutable std::mutex mutex_;
     Shared shared_;

@@ -1,11 +1,20 @@
 #include "agent/AgentAppDelegate.h"
 #include "config/SettingsStore.h"
+#include "desktop/NotesBridge.h"
+#include "platform/alert/DesktopAlert.h"
+#include "platform/bus/BusAddress.h"
+#include "platform/bus/SystemSessionBus.h"
 #include "platform/dnssd/AvahiServiceDirectory.h"
 #include "platform/documents/WorkerDocuments.h"
 #include "platform/files/UserFolders.h"
+#include "platform/fileviewer/DesktopFileViewer.h"
 #include "platform/log/SystemLog.h"
 #include "platform/network/RouteNetlinkPaths.h"
+#include "platform/notes/DesktopNotes.h"
+#include "platform/notifications/DesktopNotificationCenter.h"
 #include "platform/queue/SystemQueues.h"
+#include "platform/script/NotesScriptRunner.h"
+#include "platform/service/ServiceManager.h"
 #include "platform/signals/ProcessSignals.h"
 #include "platform/system/Clock.h"
 #include "platform/system/HostName.h"
@@ -18,8 +27,24 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 #include <memory>
+#include <string>
 #include <utility>
+
+namespace {
+
+korvane::Result<void, std::string> addNote(const std::string& title, const std::string& text,
+                                           const std::string& folder,
+                                           const std::filesystem::path& pdf)
+{
+    using namespace korvane;
+    const NotesScriptRunner runner([] { return openDesktopNotes(currentUserFolders()); });
+    return NotesBridge::addNote(title, text, folder, pdf, runner)
+        .map_error([](const NotesBridge::NotesError& error) { return error.description(); });
+}
+
+} // namespace
 
 int main()
 {
@@ -41,6 +66,12 @@ int main()
     WorkerPool workers(queues, std::make_unique<WorkerProcessLauncher>());
     WorkerDocuments documents(workers, language);
 
+    SystemSessionBus bus(sessionBusAddress(), queues.main());
+    DesktopNotificationCenter notifications(bus, "Korvane", "org.korvane.Agent");
+    DesktopFileViewer viewer(bus, queues.main());
+    DesktopAlert alert(queues.main(), notifications, hasDisplay());
+    const ServiceManager serviceManager(serviceManagerSocket());
+
     const auto delegate = std::make_shared<AgentAppDelegate>(
         KORVANE_BUILD, store, hostName(),
         ServerEnvironment{.queues = queues,
@@ -55,6 +86,12 @@ int main()
                        .documents = documents,
                        .userLanguages = {language},
                        .author = currentUserAccount().loginName},
+        DesktopEnvironment{.bus = bus,
+                           .notifications =
+                               std::make_shared<NotificationManager>(notifications, viewer, *log),
+                           .alert = alert,
+                           .serviceManager = serviceManager,
+                           .addNote = addNote},
         [&](Task handler) { return signals.watch({SIGHUP}, queues.main(), std::move(handler)); });
     const auto termination = signals.watch({SIGTERM, SIGINT}, queues.main(), [&] {
         delegate->applicationWillTerminate();
@@ -62,7 +99,10 @@ int main()
         workers.stop();
         queues.stopMain();
     });
-    queues.main().async([&] { delegate->applicationDidFinishLaunching(); });
+    queues.main().async([&] {
+        bus.start();
+        delegate->applicationDidFinishLaunching();
+    });
     queues.runMain();
     return 0;
 }

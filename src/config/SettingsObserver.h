@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/bus/SessionBus.h"
 #include "platform/queue/Queue.h"
 #include "platform/signals/ProcessSignals.h"
 
@@ -9,22 +10,30 @@
 namespace korvane {
 
 /**
- * Tells when another program has changed the settings. Every signal that the system delivers gives
- * one call of the handler, on the thread that delivers it.
+ * Tells when another program has changed the settings, which says so by a named signal on the
+ * session bus (path /org/korvane/NamedSignal, interface org.korvane.NamedSignal, member Posted,
+ * with the name org.korvane.Agent.settings-changed) or by SIGHUP. Every signal that is delivered
+ * gives one call of the handler, on the thread that delivers it.
  */
 class SettingsObserver {
 public:
-    /** Begins to deliver the settings-changed signal to a task, until the result is destroyed. */
+    /** Begins to deliver SIGHUP to a task, until the result is destroyed. */
     using Subscribe = std::function<std::unique_ptr<SignalWatch>(Task)>;
 
-    explicit SettingsObserver(Subscribe subscribe) : subscribe_(std::move(subscribe)) {}
+    /** The bus outlives the observer. */
+    SettingsObserver(Subscribe hangUps, SessionBus& bus)
+        : subscribeToHangUps_(std::move(hangUps)), bus_(bus)
+    {
+    }
 
     /** Calls the handler for every signal from now on, in place of any earlier handler. */
-    void start(Task handler) { watch_ = subscribe_(std::move(handler)); }
+    void start(const Task& handler);
 
 private:
-    Subscribe subscribe_;
-    std::unique_ptr<SignalWatch> watch_;
+    Subscribe subscribeToHangUps_;
+    SessionBus& bus_;
+    std::unique_ptr<SignalWatch> hangUps_;
+    std::unique_ptr<BusSubscription> namedSignals_;
 };
 
 } // namespace korvane

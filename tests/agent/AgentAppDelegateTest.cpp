@@ -17,7 +17,7 @@ class AgentAppDelegateTest : public AgentFixture {
 protected:
     AgentAppDelegateTest()
         : delegate(std::make_shared<AgentAppDelegate>("0.1.0", store, "Office Mac", environment,
-                                                      jobs, [this](Task handler) {
+                                                      jobs, desktop, [this](Task handler) {
                                                           signal = std::move(handler);
                                                           return nullptr;
                                                       }))
@@ -32,10 +32,11 @@ TEST_F(AgentAppDelegateTest, LaunchesWithoutSettingsAndWaits)
 {
     delegate->applicationDidFinishLaunching();
     const std::vector<std::string> lines = log.lines();
-    ASSERT_EQ(lines.size(), 3U);
+    ASSERT_EQ(lines.size(), 4U);
     EXPECT_EQ(lines[0], fmt::format("KorvaneAgent: starting (pid={}, build 0.1.0)", ::getpid()));
-    EXPECT_THAT(lines[1], testing::StartsWith("PrinterService: created new persistent UUID "));
-    EXPECT_EQ(lines[2], "PrinterService: not configured, stopping");
+    EXPECT_EQ(lines[1], "Notifications: granted=true");
+    EXPECT_THAT(lines[2], testing::StartsWith("PrinterService: created new persistent UUID "));
+    EXPECT_EQ(lines[3], "PrinterService: not configured, stopping");
     EXPECT_EQ(home.read("Korvane/agent-version"), "0.1.0");
     EXPECT_EQ(home.read("Korvane/printer-uuid").size(), 36U);
     EXPECT_TRUE(network.listeners.empty());
@@ -45,7 +46,8 @@ TEST_F(AgentAppDelegateTest, ReloadsOnceForEverySignalWhileItLives)
 {
     delegate->applicationDidFinishLaunching();
     choose({});
-    for (int i = 0; i < 3; ++i) signal();
+    for (int i = 0; i < 2; ++i) signal();
+    bus.emit({.sender = ":1.2", .member = "Posted"});
     EXPECT_TRUE(network.listeners.empty()) << "the reload waits for the main queue";
     queues.run();
     EXPECT_EQ(log.count("KorvaneAgent: settings changed, reloading"), 3);
@@ -54,6 +56,17 @@ TEST_F(AgentAppDelegateTest, ReloadsOnceForEverySignalWhileItLives)
     signal();
     queues.run();
     EXPECT_EQ(log.count("KorvaneAgent: settings changed, reloading"), 3);
+}
+
+TEST_F(AgentAppDelegateTest, MakesANoteOfAJobThatTheUserChooses)
+{
+    choose({.notes = true});
+    delegate->applicationDidFinishLaunching();
+    listenerIsReady();
+    ask(network.latest(), printJob("Letter", "%PDF letter"));
+    notifications.choose("KV_ACTION_ADD_TO_NOTES");
+    queues.run();
+    EXPECT_THAT(notes, testing::ElementsAre(testing::StartsWith("Letter||Paper|Letter 2025")));
 }
 
 } // namespace

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "agent/DesktopEnvironment.h"
 #include "config/SettingsStore.h"
 #include "document/JobPipeline.h"
 #include "ipp/IPPCodec.h"
 #include "server/IPPServer.h"
 #include "support/FakeDocuments.h"
 #include "support/FakeNetwork.h"
+#include "support/FakeNotificationCenter.h"
 #include "support/FakeServiceDirectory.h"
+#include "support/FakeSessionBus.h"
 #include "support/ManualClock.h"
 #include "support/ManualQueues.h"
 #include "support/RecordingLog.h"
@@ -21,6 +24,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace korvane {
 
@@ -30,6 +34,18 @@ struct Chosen {
     /** The folder for documents when empty. */
     std::string folder;
     int port = 8631;
+    bool notes = false;
+};
+
+/** Shows files and warnings by remembering them. */
+struct FakeDesktop final : FileViewer, Alert {
+    void reveal(const std::filesystem::path& file) override { shown.push_back(file.string()); }
+    void warn(const std::string& message, const std::string& information) override
+    {
+        shown.push_back(fmt::format("{}: {}", message, information));
+    }
+
+    std::vector<std::string> shown;
 };
 
 /** A user's machine: settings, a folder for documents, and clients that print. */
@@ -41,11 +57,11 @@ protected:
     {
         home.write("Korvane/settings.json",
                    fmt::format(R"({{"printerName": "{}", "saveDirectoryPath": "{}",
-                                    "notesEnabled": false, "notesFolder": "Paper",
+                                    "notesEnabled": {}, "notesFolder": "Paper",
                                     "ippPort": {}}})",
                                chosen.name,
                                chosen.folder.empty() ? scans.path().string() : chosen.folder,
-                               chosen.port));
+                               chosen.notes, chosen.port));
     }
 
     void listenerIsReady()
@@ -115,6 +131,26 @@ protected:
         .queues = queues, .network = network, .clock = clock, .log = log, .directory = &directory};
     JobEnvironment jobs{
         .queues = queues, .clock = clock, .log = log, .documents = documents, .author = "ann"};
+
+    FakeSessionBus bus;
+    FakeNotificationCenter notifications;
+    FakeDesktop screen;
+    ServiceManager serviceManager{""};
+    /** What the Notes application answers. */
+    Result<void, std::string> noteOutcome;
+    /** The notes that it was given. */
+    std::vector<std::string> notes;
+    DesktopEnvironment desktop{
+        .bus = bus,
+        .notifications = std::make_shared<NotificationManager>(notifications, screen, log),
+        .alert = screen,
+        .serviceManager = serviceManager,
+        .addNote = [this](const std::string& title, const std::string& text,
+                          const std::string& folder, const std::filesystem::path& pdf) {
+            notes.push_back(
+                fmt::format("{}|{}|{}|{}", title, text, folder, pdf.filename().string()));
+            return noteOutcome;
+        }};
 };
 
 } // namespace korvane

@@ -16,6 +16,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
@@ -43,7 +44,7 @@ protected:
     }
 
     std::shared_ptr<PrinterService> service =
-        std::make_shared<PrinterService>(store, "Office Mac", environment, jobs);
+        std::make_shared<PrinterService>(store, "Office Mac", environment, jobs, desktop);
 };
 
 TEST_F(PrinterServiceTest, DescribesThePrinterWithItsPortOnceItIsReady)
@@ -95,8 +96,45 @@ TEST_F(PrinterServiceTest, TriesAgainAtTheNextReloadWhenNoListenerCanBeMade)
     reload();
     EXPECT_THAT(log.errors(),
                 ElementsAre("PrinterService: IPP listener failed to start: Too many open files"));
+    EXPECT_EQ(notifications.latest().identifier, "KV_PORT_UNAVAILABLE_8631");
+    EXPECT_THAT(notifications.latest().content.body, HasSubstr("(Too many open files)"));
     startPrinter();
     EXPECT_THAT(directory.live, ElementsAre("Office"));
+}
+
+TEST_F(PrinterServiceTest, TellsTheUserOnceThatThePortIsTaken)
+{
+    choose({});
+    reload();
+    for (int i = 0; i < 2; ++i) {
+        network.latest().tell(TCPListener::Failed{SystemError{EADDRINUSE}});
+        queues.advance(std::chrono::seconds(1));
+    }
+    ASSERT_EQ(notifications.requests.size(), 1U);
+    EXPECT_THAT(notifications.latest().content.body,
+                StartsWith("Port 8631 is unavailable (Address already in use). The printer"));
+}
+
+TEST_F(PrinterServiceTest, MakesNotesOneAfterTheOtherWhileTheMainQueueGoesOn)
+{
+    choose({.notes = true});
+    reload();
+    listenerIsReady();
+    ask(network.latest(), printJob("Letter", "%PDF letter"));
+    EXPECT_EQ(notifications.latest().content.category, "KV_JOB_NOTES_ENABLED");
+    const CompletedJob job{.pdfURL = "/saved/a.pdf", .plainText = "Dear", .jobName = "Letter"};
+    noteOutcome = failure(std::string("no Notes"));
+    service->addToNotes(job);
+    service->addToNotes(job);
+    EXPECT_THAT(notes, IsEmpty()) << "it waits for a queue that may block";
+    ASSERT_TRUE(queues.queue("utility")->runWaiting());
+    EXPECT_THAT(notes, ElementsAre("Letter|Dear|Paper|a.pdf")) << "the second waits for the first";
+    noteOutcome = {};
+    queues.run();
+    EXPECT_EQ(notes.size(), 2U);
+    EXPECT_THAT(log.errors(), ElementsAre("PrinterService: NotesBridge failed: no Notes"));
+    EXPECT_THAT(screen.shown, ElementsAre("Couldn't add to Notes: no Notes"));
+    EXPECT_EQ(log.lines().back(), "PrinterService: added note for Letter");
 }
 
 TEST_F(PrinterServiceTest, SavesInTheFolderThatTheSettingsNameWhenTheJobComes)

@@ -16,10 +16,10 @@ FOREIGN = {
     "libdeflate": r"libdeflate\.h$",
     "libseccomp": r"seccomp\.h$",
     "nlohmann-json": r"nlohmann/",
-    "sdbus-c++": r"sdbus-c\+\+/",
     "poppler": r"poppler-",
     "qpdf": r"qpdf/",
-    "systemd": r"systemd/",
+    "sd-bus": r"systemd/sd-bus\.h$",
+    "sd-journal": r"systemd/(?!sd-bus)",
     "tesseract": r"tesseract/",
     "utf8proc": r"utf8proc\.h$",
 }

@@ -1,7 +1,7 @@
 #include "platform/dnssd/AvahiQueuePoll.h"
 
 #include "platform/base/FileDescriptor.h"
-#include "platform/dnssd/BusSocketWatch.h"
+#include "platform/filewatch/SocketFileWatch.h"
 #include "platform/queue/SystemQueues.h"
 #include "support/RecordingLog.h"
 #include "support/TemporaryFolder.h"
@@ -120,9 +120,9 @@ TEST_F(AvahiQueuePollTest, NoticesABusWhoseFolderHasYetToBeMade)
 {
     const TemporaryFolder folder;
     const auto socket = folder.path() / "run" / "dbus" / "socket";
-    std::unique_ptr<BusSocketWatch> watch;
+    std::unique_ptr<SocketFileWatch> watch;
     queue->sync([&] {
-        watch = std::make_unique<BusSocketWatch>(socket, *queue, [&] {
+        watch = std::make_unique<SocketFileWatch>(socket, *queue, [&] {
             watch.reset();
             done.set_value();
         });

@@ -75,6 +75,41 @@ TEST(UserFolders, AreWhereTheUserPutThem)
     }
 }
 
+TEST(UserFolders, SayWhereTheDocumentsAre)
+{
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "/home/u/Documents"},
+        {"# XDG_DOCUMENTS_DIR=\"/no\"\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n",
+         "/home/u/Dokumente"},
+        {" XDG_DOCUMENTS_DIR=\"/a b/\\\"c\\$\" # mine", "/a b/\"c$"},
+        {"XDG_DOCUMENTS_DIR=\"/first\"\nXDG_DOCUMENTS_DIR=\"/last\"", "/last"},
+        {"XDG_DOCUMENTS_DIR=\"relative\"\nXDG_DOCUMENTS_DIR=/unquoted", "/home/u/Documents"},
+        {"XDG_DOCUMENTS_DIR=\"/cut\\", "/cut"}};
+    const TemporaryFolder folder;
+    for (const auto& [lines, documents] : cases) {
+        folder.write("user-dirs.dirs", lines);
+        EXPECT_EQ(documentsFolder({.configHome = folder.path(), .home = "/home/u"}), documents);
+    }
+}
+
+TEST(AtomicFile, GivesANewFileNoNameThatIsTaken)
+{
+    const TemporaryFolder folder;
+    const fs::path source = folder.write("source", std::string(300000, 's')),
+                   taken = folder.write("taken", "old");
+    fs::create_symlink("nowhere", folder.path() / "link");
+    for (const fs::path& target : {taken, folder.path() / "link"}) {
+        EXPECT_EQ(writeNewFileAtomically(target, {}), failure(SystemError{EEXIST}));
+        EXPECT_EQ(copyToNewFileAtomically(source, target), failure(SystemError{EEXIST}));
+    }
+    EXPECT_EQ(copyToNewFileAtomically(folder.path(), folder.path() / "new"),
+              failure(SystemError{EISDIR}));
+    EXPECT_EQ(folder.read("taken"), "old");
+    EXPECT_EQ(folder.entryCount(), 3);
+    ASSERT_TRUE(copyToNewFileAtomically(source, folder.path() / "copy"));
+    EXPECT_EQ(folder.read("copy"), folder.read("source"));
+}
+
 TEST(AtomicFile, TakesTheTargetsPlaceAndLeavesNothingElse)
 {
     const TemporaryFolder folder;

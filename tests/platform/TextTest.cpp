@@ -1,5 +1,7 @@
 #include "platform/text/Text.h"
 
+#include "platform/text/DisplayText.h"
+
 #include <gtest/gtest.h>
 
 namespace korvane::text {
@@ -90,6 +92,27 @@ TEST(Text, CutsToASizeInBytesBetweenCharactersOrSequences)
         EXPECT_EQ(prefixFitting(text, bytes), characters) << PrintToString(text);
         EXPECT_EQ(prefixOfSequences(text, bytes), sequences) << PrintToString(text);
     }
+}
+
+TEST(Text, ShowsAStrangersTextSoThatItCannotSteerWhatShowsIt)
+{
+    const std::tuple<std::string, std::size_t, std::string> cases[] = {
+        {"plain\nÄ", 7, "plain\nÄ"},
+        {"a\x1B[1m\t\x7F\u0085\u2028b", 20, "a [1m    b"},
+        {"\xE2\x80\xAE"
+         "gpj\xE2\x81\xA6.exe\xE2\x80\x8F",
+         20, "gpj.exe\xE2\x80\x8F"},
+        {"a\xFF\xC3", 3, "a\uFFFD\uFFFD"},
+        {std::string("a\0b", 3), 3, "a b"},
+        {std::string(family) + "xyzabc", 5, std::string(family) + "xyza…"},
+        {std::string(1 << 20, 'x'), 2, "xx…"}};
+    for (const auto& [text, limit, shown] : cases) {
+        EXPECT_EQ(displayText(text, limit), shown) << PrintToString(text.substr(0, 40));
+    }
+    std::string marks;
+    for (int i = 0; i < 5000; ++i) marks += "\u0301";
+    EXPECT_LE(displayText("e" + marks, 10).size(), 10U * 8 + 3);
+    EXPECT_EQ(displayLine("two\nlines", 9), "two lines");
 }
 
 } // namespace korvane::text

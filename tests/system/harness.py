@@ -73,7 +73,8 @@ def memory_kib(process, measure):
 class Agent:
     """One running agent with a home and a save folder of its own."""
 
-    def __init__(self, settings=None, configured=True, preexec=None, folder=None):
+    def __init__(self, settings=None, configured=True, preexec=None, folder=None,
+                 environment=None):
         self.home = pathlib.Path(tempfile.mkdtemp(prefix="korvane-"))
         self.support = self.home / "config" / "Korvane"
         self.saved = folder or self.home / "saved"
@@ -82,9 +83,10 @@ class Agent:
         self.lines = []
         if configured:
             self.write_settings(**(settings or {}))
-        environment = {"PATH": os.environ["PATH"], "HOME": str(self.home),
-                       "XDG_CONFIG_HOME": str(self.home / "config"), "TZ": "UTC"}
-        self.process = subprocess.Popen([AGENT], env=environment, stderr=subprocess.PIPE,
+        variables = {"PATH": os.environ["PATH"], "HOME": str(self.home),
+                     "XDG_CONFIG_HOME": str(self.home / "config"), "TZ": "UTC"}
+        variables.update(environment or {})
+        self.process = subprocess.Popen([AGENT], env=variables, stderr=subprocess.PIPE,
                                         stdin=subprocess.DEVNULL, preexec_fn=preexec)
         self.reader = threading.Thread(target=self._read, daemon=True)
         self.reader.start()

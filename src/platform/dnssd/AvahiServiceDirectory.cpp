@@ -1,9 +1,10 @@
 #include "platform/dnssd/AvahiServiceDirectory.h"
 
 #include "platform/dnssd/AvahiQueuePoll.h"
-#include "platform/dnssd/BusSocketWatch.h"
 #include "platform/dnssd/DaemonResponder.h"
 #include "platform/dnssd/EmbeddedResponder.h"
+#include "platform/dnssd/SystemBusSocket.h"
+#include "platform/filewatch/SocketFileWatch.h"
 
 #include <chrono>
 #include <utility>
@@ -43,8 +44,8 @@ private:
             daemon_ = std::move(*daemon);
             busWatch_.reset();
         } else if (!busWatch_) {
-            busWatch_ = std::make_unique<BusSocketWatch>(systemBusSocket(), queue_,
-                                                         [this] { lookForDaemon(); });
+            busWatch_ = std::make_unique<SocketFileWatch>(systemBusSocket(), queue_,
+                                                          [this] { lookForDaemon(); });
         }
     }
 
@@ -79,7 +80,7 @@ private:
     AvahiQueuePoll poll_;
     std::unique_ptr<EmbeddedResponder> embedded_;
     std::unique_ptr<DaemonResponder> daemon_;
-    std::unique_ptr<BusSocketWatch> busWatch_;
+    std::unique_ptr<SocketFileWatch> busWatch_;
     std::unique_ptr<DelayedTask> reconnection_;
     std::unique_ptr<DelayedTask> outcome_;
 };

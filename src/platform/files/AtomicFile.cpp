@@ -5,10 +5,13 @@
 #include "platform/system/UUID.h"
 
 #include <fcntl.h>
+#include <sys/sendfile.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <string>
 #include <utility>
 
 namespace korvane {
@@ -45,12 +48,49 @@ void synchroniseFolder(int folder)
     if (readable) ::fsync(readable.get());
 }
 
-Result<void, SystemError> rename(int folder, const std::string& from, const std::string& to)
+/** Gives the file its name. Where a file system cannot rename without replacing, a second name for
+ * the file does the same. */
+Result<void, SystemError> place(int folder, const std::string& from, const std::string& to,
+                                AtomicFile::Present present)
 {
-    if (::renameat(folder, from.c_str(), folder, to.c_str()) != 0) {
+    const unsigned flags = present == AtomicFile::Present::kept ? RENAME_NOREPLACE : 0;
+    if (::renameat2(folder, from.c_str(), folder, to.c_str(), flags) == 0) return {};
+    if (errno != EINVAL || present == AtomicFile::Present::replaced) return failure(SystemError::last());
+    if (::linkat(folder, from.c_str(), folder, to.c_str(), 0) != 0) {
         return failure(SystemError::last());
     }
+    ::unlinkat(folder, from.c_str(), 0);
     return {};
+}
+
+/** One step of copying: how many bytes it took, 0 at the end. */
+ssize_t copyStep(int source, int file)
+{
+    constexpr std::size_t copySize = std::size_t{64} << 20;
+    const ssize_t copied = ::copy_file_range(source, nullptr, file, nullptr, copySize, 0);
+    if (copied > 0 || (copied < 0 && errno == EINTR)) return copied;
+    // Not every two file systems can do it between them, and some only say that there is nothing.
+    return ::sendfile(file, source, nullptr, copySize);
+}
+
+Result<void, SystemError> copyAll(int source, int file)
+{
+    for (;;) {
+        const ssize_t copied = copyStep(source, file);
+        if (copied == 0) return {};
+        if (copied < 0 && errno != EINTR) return failure(SystemError::last());
+    }
+}
+
+Result<void, SystemError> writeAtomically(const std::filesystem::path& target,
+                                          std::span<const std::uint8_t> bytes,
+                                          AtomicFile::Present present)
+{
+    return AtomicFile::create(target).and_then([&](AtomicFile&& file) {
+        return DescriptorOutput(file.descriptor()).write(bytes).and_then([&] {
+            return file.publish(present);
+        });
+    });
 }
 
 } // namespace
@@ -79,10 +119,12 @@ AtomicFile::~AtomicFile()
     if (file_) ::unlinkat(folder_.get(), temporaryName_.c_str(), 0);
 }
 
-Result<void, SystemError> AtomicFile::publish()
+Result<void, SystemError> AtomicFile::publish(Present present)
 {
     return synchronise(file_.get())
-        .and_then([this] { return rename(folder_.get(), temporaryName_, targetName_); })
+        .and_then([this, present] {
+            return place(folder_.get(), temporaryName_, targetName_, present);
+        })
         .map([this] {
             file_ = FileDescriptor();
             synchroniseFolder(folder_.get());
@@ -92,9 +134,23 @@ Result<void, SystemError> AtomicFile::publish()
 Result<void, SystemError> writeFileAtomically(const std::filesystem::path& target,
                                               std::span<const std::uint8_t> bytes)
 {
-    return AtomicFile::create(target).and_then([&](AtomicFile&& file) {
-        return DescriptorOutput(file.descriptor()).write(bytes).and_then([&] {
-            return file.publish();
+    return writeAtomically(target, bytes, AtomicFile::Present::replaced);
+}
+
+Result<void, SystemError> writeNewFileAtomically(const std::filesystem::path& target,
+                                                 std::span<const std::uint8_t> bytes)
+{
+    return writeAtomically(target, bytes, AtomicFile::Present::kept);
+}
+
+Result<void, SystemError> copyToNewFileAtomically(const std::filesystem::path& source,
+                                                  const std::filesystem::path& target)
+{
+    return openRegularFile(source).and_then([&](const FileDescriptor& opened) {
+        return AtomicFile::create(target).and_then([&](AtomicFile&& file) {
+            return copyAll(opened.get(), file.descriptor()).and_then([&] {
+                return file.publish(AtomicFile::Present::kept);
+            });
         });
     });
 }

@@ -19,6 +19,9 @@ namespace korvane {
  */
 class AtomicFile {
 public:
+    /** What becomes of what has the target's name already. */
+    enum class Present { replaced, kept };
+
     static Result<AtomicFile, SystemError> create(const std::filesystem::path& target);
 
     AtomicFile(AtomicFile&&) = default;
@@ -28,8 +31,9 @@ public:
     /** Where to write. */
     int descriptor() const { return file_.get(); }
 
-    /** Gives the file its name; to be called once. On failure the target is as it was. */
-    Result<void, SystemError> publish();
+    /** Gives the file its name; to be called once. On failure the target is as it was; EEXIST when
+     *  it was to be kept. */
+    Result<void, SystemError> publish(Present present = Present::replaced);
 
 private:
     AtomicFile(FileDescriptor folder, FileDescriptor file, std::string temporaryName,
@@ -44,5 +48,13 @@ private:
 /** Writes a file whole or not at all, as above. */
 Result<void, SystemError> writeFileAtomically(const std::filesystem::path& target,
                                               std::span<const std::uint8_t> bytes);
+
+/** The same for a name that nothing has yet: EEXIST when something does, and it stays as it is. */
+Result<void, SystemError> writeNewFileAtomically(const std::filesystem::path& target,
+                                                 std::span<const std::uint8_t> bytes);
+
+/** The same for the content of a regular file, which shares its blocks where the disk can. */
+Result<void, SystemError> copyToNewFileAtomically(const std::filesystem::path& source,
+                                                  const std::filesystem::path& target);
 
 } // namespace korvane

@@ -1,7 +1,6 @@
 #include "platform/files/Files.h"
 
 #include "platform/base/ByteBuffer.h"
-#include "platform/base/FileDescriptor.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -51,13 +50,20 @@ Result<Data, SystemError> readAll(int file, std::size_t limit)
 
 } // namespace
 
-Result<Data, SystemError> readFile(const std::filesystem::path& path, std::size_t limit)
+Result<FileDescriptor, SystemError> openRegularFile(const std::filesystem::path& path)
 {
     if (!canNameFile(path)) return failure(SystemError{EINVAL});
     // Opening a pipe would otherwise wait for its other end.
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!file) return failure(SystemError::last());
-    return requireRegular(file.get()).and_then([&] { return readAll(file.get(), limit); });
+    if (const auto regular = requireRegular(file.get()); !regular) return failure(regular.error());
+    return file;
+}
+
+Result<Data, SystemError> readFile(const std::filesystem::path& path, std::size_t limit)
+{
+    return openRegularFile(path).and_then(
+        [&](const FileDescriptor& file) { return readAll(file.get(), limit); });
 }
 
 bool fileExists(const std::filesystem::path& path)

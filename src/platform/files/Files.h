@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/base/Data.h"
+#include "platform/base/FileDescriptor.h"
 #include "platform/base/Result.h"
 #include "platform/base/SystemError.h"
 
@@ -9,9 +10,13 @@
 
 namespace korvane {
 
+/** Opens a regular file for reading. A folder is EISDIR, and a pipe or a device EINVAL: none of
+ *  them is waited for. */
+Result<FileDescriptor, SystemError> openRegularFile(const std::filesystem::path& path);
+
 /**
- * The whole content of a regular file of at most `limit` bytes. A larger file is EFBIG, a folder
- * EISDIR, and a pipe or a device EINVAL: none of them is waited for or read from.
+ * The whole content of a regular file of at most `limit` bytes; a larger one is EFBIG. What else
+ * is no regular file fails as above.
  */
 Result<Data, SystemError> readFile(const std::filesystem::path& path, std::size_t limit);
 

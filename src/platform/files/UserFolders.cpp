@@ -1,8 +1,12 @@
 #include "platform/files/UserFolders.h"
 
+#include "platform/files/Files.h"
 #include "platform/system/UserAccount.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <string>
+#include <utility>
 
 namespace korvane {
 
@@ -19,14 +23,58 @@ bool isAbsolute(std::string_view path)
     return path.starts_with('/');
 }
 
+/** More than any user-dirs.dirs that a user or a program has written. */
+constexpr std::size_t largestUserDirectories = std::size_t{64} * 1024;
+
+/** The text between quotation marks, as a shell reads it: a backslash is for the next character. */
+std::string unquoted(std::string_view value)
+{
+    std::string text;
+    for (std::size_t index = 1; index < value.size() && value[index] != '"'; ++index) {
+        if (value[index] == '\\' && ++index == value.size()) break;
+        text += value[index];
+    }
+    return text;
+}
+
+/** The folder of a line of user-dirs.dirs, which begins with "$HOME/" or is absolute; empty for any
+ *  other line. */
+std::filesystem::path documentsInLine(std::string_view line, const std::filesystem::path& home)
+{
+    static constexpr std::string_view key = "XDG_DOCUMENTS_DIR=\"", homeVariable = "$HOME/";
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    if (!line.starts_with(key)) return {};
+    const std::string value = unquoted(line.substr(key.size() - 1));
+    if (value.starts_with(homeVariable)) return home / value.substr(homeVariable.size());
+    return isAbsolute(value) ? std::filesystem::path(value) : std::filesystem::path();
+}
+
 } // namespace
 
 UserFolders makeUserFolders(std::string_view configHome, std::string_view home,
                             std::string_view accountHome)
 {
-    if (isAbsolute(configHome)) return {configHome};
     const std::filesystem::path base = isAbsolute(home) ? home : accountHome;
-    return {base / ".config"};
+    return {.configHome =
+                isAbsolute(configHome) ? std::filesystem::path(configHome) : base / ".config",
+            .home = base};
+}
+
+std::filesystem::path documentsFolder(const UserFolders& user)
+{
+    std::filesystem::path documents = user.home / "Documents";
+    const auto lines = readFile(user.configHome / "user-dirs.dirs", largestUserDirectories);
+    if (!lines) return documents;
+    std::string_view rest = lines->text();
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        // The last line that names a folder counts, as when a shell reads the file.
+        if (auto named = documentsInLine(line, user.home); !named.empty()) {
+            documents = std::move(named);
+        }
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    }
+    return documents;
 }
 
 UserFolders currentUserFolders()

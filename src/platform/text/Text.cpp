@@ -101,6 +101,13 @@ std::string_view firstSequence(std::string_view text)
     return text.substr(0, step.codePoint < 0 ? 0 : step.length);
 }
 
+std::optional<char32_t> firstCodePoint(std::string_view text)
+{
+    const Step step = text.empty() ? Step{} : firstStep(text);
+    if (step.codePoint < 0) return std::nullopt;
+    return static_cast<char32_t>(step.codePoint);
+}
+
 std::string decodeUTF8(std::span<const std::uint8_t> bytes)
 {
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ bool isWellFormedUTF8(std::string_view text);
 
 /** The well-formed sequence of one code point that the text begins with; empty when none does. */
 std::string_view firstSequence(std::string_view text);
+
+/** The code point that the text begins with; nothing when it begins with none. */
+std::optional<char32_t> firstCodePoint(std::string_view text);
 
 /** Without the tabs and Unicode space separators (category Zs) at both ends; line ends stay. */
 std::string_view trimmingHorizontalSpace(std::string_view text);

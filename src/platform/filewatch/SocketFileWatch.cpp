@@ -1,4 +1,4 @@
-#include "platform/dnssd/BusSocketWatch.h"
+#include "platform/filewatch/SocketFileWatch.h"
 
 #include "platform/files/Files.h"
 
@@ -7,8 +7,6 @@
 
 #include <array>
 #include <chrono>
-#include <cstdlib>
-#include <string_view>
 #include <utility>
 
 namespace korvane {
@@ -20,19 +18,8 @@ constexpr std::chrono::seconds startingTime{1};
 
 } // namespace
 
-std::filesystem::path systemBusSocket()
-{
-    const char* variable = std::getenv("DBUS_SYSTEM_BUS_ADDRESS"); // NOLINT(concurrency-mt-unsafe)
-    std::string_view address =
-        variable != nullptr ? variable : "unix:path=/run/dbus/system_bus_socket";
-    constexpr std::string_view prefix = "unix:path=";
-    if (!address.starts_with(prefix)) return {};
-    address.remove_prefix(prefix.size());
-    return address.substr(0, address.find_first_of(",;"));
-}
-
-BusSocketWatch::BusSocketWatch(std::filesystem::path socket, SerialQueue& queue,
-                               std::function<void()> onAppeared)
+SocketFileWatch::SocketFileWatch(std::filesystem::path socket, SerialQueue& queue,
+                                 std::function<void()> onAppeared)
     : socket_(std::move(socket)), queue_(queue), onAppeared_(std::move(onAppeared)),
       inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
 {
@@ -42,12 +29,12 @@ BusSocketWatch::BusSocketWatch(std::filesystem::path socket, SerialQueue& queue,
     look();
 }
 
-void BusSocketWatch::waitForEntry()
+void SocketFileWatch::waitForEntry()
 {
     watch_->whenReadable([this] { handleEntries(); });
 }
 
-void BusSocketWatch::handleEntries()
+void SocketFileWatch::handleEntries()
 {
     std::array<char, 4096> events{};
     while (::read(inotify_.get(), events.data(), events.size()) > 0) {
@@ -56,7 +43,7 @@ void BusSocketWatch::handleEntries()
     look();
 }
 
-void BusSocketWatch::look()
+void SocketFileWatch::look()
 {
     // What is made before its folder is watched goes unnoticed, so we look again; a folder that may
     // not be watched comes up twice.
@@ -69,7 +56,7 @@ void BusSocketWatch::look()
 
 /** Watches the deepest folder on the socket's way that is there, and gives what will be made in it.
  */
-std::filesystem::path BusSocketWatch::watchNearestFolder()
+std::filesystem::path SocketFileWatch::watchNearestFolder()
 {
     std::filesystem::path next = socket_;
     std::filesystem::path folder = next.parent_path();
@@ -81,7 +68,7 @@ std::filesystem::path BusSocketWatch::watchNearestFolder()
     return next;
 }
 
-void BusSocketWatch::announce()
+void SocketFileWatch::announce()
 {
     announcement_ = queue_.after(startingTime, [this] {
         const auto onAppeared = onAppeared_;

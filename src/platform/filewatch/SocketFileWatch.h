@@ -9,19 +9,15 @@
 
 namespace korvane {
 
-/** The socket file of the system bus, from the environment variable that D-Bus defines or the usual
- *  place; empty for an address of another kind. */
-std::filesystem::path systemBusSocket();
-
 /**
  * Tells when a socket file has come or been made anew, by watching the folders on its way
  * (inotify(7)). Used and destroyed on the queue.
  */
-class BusSocketWatch {
+class SocketFileWatch {
 public:
     /** `onAppeared` may destroy the watch. */
-    BusSocketWatch(std::filesystem::path socket, SerialQueue& queue,
-                   std::function<void()> onAppeared);
+    SocketFileWatch(std::filesystem::path socket, SerialQueue& queue,
+                    std::function<void()> onAppeared);
 
 private:
     void waitForEntry();

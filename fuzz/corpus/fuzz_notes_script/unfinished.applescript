@@ -1,0 +1,2 @@
+tell application "Notes"
+if exists folder "

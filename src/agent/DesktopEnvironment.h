@@ -1,0 +1,31 @@
+#pragma once
+
+#include "desktop/NotificationManager.h"
+#include "platform/alert/Alert.h"
+#include "platform/base/Result.h"
+#include "platform/bus/SessionBus.h"
+#include "platform/service/ServiceManager.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace korvane {
+
+/** Makes a note with this title and text in a folder of notes, with the PDF attached; or says why
+ *  not. It takes its time, and is called on a background thread. */
+using AddNote = std::function<Result<void, std::string>(
+    const std::string& title, const std::string& text, const std::string& folder,
+    const std::filesystem::path& pdf)>;
+
+/** The desktop session that the agent runs in. What is referred to outlives the agent. */
+struct DesktopEnvironment {
+    SessionBus& bus;
+    std::shared_ptr<NotificationManager> notifications;
+    Alert& alert;
+    const ServiceManager& serviceManager;
+    AddNote addNote;
+};
+
+} // namespace korvane

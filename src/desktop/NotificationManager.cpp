@@ -1,0 +1,119 @@
+#include "desktop/NotificationManager.h"
+
+#include "platform/system/UUID.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+constexpr const char* notesEnabledCategory = "KV_JOB_NOTES_ENABLED";
+constexpr const char* notesDisabledCategory = "KV_JOB_NOTES_DISABLED";
+constexpr const char* addToNotesAction = "KV_ACTION_ADD_TO_NOTES";
+constexpr const char* revealAction = "KV_ACTION_REVEAL";
+
+/** RFC 9562 in capitals. */
+std::string makeIdentifier()
+{
+    std::string identifier = makeRandomUUID();
+    std::ranges::transform(identifier, identifier.begin(), [](char letter) {
+        return letter >= 'a' && letter <= 'f' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    });
+    return identifier;
+}
+
+} // namespace
+
+void NotificationManager::configure()
+{
+    center_.setResponseHandler([weak = weak_from_this()](const NotificationResponse& response) {
+        if (const auto self = weak.lock()) self->didReceive(response);
+    });
+    const NotificationAction addToNotes{.identifier = addToNotesAction, .title = "Add to Notes"};
+    const NotificationAction reveal{.identifier = revealAction, .title = "Show in Finder"};
+    center_.setCategories({{.identifier = notesEnabledCategory,
+                            .actions = {addToNotes, reveal},
+                            .reportsDismissal = true},
+                           {.identifier = notesDisabledCategory, .actions = {reveal}}});
+    center_.requestAuthorization([weak = weak_from_this()](bool granted, const auto& error) {
+        const auto self = weak.lock();
+        if (!self) return;
+        if (error) self->logFailure("Notifications: auth error: ", *error);
+        self->log_.note(fmt::format("Notifications: granted={}", granted));
+    });
+}
+
+void NotificationManager::postJobNotification(const CompletedJob& job, bool notesEnabled)
+{
+    const std::string identifier = makeIdentifier();
+    {
+        const std::scoped_lock lock(mutex_);
+        pendingJobs_.add(identifier, job);
+    }
+    post({.identifier = identifier,
+          .content = {.title = job.jobName,
+                      .body = job.summary,
+                      .category = notesEnabled ? notesEnabledCategory : notesDisabledCategory,
+                      .userInformation = {{"pdfPath", job.pdfURL.string()}},
+                      .event = "transfer.complete"}},
+         "Notifications: post failed: ");
+}
+
+void NotificationManager::showPortUnavailable(std::uint16_t port, const std::string& reason)
+{
+    post({.identifier = fmt::format("KV_PORT_UNAVAILABLE_{}", port),
+          .content = {.title = "Korvane can't start",
+                      .body = fmt::format("Port {} is unavailable ({}). The printer won't appear "
+                                          "until the port is free, or you pick another one in "
+                                          "Settings.",
+                                          port, reason),
+                      .event = "network.error"}},
+         "Notifications: port-unavailable post failed: ");
+}
+
+void NotificationManager::post(NotificationRequest request, const std::string& failurePrefix)
+{
+    center_.add(std::move(request), [weak = weak_from_this(), failurePrefix](const auto& added) {
+        const auto self = weak.lock();
+        if (!self) return;
+        if (added) {
+            self->isKnownUnavailable_ = false;
+        } else {
+            self->logFailure(failurePrefix, added.error());
+        }
+    });
+}
+
+/** That there is nobody to show notifications is said once, not for every job. */
+void NotificationManager::logFailure(const std::string& prefix, const NotificationError& error)
+{
+    if (error.isUnavailable && std::exchange(isKnownUnavailable_, true)) return;
+    log_.error(prefix + error.description());
+}
+
+void NotificationManager::didReceive(const NotificationResponse& response)
+{
+    const auto job = [&] {
+        const std::scoped_lock lock(mutex_);
+        return pendingJobs_.take(response.identifier);
+    }();
+    if (!job) return;
+    const bool isClick = response.action == NotificationResponse::defaultAction;
+    const bool isForNotes = response.category == notesEnabledCategory;
+    if (response.action == addToNotesAction || (isClick && isForNotes)) {
+        addToNotes(*job);
+    } else if (response.action == revealAction || isClick) {
+        viewer_.reveal(job->pdfURL);
+    }
+}
+
+void NotificationManager::addToNotes(const CompletedJob& job) const
+{
+    if (onAddToNotes) onAddToNotes(job);
+}
+
+} // namespace korvane

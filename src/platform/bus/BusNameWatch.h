@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/bus/SessionBus.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace korvane {
+
+/** Follows who owns a well-known name. Used and destroyed on the bus's queue. */
+class BusNameWatch {
+public:
+    /** The unique name of the owner, empty while there is none. */
+    using OwnerHandler = std::function<void(const std::string& owner)>;
+
+    /** Tells each change of the owner, from none. It starts no service. */
+    BusNameWatch(SessionBus& bus, std::string name, OwnerHandler onChange);
+
+    const std::string& owner() const { return owner_; }
+
+private:
+    void askForOwner();
+    void setOwner(const std::string& owner);
+
+    SessionBus& bus_;
+    const std::string name_;
+    const OwnerHandler onChange_;
+    std::string owner_;
+    /** Told by a signal since we asked: the answer is old by now. */
+    bool isTold_ = false;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    std::unique_ptr<BusSubscription> changes_;
+    std::unique_ptr<BusSubscription> state_;
+};
+
+} // namespace korvane

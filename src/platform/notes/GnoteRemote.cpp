@@ -1,0 +1,121 @@
+#include "platform/notes/GnoteRemote.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <iterator>
+#include <thread>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+constexpr const char* service = "org.gnome.Gnote";
+
+/** Gnote starts in a fraction of a second; a large note takes it a while to read. */
+constexpr std::chrono::seconds answerTime{30};
+
+constexpr std::chrono::milliseconds firstDelay{10};
+constexpr std::chrono::milliseconds longestDelay{10000};
+
+/** Whether the object is not there (yet). */
+bool isMissing(const BusError& error)
+{
+    return error.name == "org.freedesktop.DBus.Error.UnknownMethod" ||
+           error.name == "org.freedesktop.DBus.Error.UnknownObject" ||
+           error.name == "org.freedesktop.DBus.Error.UnknownInterface";
+}
+
+} // namespace
+
+GnoteRemote::GnoteRemote(std::unique_ptr<BlockingBus> bus) : bus_(std::move(bus)) {}
+
+std::unique_ptr<GnoteRemote> GnoteRemote::open(std::unique_ptr<BlockingBus> bus)
+{
+    std::unique_ptr<GnoteRemote> remote(new GnoteRemote(std::move(bus)));
+    if (!remote->isPresent() || !remote->isAnswering()) return nullptr;
+    return remote;
+}
+
+bool GnoteRemote::isPresent()
+{
+    return std::ranges::any_of(
+        std::to_array({"ListActivatableNames", "ListNames"}), [&](const char* member) {
+            const auto reply = bus_->call({.destination = "org.freedesktop.DBus",
+                                           .path = "/org/freedesktop/DBus",
+                                           .interface = "org.freedesktop.DBus",
+                                           .member = member});
+            const auto* const names =
+                reply ? busArgument<std::vector<std::string>>(*reply, 0) : nullptr;
+            return names != nullptr && std::ranges::count(*names, service) > 0;
+        });
+}
+
+bool GnoteRemote::isAnswering()
+{
+    for (auto delay = firstDelay;; delay *= 2) {
+        const auto reply = ask("Version", {});
+        if (reply) return true;
+        if (!isMissing(reply.error()) || delay > longestDelay) return false;
+        std::this_thread::sleep_for(delay);
+    }
+}
+
+BusReply GnoteRemote::ask(const std::string& member, std::vector<std::string> arguments)
+{
+    return bus_->call({.destination = service,
+                       .path = "/org/gnome/Gnote/RemoteControl",
+                       .interface = "org.gnome.Gnote.RemoteControl",
+                       .member = member,
+                       .arguments = {std::make_move_iterator(arguments.begin()),
+                                     std::make_move_iterator(arguments.end())},
+                       .timeout = answerTime});
+}
+
+template <typename T>
+Result<T, NotesFailure> GnoteRemote::call(const std::string& member,
+                                          std::vector<std::string> arguments)
+{
+    const auto reply = ask(member, std::move(arguments));
+    if (!reply) {
+        return failure(
+            NotesFailure{"Gnote failed at " + member + ": " + reply.error().description() + "."});
+    }
+    if (const T* result = busArgument<T>(*reply, 0)) return *result;
+    return failure(NotesFailure{"Gnote gave no sensible answer to " + member + "."});
+}
+
+Result<std::string, NotesFailure> GnoteRemote::createNamedNote(const std::string& title)
+{
+    return call<std::string>("CreateNamedNote", {title});
+}
+
+Result<bool, NotesFailure> GnoteRemote::setNoteContentsXml(const std::string& uri,
+                                                           const std::string& xml)
+{
+    return call<bool>("SetNoteContentsXml", {uri, xml});
+}
+
+Result<std::string, NotesFailure> GnoteRemote::getNoteContentsXml(const std::string& uri)
+{
+    return call<std::string>("GetNoteContentsXml", {uri});
+}
+
+Result<bool, NotesFailure> GnoteRemote::addTagToNote(const std::string& uri, const std::string& tag)
+{
+    return call<bool>("AddTagToNote", {uri, tag});
+}
+
+Result<std::vector<std::string>, NotesFailure>
+GnoteRemote::getAllNotesWithTag(const std::string& tag)
+{
+    return call<std::vector<std::string>>("GetAllNotesWithTag", {tag});
+}
+
+Result<bool, NotesFailure> GnoteRemote::deleteNote(const std::string& uri)
+{
+    return call<bool>("DeleteNote", {uri});
+}
+
+} // namespace korvane

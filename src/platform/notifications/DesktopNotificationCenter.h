@@ -1,0 +1,73 @@
+#pragma once
+
+#include "platform/bus/SessionBus.h"
+#include "platform/notifications/NotificationCenter.h"
+#include "platform/notifications/NotificationServer.h"
+#include "platform/notifications/ShownNotifications.h"
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+/**
+ * Notifications through the server on the session bus (Desktop Notifications Specification 1.2). It
+ * may come late, restart or not answer: what it did not take is failed, and the next request tries
+ * again. Used on the bus's queue.
+ */
+class DesktopNotificationCenter final : public NotificationCenter {
+public:
+    /** `program` is the name of the desktop entry and of the icon. The bus outlives the center. */
+    DesktopNotificationCenter(SessionBus& bus, std::string name, std::string program);
+
+    void setResponseHandler(ResponseHandler handler) override { onResponse_ = std::move(handler); }
+    void setCategories(std::vector<NotificationCategory> categories) override;
+    /** Granted when there is a server that answers. */
+    void requestAuthorization(AuthorizationHandler handler) override;
+    void add(NotificationRequest request, AddHandler handler) override;
+
+private:
+    using Capabilities = std::set<std::string>;
+    using CapabilitiesHandler = std::function<void(const Result<void, NotificationError>&)>;
+    struct Waiting {
+        NotificationRequest request;
+        AddHandler handler;
+    };
+
+    void whenServerIsKnown(CapabilitiesHandler handler);
+    void askForCapabilities();
+    void serverIsKnown(const Result<void, NotificationError>& outcome);
+    void post(Waiting waiting);
+    void posted(const Waiting& waiting, const BusReply& reply);
+    std::vector<BusValue> notifyArguments(const NotificationRequest& request) const;
+    std::vector<std::string> actionsOf(const NotificationContent& content) const;
+    BusDictionary hintsOf(const NotificationContent& content) const;
+    const NotificationCategory* findCategory(const std::string& identifier) const;
+    void handleAction(std::uint32_t number, const std::string& key);
+    void handleClosed(std::uint32_t number, std::uint32_t reason);
+    void respond(const ShownNotifications::Entry& entry, const std::string& action);
+
+    SessionBus& bus_;
+    const std::string name_;
+    const std::string program_;
+    ResponseHandler onResponse_;
+    std::vector<NotificationCategory> categories_;
+    /** What the server can do; nothing while no server has said so. */
+    std::optional<Capabilities> capabilities_;
+    bool isAsking_ = false;
+    std::deque<CapabilitiesHandler> waitingForServer_;
+    /** Identifiers of requests on their way to the server, and the latest that is to replace each.
+     */
+    std::map<std::string, std::optional<Waiting>> underWay_;
+    ShownNotifications shown_;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    NotificationServer server_;
+    std::unique_ptr<BusSubscription> busState_;
+};
+
+} // namespace korvane

@@ -1,0 +1,153 @@
+#include "desktop/NotificationManager.h"
+
+#include "support/FakeNotificationCenter.h"
+#include "support/RecordingLog.h"
+
+#include <gmock/gmock.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace korvane {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Pair;
+
+class NotificationManagerTest : public testing::Test, public FileViewer {
+protected:
+    NotificationManagerTest()
+    {
+        manager->configure();
+        log.clear();
+    }
+
+    void reveal(const std::filesystem::path& file) override
+    {
+        done.push_back("reveal " + file.string());
+    }
+
+    void post(const std::string& name, bool notesEnabled, std::string text = "text")
+    {
+        manager->postJobNotification({.pdfURL = "/saved/" + name,
+                                      .plainText = std::move(text),
+                                      .summary = "Dear",
+                                      .jobName = name},
+                                     notesEnabled);
+    }
+
+    void takeNotes()
+    {
+        manager->onAddToNotes = [this](const CompletedJob& job) {
+            done.push_back("note " + job.jobName);
+        };
+    }
+
+    FakeNotificationCenter center;
+    RecordingLog log;
+    std::shared_ptr<NotificationManager> manager =
+        std::make_shared<NotificationManager>(center, *this, log);
+    /** What the user's choices led to. */
+    std::vector<std::string> done;
+};
+
+TEST_F(NotificationManagerTest, DoesOnceWhatTheUserChooses)
+{
+    const struct {
+        bool notesEnabled;
+        const char* action;
+        std::vector<std::string> outcome;
+    } choices[] = {
+        {true, "KV_ACTION_ADD_TO_NOTES", {"note Letter"}},
+        {true, "KV_ACTION_REVEAL", {"reveal /saved/Letter"}},
+        {true, NotificationResponse::defaultAction, {"note Letter"}},
+        {true, NotificationResponse::dismissAction, {}},
+        {false, "KV_ACTION_REVEAL", {"reveal /saved/Letter"}},
+        {false, NotificationResponse::defaultAction, {"reveal /saved/Letter"}},
+        {false, "unheard of", {}},
+    };
+    takeNotes();
+    for (const auto& choice : choices) {
+        SCOPED_TRACE(choice.action);
+        done.clear();
+        post("Letter", choice.notesEnabled);
+        center.choose(choice.action);
+        EXPECT_EQ(done, choice.outcome);
+        center.choose("KV_ACTION_REVEAL");
+        EXPECT_EQ(done, choice.outcome) << "a second response finds nothing";
+    }
+}
+
+TEST_F(NotificationManagerTest, OffersWhatItsCategoriesSay)
+{
+    ASSERT_EQ(center.categories.size(), 2U);
+    std::map<std::string, std::string> titles;
+    for (const auto& category : center.categories) {
+        for (const auto& action : category.actions) {
+            titles[category.identifier] += action.identifier + "=" + action.title + ";";
+        }
+        EXPECT_EQ(category.reportsDismissal, category.identifier == "KV_JOB_NOTES_ENABLED");
+    }
+    const std::string reveal = "KV_ACTION_REVEAL=Show in Finder;";
+    EXPECT_THAT(titles, ElementsAre(Pair("KV_JOB_NOTES_DISABLED", reveal),
+                                    Pair("KV_JOB_NOTES_ENABLED",
+                                         "KV_ACTION_ADD_TO_NOTES=Add to Notes;" + reveal)));
+    post("Letter", false);
+    EXPECT_EQ(center.latest().content.category, "KV_JOB_NOTES_DISABLED");
+    EXPECT_EQ(center.latest().content.title, "Letter");
+    EXPECT_EQ(center.latest().content.body, "Dear");
+    EXPECT_THAT(center.latest().content.userInformation,
+                ElementsAre(Pair("pdfPath", "/saved/Letter")));
+    EXPECT_THAT(center.latest().identifier,
+                MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[0-9A-F]{4}-[0-9A-F]{12}"));
+}
+
+TEST_F(NotificationManagerTest, DoesNothingForANoteUntilSomebodyTakesNotes)
+{
+    post("Letter", true);
+    center.choose("KV_ACTION_ADD_TO_NOTES");
+    EXPECT_THAT(done, IsEmpty());
+}
+
+TEST_F(NotificationManagerTest, SaysOnceThatNobodyShowsNotificationsButEveryRefusal)
+{
+    center.failure = NotificationError{.isUnavailable = true, .text = "There is no session bus"};
+    manager->configure();
+    post("Letter", false);
+    manager->showPortUnavailable(8631, "taken");
+    EXPECT_THAT(log.lines(), ElementsAre("Notifications: auth error: There is no session bus",
+                                         "Notifications: granted=false"));
+    center.failure.reset();
+    post("Letter", false);
+    center.failure = NotificationError{.text = "refused"};
+    log.clear();
+    post("Letter", false);
+    manager->showPortUnavailable(8631, "taken");
+    EXPECT_THAT(log.errors(), ElementsAre("Notifications: post failed: refused",
+                                          "Notifications: port-unavailable post failed: refused"));
+}
+
+TEST_F(NotificationManagerTest, ForgetsTheOldestOfVeryManyOrVeryLargeJobs)
+{
+    for (const auto& [count, bytes] : {std::pair(256, 0), std::pair(1, 32 << 20)}) {
+        SCOPED_TRACE(count);
+        post("First", false);
+        const auto first = center.latest();
+        post("Second", false);
+        const auto second = center.latest();
+        for (int i = 1; i < count; ++i) post("More", false);
+        if (count == 1) post("Large", false, std::string(static_cast<std::size_t>(bytes) - 5, 'x'));
+        center.respond({first.identifier, first.content.category, "KV_ACTION_REVEAL"});
+        EXPECT_THAT(done, IsEmpty());
+        center.respond({second.identifier, second.content.category, "KV_ACTION_REVEAL"});
+        EXPECT_THAT(done, ElementsAre("reveal /saved/Second"));
+        done.clear();
+    }
+}
+
+} // namespace
+} // namespace korvane

@@ -1,0 +1,191 @@
+#include "platform/base/FileDescriptor.h"
+#include "platform/bus/BlockingBus.h"
+#include "platform/bus/BusAddress.h"
+#include "platform/bus/BusNameWatch.h"
+#include "platform/bus/SystemSessionBus.h"
+#include "platform/queue/SystemQueues.h"
+#include "support/RecordingLog.h"
+#include "support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <future>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvane {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Contains;
+using testing::SizeIs;
+using State = SessionBus::State;
+
+/** A session bus of the test's own, and ourselves on it. */
+class SessionBusTest : public testing::Test {
+protected:
+    ~SessionBusTest() override
+    {
+        queue->sync([this] { bus.reset(); });
+        stopDaemon();
+    }
+
+    void startDaemon()
+    {
+        const std::string option = "--address=" + address;
+        const std::array<const char*, 5> arguments = {"dbus-daemon", "--session", "--nofork",
+                                                      option.c_str(), nullptr};
+        ASSERT_EQ(::posix_spawnp(&daemon.emplace(), "dbus-daemon", nullptr, nullptr,
+                                 const_cast<char* const*>(arguments.data()), environ),
+                  0);
+    }
+
+    void stopDaemon()
+    {
+        if (!daemon) return;
+        ::kill(*daemon, SIGKILL);
+        ::waitpid(*daemon, nullptr, 0);
+        daemon.reset();
+    }
+
+    /** Runs `ask` on the queue, which is given a promise, and waits for what is promised. */
+    template <typename T>
+    T await(const std::function<void(std::shared_ptr<std::promise<T>>)>& ask)
+    {
+        const auto promise = std::make_shared<std::promise<T>>();
+        auto future = promise->get_future();
+        queue->sync([&] { ask(promise); });
+        if (future.wait_for(20s) == std::future_status::ready) return future.get();
+        ADD_FAILURE() << "waited in vain";
+        return {};
+    }
+
+    void waitFor(State state)
+    {
+        std::unique_ptr<BusSubscription> watch;
+        await<bool>([&](const auto& promise) {
+            if (bus->state() == state) return promise->set_value(true);
+            watch = bus->watchState([=](State next) {
+                if (next == state) promise->set_value(true);
+            });
+        });
+        queue->sync([&] { watch.reset(); });
+    }
+
+    static BusCall busCall(const std::string& member, std::vector<BusValue> arguments = {})
+    {
+        return {.destination = "org.freedesktop.DBus",
+                .path = "/org/freedesktop/DBus",
+                .interface = "org.freedesktop.DBus",
+                .member = member,
+                .arguments = std::move(arguments)};
+    }
+
+    BusReply call(const BusCall& call)
+    {
+        return await<std::optional<BusReply>>([&](const auto& promise) {
+                   bus->call(call, [=](const BusReply& reply) { promise->set_value(reply); });
+               })
+            .value_or(failure(BusError{}));
+    }
+
+    RecordingLog log;
+    SystemQueues queues{log};
+    std::shared_ptr<SerialQueue> queue = queues.makeSerial("session.bus");
+    TemporaryFolder folder;
+    std::string address = "unix:path=" + (folder.path() / "bus").string();
+    std::optional<pid_t> daemon;
+    std::unique_ptr<SystemSessionBus> bus = std::make_unique<SystemSessionBus>(address, *queue);
+};
+
+TEST_F(SessionBusTest, JoinsABusThatComesLaterAndThatComesBack)
+{
+    queue->sync([this] { bus->start(); });
+    waitFor(State::absent);
+    EXPECT_EQ(call(busCall("GetId")).error().message, "No such file or directory");
+    startDaemon();
+    waitFor(State::connected);
+    std::vector<std::string> owners;
+    std::optional<BusNameWatch> watch;
+    await<bool>([&](const auto& promise) {
+        watch.emplace(*bus, "org.freedesktop.DBus", [&owners, promise](const std::string& owner) {
+            owners.push_back(owner);
+            if (owners.size() == 1) promise->set_value(true);
+        });
+    });
+    stopDaemon();
+    waitFor(State::absent);
+    startDaemon();
+    waitFor(State::connected);
+    EXPECT_TRUE(call(busCall("GetId")));
+    queue->sync([&] { watch.reset(); });
+    EXPECT_THAT(owners, testing::ElementsAre("org.freedesktop.DBus", "", "org.freedesktop.DBus"));
+}
+
+TEST_F(SessionBusTest, CarriesArgumentsErrorsAndSignals)
+{
+    startDaemon();
+    queue->sync([this] { bus->start(); });
+    waitFor(State::connected);
+    const auto names = call(busCall("ListNames"));
+    ASSERT_TRUE(names);
+    EXPECT_THAT(*busArgument<std::vector<std::string>>(*names, 0),
+                Contains("org.freedesktop.DBus"));
+    const auto credentials =
+        call(busCall("GetConnectionCredentials", {std::string("org.freedesktop.DBus")}));
+    ASSERT_TRUE(credentials);
+    EXPECT_THAT(*busArgument<BusDictionary>(*credentials, 0),
+                Contains(testing::Field(&BusEntry::key, "ProcessID")));
+    EXPECT_EQ(call(busCall("GetNameOwner", {std::string("org.example.Nobody")})).error().name,
+              "org.freedesktop.DBus.Error.NameHasNoOwner");
+    EXPECT_FALSE(call(busCall("GetNameOwner", {std::string("not UTF-8: \xFF")})));
+
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    std::unique_ptr<BusSubscription> arrivals;
+    std::unique_ptr<BlockingBus> other;
+    const auto signal = await<BusSignal>([&](const auto& promise) {
+        arrivals = bus->subscribe({.member = "NameOwnerChanged", .firstArgument = "org.example.Me"},
+                                  [=](const BusSignal& arrived) { promise->set_value(arrived); });
+        // Answered after the match has been taken.
+        bus->call(busCall("GetId"), [&](const BusReply&) {
+            other = openBlockingSessionBus().value_or(nullptr);
+            const auto reply =
+                other->call(busCall("RequestName", {std::string("org.example.Me"), 4U}));
+            EXPECT_EQ(*busArgument<std::uint32_t>(reply.value(), 0), 1U);
+        });
+    });
+    queue->sync([&] { arrivals.reset(); });
+    EXPECT_EQ(signal.sender, "org.freedesktop.DBus");
+    EXPECT_THAT(signal.arguments, SizeIs(3));
+}
+
+TEST_F(SessionBusTest, LeavesAPeerThatHangsToItsTimeAndABusThatHangsAside)
+{
+    startDaemon();
+    queue->sync([this] { bus->start(); });
+    waitFor(State::connected);
+    ::kill(*daemon, SIGSTOP);
+    BusCall unanswered = busCall("GetId");
+    unanswered.timeout = 50ms;
+    EXPECT_EQ(call(unanswered).error().name, "org.freedesktop.DBus.Error.NoReply");
+}
+
+TEST(BusAddress, IsReadAsTheBusDefinesIt)
+{
+    EXPECT_EQ(makeSessionBusAddress("unix:abstract=x", "/run/user/1"), "unix:abstract=x");
+    EXPECT_EQ(makeSessionBusAddress("", "/run/user/1 2"), "unix:path=/run/user/1%202/bus");
+    EXPECT_EQ(makeSessionBusAddress("", "relative"), "");
+    EXPECT_EQ(busSocket("tcp:host=h;unix:guid=0,path=/run/user/1%202/bus,x=y"),
+              "/run/user/1 2/bus");
+    EXPECT_EQ(busSocket("unix:path=/odd%2"), "/odd%2");
+    EXPECT_EQ(busSocket("unix:abstract=/tmp/x"), "");
+}
+
+} // namespace
+} // namespace korvane

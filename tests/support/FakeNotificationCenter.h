@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platform/notifications/NotificationCenter.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace korvane {
+
+/** Notifications that the test sees and answers as the user. */
+class FakeNotificationCenter final : public NotificationCenter {
+public:
+    void setResponseHandler(ResponseHandler handler) override { respond = std::move(handler); }
+    void setCategories(std::vector<NotificationCategory> registered) override
+    {
+        categories = std::move(registered);
+    }
+    void requestAuthorization(AuthorizationHandler handler) override
+    {
+        handler(!failure.has_value(), failure);
+    }
+    void add(NotificationRequest request, AddHandler handler) override
+    {
+        requests.push_back(std::move(request));
+        if (failure) return handler(korvane::failure(*failure));
+        handler({});
+    }
+
+    const NotificationRequest& latest() const { return requests.back(); }
+
+    /** The user chooses an action of the latest notification. */
+    void choose(const std::string& action) const
+    {
+        respond({.identifier = latest().identifier,
+                 .category = latest().content.category,
+                 .action = action});
+    }
+
+    std::vector<NotificationRequest> requests;
+    std::vector<NotificationCategory> categories;
+    ResponseHandler respond;
+    /** What every request meets. */
+    std::optional<NotificationError> failure;
+};
+
+} // namespace korvane
