@@ -37,10 +37,9 @@ protected:
                    });
     }
 
-    void tellCapabilities()
+    void tellCapabilities(const std::vector<std::string>& capabilities = {"actions"})
     {
-        EXPECT_EQ(bus.answer(std::vector<BusValue>{std::vector<std::string>{"actions"}}).member,
-                  "GetCapabilities");
+        EXPECT_EQ(bus.answer(std::vector<BusValue>{capabilities}).member, "GetCapabilities");
     }
 
     /** Answers a Notify, and gives the number that it was to replace. */
@@ -66,6 +65,31 @@ protected:
     DesktopNotificationCenter center{bus, "Korvane", "org.korvane.Agent"};
     std::vector<std::string> outcomes;
 };
+
+TEST_F(DesktopNotificationCenterTest, AsksOfEachServerOnlyWhatItCanDo)
+{
+    const struct {
+        std::vector<std::string> capabilities;
+        std::string body;
+        std::vector<std::string> actions;
+    } servers[] = {{{}, "<b> & \"x\"", {}},
+                   {{"body-markup"}, "&lt;b&gt; &amp; \"x\"", {}},
+                   {{"actions"}, "<b> & \"x\"", {"default", "Open", "OPEN", "Open it"}}};
+    for (const auto& server : servers) {
+        bus.emit({.sender = "org.freedesktop.DBus",
+                  .member = "NameOwnerChanged",
+                  .arguments = {std::string(), std::string(), ":1." + server.body}});
+        center.add({.identifier = "A", .content = {.body = "<b> & \"x\"", .category = "JOB"}},
+                   [](const auto&) {});
+        tellCapabilities(server.capabilities);
+        const BusCall notify = bus.answer(std::vector<BusValue>{1U});
+        EXPECT_EQ(*busArgument<std::string>(notify.arguments, 4), server.body);
+        EXPECT_EQ(*busArgument<std::vector<std::string>>(notify.arguments, 5), server.actions);
+        bus.emit({.sender = "org.freedesktop.DBus",
+                  .member = "NameOwnerChanged",
+                  .arguments = {std::string(), std::string(), std::string()}});
+    }
+}
 
 TEST_F(DesktopNotificationCenterTest, ReplacesARequestWhoseNumberIsNotYetKnownByTheLatestOnly)
 {

@@ -65,15 +65,6 @@ class Notifications(unittest.TestCase):
                              ("Couldn't add to Notes", 0, 2))
             self.assertEqual(session.files.revealed, [])
 
-    def test_asks_of_a_server_only_what_it_can_do(self):
-        for capabilities, actions, body in ((("actions", "body-markup"), 4, "&lt;b&gt; &amp;"),
-                                            (("body",), 0, "<b> &")):
-            with self.subTest(capabilities), Session(capabilities=capabilities) as session:
-                # A notice whose text we know: nothing can listen on a port that is taken.
-                shown = session.show_job("<b> &")
-                self.assertEqual(len(shown["actions"]), actions)
-                self.assertEqual(shown["title"], "<b> &")
-
     def test_shows_hostile_names_as_harmless_text(self):
         long = "Ä" * 16000
         names = {"a\x1b[31m\x07b\x7f\u0085": "a [31m b  ", "evil\u202egnp.exe": "evilgnp.exe",

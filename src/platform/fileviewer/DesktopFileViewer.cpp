@@ -2,6 +2,7 @@
 
 #include "platform/fileviewer/FileURI.h"
 
+#include <chrono>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,7 +22,8 @@ void DesktopFileViewer::reveal(const std::filesystem::path& file)
                .path = "/org/freedesktop/FileManager1",
                .interface = "org.freedesktop.FileManager1",
                .member = "ShowItems",
-               .arguments = {std::vector<std::string>{fileURI(file)}, std::string()}},
+               .arguments = {std::vector<std::string>{fileURI(file)}, std::string()},
+               .timeout = std::chrono::seconds(10)},
               [this, folder = file.parent_path(),
                alive = std::weak_ptr<bool>(alive_)](const BusReply& reply) {
                   if (!reply && !alive.expired()) openFolder(folder);
