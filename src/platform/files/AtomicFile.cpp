@@ -55,7 +55,8 @@ Result<void, SystemError> place(int folder, const std::string& from, const std::
 {
     const unsigned flags = present == AtomicFile::Present::kept ? RENAME_NOREPLACE : 0;
     if (::renameat2(folder, from.c_str(), folder, to.c_str(), flags) == 0) return {};
-    if (errno != EINVAL || present == AtomicFile::Present::replaced) return failure(SystemError::last());
+    if (errno != EINVAL || present == AtomicFile::Present::replaced)
+        return failure(SystemError::last());
     if (::linkat(folder, from.c_str(), folder, to.c_str(), 0) != 0) {
         return failure(SystemError::last());
     }
@@ -122,9 +123,8 @@ AtomicFile::~AtomicFile()
 Result<void, SystemError> AtomicFile::publish(Present present)
 {
     return synchronise(file_.get())
-        .and_then([this, present] {
-            return place(folder_.get(), temporaryName_, targetName_, present);
-        })
+        .and_then(
+            [this, present] { return place(folder_.get(), temporaryName_, targetName_, present); })
         .map([this] {
             file_ = FileDescriptor();
             synchroniseFolder(folder_.get());
