@@ -89,7 +89,8 @@ struct Page {
     /** The same for pages that look and read the same. */
     std::size_t fingerprint() const
     {
-        const auto size = static_cast<std::size_t>(picture.bytes_per_row() * picture.height());
+        const auto size = static_cast<std::size_t>(picture.bytes_per_row()) *
+                          static_cast<std::size_t>(picture.height());
         return std::hash<std::string_view>()({picture.const_data(), size}) ^
                std::hash<std::string>()(text);
     }
