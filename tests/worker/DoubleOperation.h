@@ -20,11 +20,11 @@ enum class DoubleOperation : std::uint16_t {
     withDescriptor,   ///< answers and sends its standard input along
     answeringAnother, ///< answers a request that nobody made
     attempt,          ///< tries what the payload names; answers with the errno value
+    opening,          ///< opens the file the payload names for reading; answers likewise
 };
 
 /** What a process that was taken over would try. */
 enum class Attempt : std::uint8_t {
-    readFile,
     startThread,
     loadLibrary,
     openForWriting,
@@ -32,6 +32,7 @@ enum class Attempt : std::uint8_t {
     makeSocket,
     makeMemoryFile,
     mapExecutable,
+    mapFileExecutable,
     shareMemory,
     raiseLimit,
     runProgram,

@@ -2,14 +2,19 @@
 
 #include "DoubleOperation.h"
 #include "platform/base/ByteBuffer.h"
+#include "platform/base/MemoryFile.h"
 #include "platform/queue/SystemQueues.h"
 #include "platform/sandbox/Sanitizers.h"
 #include "platform/wire/WireReader.h"
 #include "platform/wire/WireWriter.h"
 #include "platform/worker/WorkerPool.h"
 #include "support/RecordingLog.h"
+#include "support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+#include <linux/landlock.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
@@ -160,18 +165,12 @@ TEST_F(WorkerProcessTest, IsLockedIn)
         int error; ///< 0: it succeeds; SIGSYS as a negative number: the process is killed
     };
     const Case cases[] = {
-        {Attempt::readFile, 0},
-        {Attempt::startThread, 0},
-        {Attempt::loadLibrary, 0},
-        {Attempt::openForWriting, EPERM},
-        {Attempt::createFile, EPERM},
-        {Attempt::makeSocket, EPERM},
-        {Attempt::makeMemoryFile, ENOSYS},
-        {Attempt::mapExecutable, ENOSYS},
-        {Attempt::shareMemory, ENOSYS},
-        {Attempt::raiseLimit, ENOSYS},
-        {Attempt::runProgram, -SIGSYS},
-        {Attempt::fork, -SIGSYS},
+        {Attempt::startThread, 0},        {Attempt::loadLibrary, EINVAL},
+        {Attempt::openForWriting, EPERM}, {Attempt::createFile, EPERM},
+        {Attempt::makeSocket, EPERM},     {Attempt::makeMemoryFile, ENOSYS},
+        {Attempt::mapExecutable, ENOSYS}, {Attempt::mapFileExecutable, ENOSYS},
+        {Attempt::shareMemory, ENOSYS},   {Attempt::raiseLimit, ENOSYS},
+        {Attempt::runProgram, -SIGSYS},   {Attempt::fork, -SIGSYS},
         {Attempt::connect, -SIGSYS},
     };
     for (const Case& each : cases) {
@@ -183,6 +182,43 @@ TEST_F(WorkerProcessTest, IsLockedIn)
             EXPECT_EQ(answer.error(), (WorkerFailure{Kind::crashed, -each.error}));
             continue;
         }
+        EXPECT_EQ(WireReader(*std::move(answer)).i32(), each.error);
+    }
+}
+
+TEST_F(WorkerProcessTest, ReadsNoFilesButFontsAndTheLike)
+{
+    if (isSanitized) GTEST_SKIP() << "sanitizers need what the sandbox denies";
+    if (::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) < 1)
+        GTEST_SKIP() << "this kernel has no Landlock";
+    const TemporaryFolder home;
+    // Folders that do not begin at the root are none.
+    for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
+        ::setenv(name, ".", 1);               // NOLINT: no other thread reads it
+    ::setenv("HOME", home.path().c_str(), 1); // NOLINT: no other thread reads it
+    const FileDescriptor document = makeMemoryFile();
+    const std::string agent = "/proc/" + std::to_string(::getpid());
+    struct Case {
+        std::string path;
+        int error = EACCES;
+    };
+    const Case cases[] = {
+        {"/usr/share", 0},
+        {"/etc/fonts/fonts.conf", 0},
+        {home.write(".local/share/fonts/letters.ttf", "font"), 0},
+        {home.write(".config/fontconfig/fonts.conf", "settings"), 0},
+        {home.write(".ssh/id", "secret")},
+        {home.path()},
+        {"/etc/passwd"},
+        {"/proc/self/environ"},
+        {agent + "/environ"},
+        {agent + "/fd"},
+        {agent + "/fd/" + std::to_string(document.get())},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.path);
+        auto answer = ask(DoubleOperation::opening, text(each.path));
+        ASSERT_TRUE(answer) << answer.error().description();
         EXPECT_EQ(WireReader(*std::move(answer)).i32(), each.error);
     }
 }

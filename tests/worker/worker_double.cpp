@@ -39,11 +39,10 @@ int errorOf(bool succeeded)
 int tryTo(Attempt attempt)
 {
     const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
-    const auto mapped = [](int protection, int flags) {
-        return errorOf(::mmap(nullptr, 4096, protection, flags, -1, 0) != MAP_FAILED);
+    const auto mapped = [](int protection, int flags, int file = -1) {
+        return errorOf(::mmap(nullptr, 4096, protection, flags, file, 0) != MAP_FAILED);
     };
     switch (attempt) {
-    case Attempt::readFile: return errorOf(::open("/etc/passwd", O_RDONLY | O_CLOEXEC) >= 0);
     case Attempt::startThread: return std::thread([] {}).join(), 0;
     case Attempt::loadLibrary: return ::dlopen("libutil.so.1", RTLD_NOW) != nullptr ? 0 : EINVAL;
     case Attempt::openForWriting: return errorOf(::open("/dev/null", O_WRONLY | O_CLOEXEC) >= 0);
@@ -52,6 +51,9 @@ int tryTo(Attempt attempt)
     case Attempt::makeSocket: return errorOf(::socket(AF_INET, SOCK_STREAM, 0) >= 0);
     case Attempt::makeMemoryFile: return errorOf(::memfd_create("x", 0) >= 0);
     case Attempt::mapExecutable: return mapped(PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS);
+    case Attempt::mapFileExecutable:
+        return mapped(PROT_READ | PROT_EXEC, MAP_PRIVATE,
+                      ::open("/etc/fonts/fonts.conf", O_RDONLY | O_CLOEXEC));
     case Attempt::shareMemory: return mapped(PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS);
     case Attempt::raiseLimit: return errorOf(::setrlimit(RLIMIT_DATA, &unlimited) == 0);
     case Attempt::runProgram: return errorOf(::execl("/bin/true", "true", nullptr) == 0);
@@ -137,6 +139,10 @@ OperationTable makeOperations()
     });
     add(attempt, [](WireReader& request, WireWriter& answer) {
         answer.i32(tryTo(Attempt{request.u8()}));
+        return request.finished();
+    });
+    add(opening, [](WireReader& request, WireWriter& answer) {
+        answer.i32(errorOf(::open(request.string().c_str(), O_RDONLY | O_CLOEXEC) >= 0));
         return request.finished();
     });
     return table;

@@ -1,8 +1,10 @@
 #include "platform/sandbox/Sandbox.h"
 
+#include "platform/sandbox/ReadableFiles.h"
 #include "platform/sandbox/Sanitizers.h"
 #include "platform/sandbox/SystemCallFilter.h"
 
+#include <iconv.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -37,16 +39,25 @@ Result<void, SystemError> bind(const Bound& bound)
     return {};
 }
 
+/** Poppler's text passes through UTF-16, a conversion that the C library loads when it is first
+ * asked for, and keeps for as long as somebody has it open: for good. */
+void loadCharacterConversion()
+{
+    static_cast<void>(::iconv_open("UTF-8", "UTF-16"));
+}
+
 } // namespace
 
 Result<void, SystemError> enterSandbox()
 {
     if (isSanitized) return {};
+    loadCharacterConversion();
     // A file that grows too long is an error of that write.
     std::signal(SIGXFSZ, SIG_IGN);
     for (const Bound& bound : bounds) {
         if (auto bounded = bind(bound); !bounded) return bounded;
     }
+    if (auto confined = confineReading(); !confined) return confined;
     return filterSystemCalls();
 }
 

@@ -183,7 +183,7 @@ private:
     int failed_;
 };
 
-/** Fonts, their cache, and recognition data are read from wherever they are installed. */
+/** Which files can be read is not seen from here: see ReadableFiles.h. */
 void addFileRules(Filter& filter)
 {
     struct Open {
@@ -202,8 +202,8 @@ void addFileRules(Filter& filter)
     filter.rule(SCMP_ACT_ALLOW, SCMP_SYS(ioctl), {is(1, TCGETS)});
 }
 
-/** No memory that is both written and executed. Libraries may be loaded: character conversion does
- * that. Memory that is shared without a file would escape the bound on memory. */
+/** No memory becomes executable, not even a file's: the process can write to some. Memory that is
+ * shared without a file would escape the bound on memory. */
 void addMemoryRules(Filter& filter)
 {
     constexpr unsigned protection = 2;
@@ -213,9 +213,6 @@ void addMemoryRules(Filter& filter)
                 {bits(protection, PROT_EXEC, 0), bits(flags, MAP_ANONYMOUS, 0)});
     filter.rule(SCMP_ACT_ALLOW, map,
                 {bits(protection, PROT_EXEC, 0), bits(flags, MAP_TYPE, MAP_PRIVATE)});
-    filter.rule(
-        SCMP_ACT_ALLOW, map,
-        {bits(protection, PROT_EXEC | PROT_WRITE, PROT_EXEC), bits(flags, MAP_ANONYMOUS, 0)});
     filter.rule(SCMP_ACT_ALLOW, SCMP_SYS(mprotect), {bits(protection, PROT_EXEC, 0)});
 }
 
