@@ -12,7 +12,8 @@ AgentAppDelegate::AgentAppDelegate(std::string build, const SettingsStore& store
                                    const ServerEnvironment& environment, const JobEnvironment& jobs,
                                    SettingsObserver::Subscribe settingsChanges)
     : build_(std::move(build)), store_(store), hostName_(std::move(hostName)),
-      environment_(environment), jobs_(jobs), log_(environment.log), observer_(std::move(settingsChanges))
+      environment_(environment), jobs_(jobs), log_(environment.log),
+      observer_(std::move(settingsChanges))
 {
 }
 

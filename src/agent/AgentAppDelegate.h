@@ -20,8 +20,7 @@ public:
      *  have changed. All that is referred to outlives the delegate. */
     AgentAppDelegate(std::string build, const SettingsStore& store,
                      std::optional<std::string> hostName, const ServerEnvironment& environment,
-                     const JobEnvironment& jobs,
-                     SettingsObserver::Subscribe settingsChanges);
+                     const JobEnvironment& jobs, SettingsObserver::Subscribe settingsChanges);
 
     /** The event loop has begun. */
     void applicationDidFinishLaunching();

@@ -2,30 +2,26 @@
 
 #include "platform/documents/DocumentService.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <deque>
 #include <functional>
 #include <future>
-#include <iterator>
 #include <utility>
 #include <vector>
 
 namespace korvane {
 
 /**
- * Asks `count` times, with at most `most` questions open at a time, and joins the answers in the
- * order of the questions, each element as `take` leaves it. The first that fails is the answer;
- * those open then are waited for.
+ * Asks `count` times, with at most `most` questions open at a time, and gives the answers to `use`
+ * in the order of the questions. The first that fails ends it; those open then are waited for.
  */
 template <typename T>
-DocumentAnswer<std::vector<T>>
+DocumentAnswer<void>
 gather(std::size_t count, std::size_t most,
        const std::function<std::future<DocumentAnswer<std::vector<T>>>(std::size_t)>& ask,
-       const std::function<void(T&)>& take = [](T&) {})
+       const std::function<void(T)>& use)
 {
     std::deque<std::future<DocumentAnswer<std::vector<T>>>> open;
-    std::vector<T> joined;
     std::size_t asked = 0;
     while (asked < count || !open.empty()) {
         while (asked < count && open.size() < most) open.push_back(ask(asked++));
@@ -35,11 +31,9 @@ gather(std::size_t count, std::size_t most,
             for (auto& rest : open) rest.wait();
             return failure(std::move(answer.error()));
         }
-        std::ranges::for_each(*answer, take);
-        joined.insert(joined.end(), std::make_move_iterator(answer->begin()),
-                      std::make_move_iterator(answer->end()));
+        for (T& part : *answer) use(std::move(part));
     }
-    return joined;
+    return {};
 }
 
 } // namespace korvane

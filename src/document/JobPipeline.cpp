@@ -6,6 +6,7 @@
 #include "platform/files/AtomicFile.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace korvane {
@@ -68,7 +69,7 @@ void JobPipeline::run(const std::string& jobName, const Data& pdf,
 {
     const std::filesystem::path destination =
         saveDirectory / fileName(jobName, environment_.clock.now());
-    const Recognition recognition = recognize(pdf);
+    const Recognition recognition = recognizeIfPossible(pdf);
     const std::string plainText = joinedTexts(recognition.pages);
     if (!save(jobName, pdf, recognition, destination)) return;
     const CompletedJob job{.pdfURL = destination,
@@ -76,6 +77,17 @@ void JobPipeline::run(const std::string& jobName, const Data& pdf,
                            .summary = makeSummary(plainText, summaryLength),
                            .jobName = jobName};
     environment_.queues.main().async([self = shared_from_this(), job] { self->completion_(job); });
+}
+
+/** Whatever goes wrong in recognition, the document is still to be saved. */
+JobPipeline::Recognition JobPipeline::recognizeIfPossible(const Data& pdf)
+{
+    try {
+        return recognize(pdf);
+    } catch (const std::exception& error) {
+        log_.error(std::string("JobPipeline: saving without recognition: ") + error.what());
+        return {};
+    }
 }
 
 JobPipeline::Recognition JobPipeline::recognize(const Data& pdf)
@@ -107,6 +119,17 @@ Result<void, std::string> JobPipeline::write(const std::string& jobName, const D
                                              const std::filesystem::path& destination)
 {
     if (!recognition.hasSpans()) return writePlainly(destination, pdf);
+    try {
+        return writeSearchably(jobName, recognition, destination);
+    } catch (const std::exception& error) {
+        return failure(std::string(error.what()));
+    }
+}
+
+Result<void, std::string> JobPipeline::writeSearchably(const std::string& jobName,
+                                                       const Recognition& recognition,
+                                                       const std::filesystem::path& destination)
+{
     const auto written = PDFEmbedder::writeSearchablePDF(
         recognition.pages, destination,
         {{"Title", jobName}, {"Author", environment_.author}, {"Subject", subject}},

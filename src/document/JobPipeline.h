@@ -53,12 +53,16 @@ private:
 
     void run(const std::string& jobName, const Data& pdf,
              const std::filesystem::path& saveDirectory);
+    Recognition recognizeIfPossible(const Data& pdf);
     Recognition recognize(const Data& pdf);
     bool save(const std::string& jobName, const Data& pdf, const Recognition& recognition,
               const std::filesystem::path& destination);
     Result<void, std::string> write(const std::string& jobName, const Data& pdf,
                                     const Recognition& recognition,
                                     const std::filesystem::path& destination);
+    Result<void, std::string> writeSearchably(const std::string& jobName,
+                                              const Recognition& recognition,
+                                              const std::filesystem::path& destination);
 
     const JobEnvironment environment_;
     Log& log_;

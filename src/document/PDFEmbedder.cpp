@@ -5,7 +5,9 @@
 #include "platform/text/CodePoints.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
+#include <array>
 #include <utility>
 
 namespace korvane::PDFEmbedder {
@@ -73,6 +75,16 @@ std::vector<PageTextLayer> makeLayers(std::span<const OCRPageResult> pages)
     return layers;
 }
 
+/** Whoever wrote it works on documents that may have broken it. */
+bool beginsLikePDF(int file)
+{
+    constexpr std::string_view header = "%PDF-";
+    std::array<char, header.size()> start{};
+    const ssize_t count = ::pread(file, start.data(), start.size(), 0);
+    return count == static_cast<ssize_t>(header.size()) &&
+           std::string_view(start.data(), start.size()) == header;
+}
+
 } // namespace
 
 std::string_view Error::localizedDescription() const
@@ -106,6 +118,8 @@ Result<void, Error> writeSearchablePDF(std::span<const OCRPageResult> pages,
     }
     const auto written = write(makeLayers(pages), information, file->descriptor());
     if (!written) return failure(makeError(written.error()));
+    if (!beginsLikePDF(file->descriptor()))
+        return failure(Error{Error::Code::workerFailed, "what it wrote is no PDF"});
     return file->publish().map_error([](const SystemError& error) {
         return Error{Error::Code::cannotWrite, error.description()};
     });

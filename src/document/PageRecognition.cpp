@@ -15,6 +15,8 @@ namespace {
 constexpr std::size_t sampleSize = 4;
 /** Lines read in one request: few enough that two cores finish a page together. */
 constexpr std::size_t batchSize = 4;
+/** The sample is waited for: it is spread more finely. */
+constexpr std::size_t sampleBatch = 1;
 /** Where a language reads a page badly, no more than so many others are tried. */
 constexpr std::size_t mostTried = 6;
 /** Tesseract's own measure of the certainty of an orientation. */
@@ -45,6 +47,14 @@ std::vector<PixelBox> boxesAt(const std::vector<PixelBox>& lines,
     return boxes;
 }
 
+std::future<DocumentAnswer<std::vector<RecognizedLine>>> tooLate()
+{
+    std::promise<DocumentAnswer<std::vector<RecognizedLine>>> late;
+    late.set_value(failure(DocumentError{.kind = DocumentError::Kind::recognition,
+                                         .detail = "the page took longer than two minutes"}));
+    return late.get_future();
+}
+
 } // namespace
 
 /** The sampled lines as they read in a language. */
@@ -72,17 +82,33 @@ DocumentAnswer<RecognizedPage> PageRecognition::read(LaidOutPage page,
     deadline_ = deadline;
     readingTurns_ = 0;
     takePage(std::move(page));
-    if (page_.lines.empty() || languages_.empty())
-        return RecognizedPage{.picture = page_.picture};
+    if (page_.lines.empty() || languages_.empty()) return RecognizedPage{.picture = page_.picture};
     auto sample = chooseLanguage();
     if (!sample) return failure(sample.error());
     return readRest(std::move(*sample));
 }
 
+DocumentAnswer<std::vector<RecognizedLine>>
+PageRecognition::readLines(std::span<const std::size_t> indices, std::size_t atOnce,
+                           const std::string& language)
+{
+    std::vector<RecognizedLine> lines;
+    const auto read = gather<RecognizedLine>(
+        (indices.size() + atOnce - 1) / atOnce, 2 * parallelism_,
+        [&](std::size_t batch) {
+            if (std::chrono::steady_clock::now() > deadline_) return tooLate();
+            const std::size_t first = batch * atOnce;
+            const auto some = indices.subspan(first, std::min(atOnce, indices.size() - first));
+            return document_.recognize(page_.picture, boxesAt(page_.lines, some), language);
+        },
+        [&](RecognizedLine line) { lines.push_back(std::move(line)); });
+    if (!read) return failure(read.error());
+    return lines;
+}
+
 DocumentAnswer<PageRecognition::Sample> PageRecognition::readSample(const std::string& language)
 {
-    auto texts =
-        document_.recognize(page_.picture, boxesAt(page_.lines, sampled_), language).get();
+    auto texts = readLines(sampled_, sampleBatch, language);
     if (!texts) return failure(texts.error());
     const ReadingScore score = scoreReading(*texts);
     return Sample{.language = language, .texts = std::move(*texts), .score = score};
@@ -90,11 +116,10 @@ DocumentAnswer<PageRecognition::Sample> PageRecognition::readSample(const std::s
 
 DocumentAnswer<PageRecognition::Sample> PageRecognition::chooseLanguage()
 {
-    std::vector<std::string> usual =
-        languagesOfScript(scriptOfLanguage(users_.empty() ? "eng" : users_.front()), languages_,
-                          users_);
+    std::vector<std::string> usual = languagesOfScript(
+        scriptOfLanguage(users_.empty() ? "eng" : users_.front()), languages_, users_);
     if (usual.empty()) usual.assign(languages_.begin(), languages_.end());
-    auto own = readSample(usual.front());
+    auto own = readFirstPossible(usual);
     if (!own || readsWell(own->score)) return own;
     if (!readsPoorly(own->score)) return tryOthers(std::move(*own), usual);
 
@@ -104,9 +129,22 @@ DocumentAnswer<PageRecognition::Sample> PageRecognition::chooseLanguage()
         std::vector<std::string> written = languagesOfScript(*script, languages_, users_);
         if (!written.empty()) usual = std::move(written);
     }
-    own = readSample(usual.front());
+    own = readFirstPossible(usual);
     if (!own || readsWell(own->score)) return own;
     return tryOthers(std::move(*own), usual);
+}
+
+/** A language whose data is damaged is passed over. */
+DocumentAnswer<PageRecognition::Sample>
+PageRecognition::readFirstPossible(std::vector<std::string>& languages)
+{
+    auto sample = readSample(languages.front());
+    while (!sample && sample.error().kind == DocumentError::Kind::recognition &&
+           languages.size() > 1) {
+        languages.erase(languages.begin());
+        sample = readSample(languages.front());
+    }
+    return sample;
 }
 
 DocumentAnswer<PageRecognition::Sample>
@@ -153,22 +191,7 @@ DocumentAnswer<RecognizedPage> PageRecognition::readRest(Sample sample)
     for (std::size_t index = 0; index < page_.lines.size(); ++index)
         if (!std::binary_search(sampled_.begin(), sampled_.end(), index)) rest.push_back(index);
 
-    const std::size_t batches = (rest.size() + batchSize - 1) / batchSize;
-    auto texts = gather<RecognizedLine>(
-        batches, 2 * parallelism_,
-        [&](std::size_t batch) -> std::future<DocumentAnswer<std::vector<RecognizedLine>>> {
-            if (std::chrono::steady_clock::now() > deadline_) {
-                std::promise<DocumentAnswer<std::vector<RecognizedLine>>> late;
-                late.set_value(failure(
-                    DocumentError{.kind = DocumentError::Kind::recognition,
-                                  .detail = "the page took longer than two minutes"}));
-                return late.get_future();
-            }
-            const auto indices = std::span(rest).subspan(
-                batch * batchSize, std::min(batchSize, rest.size() - batch * batchSize));
-            return document_.recognize(page_.picture, boxesAt(page_.lines, indices),
-                                       sample.language);
-        });
+    auto texts = readLines(rest, batchSize, sample.language);
     if (!texts) return failure(texts.error());
 
     RecognizedPage page{.picture = page_.picture, .readingTurns = readingTurns_};

@@ -36,7 +36,11 @@ public:
 private:
     struct Sample;
 
+    DocumentAnswer<std::vector<RecognizedLine>> readLines(std::span<const std::size_t> indices,
+                                                          std::size_t atOnce,
+                                                          const std::string& language);
     DocumentAnswer<Sample> readSample(const std::string& language);
+    DocumentAnswer<Sample> readFirstPossible(std::vector<std::string>& languages);
     DocumentAnswer<Sample> chooseLanguage();
     DocumentAnswer<Sample> tryOthers(Sample best, std::span<const std::string> languages);
     DocumentAnswer<std::string> setUpright();

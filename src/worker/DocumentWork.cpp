@@ -2,6 +2,8 @@
 
 #include "platform/files/DescriptorOutput.h"
 #include "platform/qpdf/SearchablePDFWriter.h"
+#include "platform/text/CodePoints.h"
+#include "platform/text/Text.h"
 #include "worker/PixelFile.h"
 
 #include <algorithm>
@@ -16,13 +18,19 @@ namespace {
 using wire::DocumentOperation;
 
 /** Text past this is no page's. */
-constexpr std::size_t mostPageText = std::size_t{2} << 20;
+constexpr std::size_t mostPageText = std::size_t{512} << 10;
+
+/** The text of a page may be anything that its fonts say. */
+std::string wellFormed(std::string_view text)
+{
+    return text::isWellFormedUTF8(text) ? std::string(text)
+                                        : text::encodeUTF8(text::codePoints(text));
+}
 
 wire::Status statusOf(PDFReader::Failure failure)
 {
-    return {.code = failure == PDFReader::Failure::needsPassword
-                        ? wire::Status::Code::needsPassword
-                        : wire::Status::Code::notReadable};
+    return {.code = failure == PDFReader::Failure::needsPassword ? wire::Status::Code::needsPassword
+                                                                 : wire::Status::Code::notReadable};
 }
 
 bool answerStatus(WireWriter& answer, const wire::Status& status)
@@ -61,11 +69,13 @@ void DocumentWork::addTo(OperationTable& operations)
 
 bool DocumentWork::listLanguages(WireReader& request, WireWriter& answer)
 {
+    const std::string language = request.string();
     if (!request.finished()) return false;
-    const std::vector<std::string> languages = TextRecognizer::languages();
+    recognizer_.prepare(language);
+    const std::vector<std::string> languages = recognizer_.languages();
     wire::write(answer, Status());
     answer.count(languages.size());
-    for (const std::string& language : languages) answer.string(language);
+    for (const std::string& name : languages) answer.string(name);
     return true;
 }
 
@@ -110,9 +120,9 @@ bool DocumentWork::readPages(WireReader& request, WireWriter& answer)
     if (status.code != Status::Code::done) return true;
     answer.count(count);
     for (std::uint64_t page = first; page < first + count; ++page) {
-        PageInfo info = page < document_->pageCount() ? document_->readPage(page)
-                                                      : PageInfo{.exists = false};
-        if (info.text.size() > mostPageText) info.text.resize(mostPageText);
+        PageInfo info =
+            page < document_->pageCount() ? document_->readPage(page) : PageInfo{.exists = false};
+        info.text = wellFormed(text::prefixOfSequences(info.text, mostPageText));
         wire::write(answer, info);
     }
     return true;
@@ -121,18 +131,16 @@ bool DocumentWork::readPages(WireReader& request, WireWriter& answer)
 bool DocumentWork::answerPicture(std::uint64_t id, const FileDescriptor& file, WireWriter& answer)
 {
     const TextRecognizer::Picture shape = recognizer_.picture();
-    if (!writePixels(file.get(), shape.height, static_cast<std::size_t>(shape.width),
-                     [this](int row, std::span<std::uint8_t> pixels) {
-                         recognizer_.copyRow(row, pixels);
-                     }))
+    if (!writePixels(
+            file.get(), shape.height, static_cast<std::size_t>(shape.width),
+            [this](int row, std::span<std::uint8_t> pixels) { recognizer_.copyRow(row, pixels); }))
         return answerFailure(answer, "no memory for the picture");
     const auto lines = recognizer_.findLines();
     if (!lines) return answerFailure(answer, lines.error());
     wire::write(answer, Status());
-    wire::writeShape(answer, {.id = id,
-                              .width = shape.width,
-                              .height = shape.height,
-                              .resolution = shape.resolution});
+    wire::writeShape(
+        answer,
+        {.id = id, .width = shape.width, .height = shape.height, .resolution = shape.resolution});
     wire::write(answer, *lines);
     pictureNumber_ = id;
     return true;
@@ -151,14 +159,12 @@ bool DocumentWork::layOut(WireReader& request, WireWriter& answer)
     {
         const auto raster = document_->render(page, resolution, false);
         if (!raster) return answerStatus(answer, {.code = Status::Code::noPage});
-        const bool loaded =
-            recognizer_.load({.width = raster->width,
-                              .height = raster->height,
-                              .resolution = raster->resolution},
-                             [&](int row, std::span<std::uint8_t> pixels) {
-                                 std::ranges::copy(raster->row(row), pixels.begin());
-                                 return true;
-                             });
+        const bool loaded = recognizer_.load(
+            {.width = raster->width, .height = raster->height, .resolution = raster->resolution},
+            [&](int row, std::span<std::uint8_t> pixels) {
+                std::ranges::copy(raster->row(row), pixels.begin());
+                return true;
+            });
         if (!loaded) return answerFailure(answer, "no memory for the picture");
     }
     return answerPicture(id, file, answer);
@@ -173,7 +179,9 @@ wire::Status DocumentWork::openPicture(WireReader& request)
     pictureNumber_ = 0;
     const bool loaded = recognizer_.load(
         {.width = shape.width, .height = shape.height, .resolution = shape.resolution},
-        [&](int row, std::span<std::uint8_t> pixels) { return readPixels(file.get(), row, pixels); });
+        [&](int row, std::span<std::uint8_t> pixels) {
+            return readPixels(file.get(), row, pixels);
+        });
     if (!loaded) return {.code = Status::Code::recognition, .detail = "the picture is not whole"};
     pictureNumber_ = shape.id;
     return {};
@@ -188,7 +196,7 @@ bool DocumentWork::turn(WireReader& request, WireWriter& answer)
     if (!request.finished()) return false;
     if (status.code != Status::Code::done) return answerStatus(answer, status);
     pictureNumber_ = 0;
-    recognizer_.turn(quarterTurns);
+    if (!recognizer_.turn(quarterTurns)) return answerFailure(answer, "no memory for the picture");
     return answerPicture(id, file, answer);
 }
 
@@ -199,11 +207,14 @@ bool DocumentWork::recognize(WireReader& request, WireWriter& answer)
     const std::string language = request.string();
     if (!request.finished()) return false;
     if (status.code != Status::Code::done) return answerStatus(answer, status);
-    const auto lines = recognizer_.recognize(boxes, language);
+    auto lines = recognizer_.recognize(boxes, language);
     if (!lines) return answerFailure(answer, lines.error());
     wire::write(answer, Status());
     answer.count(lines->size());
-    for (const RecognizedLine& line : *lines) wire::write(answer, line);
+    for (RecognizedLine& line : *lines) {
+        line.text = wellFormed(line.text);
+        wire::write(answer, line);
+    }
     return true;
 }
 
@@ -229,19 +240,19 @@ bool DocumentWork::render(WireReader& request, WireWriter& answer)
     if (status.code != Status::Code::done) return answerStatus(answer, status);
     const auto raster = document_->render(page, resolution, true);
     if (!raster) return answerStatus(answer, {.code = Status::Code::noPage});
-    const bool written = writePixels(
-        file.get(), raster->height, static_cast<std::size_t>(raster->width) * 4,
-        [&](int row, std::span<std::uint8_t> pixels) {
-            const auto colors = raster->row(row);
-            for (std::size_t pixel = 0; pixel < pixels.size() / 4; ++pixel)
-                std::copy_n(colors.begin() + static_cast<std::ptrdiff_t>(pixel * 3), 3,
-                            pixels.begin() + static_cast<std::ptrdiff_t>(pixel * 4));
-        });
+    const bool written =
+        writePixels(file.get(), raster->height, static_cast<std::size_t>(raster->width) * 4,
+                    [&](int row, std::span<std::uint8_t> pixels) {
+                        const auto colors = raster->row(row);
+                        for (std::size_t pixel = 0; pixel < pixels.size() / 4; ++pixel)
+                            std::copy_n(colors.begin() + static_cast<std::ptrdiff_t>(pixel * 3), 3,
+                                        pixels.begin() + static_cast<std::ptrdiff_t>(pixel * 4));
+                    });
     if (!written) return answerFailure(answer, "no memory for the picture");
     wire::write(answer, Status());
-    wire::writeShape(answer, {.width = raster->width,
-                              .height = raster->height,
-                              .resolution = raster->resolution});
+    wire::writeShape(
+        answer,
+        {.width = raster->width, .height = raster->height, .resolution = raster->resolution});
     return true;
 }
 
@@ -254,9 +265,9 @@ bool DocumentWork::write(WireReader& request, WireWriter& answer)
     const FileDescriptor output = request.descriptor();
     if (!request.finished()) return false;
     DescriptorOutput file(output.get());
-    const auto written = writeSearchablePDF(
-        source, layers, information,
-        [&](std::span<const std::uint8_t> bytes) { return file.write(bytes); });
+    const auto written =
+        writeSearchablePDF(source, layers, information,
+                           [&](std::span<const std::uint8_t> bytes) { return file.write(bytes); });
     wire::write(answer, Status());
     answer.boolean(written.has_value());
     const PDFWriteError error = written ? PDFWriteError() : written.error();

@@ -33,6 +33,14 @@ void OperationTable::add(std::uint16_t code, Operation operation)
 
 WorkerMessage OperationTable::answer(WorkerMessage request) const
 {
+    const std::uint32_t number = request.number;
+    WorkerMessage answer = carryOut(std::move(request));
+    answer.number = number;
+    return answer;
+}
+
+WorkerMessage OperationTable::carryOut(WorkerMessage request) const
+{
     const auto entry = operations_.find(request.code);
     if (entry == operations_.end()) return {.code = refused};
     try {

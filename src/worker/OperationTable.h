@@ -23,6 +23,8 @@ public:
     WorkerMessage answer(WorkerMessage request) const;
 
 private:
+    WorkerMessage carryOut(WorkerMessage request) const;
+
     std::map<std::uint16_t, Operation> operations_;
 };
 

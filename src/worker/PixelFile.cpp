@@ -33,10 +33,9 @@ bool writePixels(int file, int rows, std::size_t rowSize,
     for (int first = 0; first < rows; first += rowsInBlock) {
         const int count = std::min(rowsInBlock, rows - first);
         for (int row = 0; row < count; ++row)
-            fill(first + row, std::span(block).subspan(rowSize * static_cast<std::size_t>(row),
-                                                       rowSize));
-        if (!writeAt(file,
-                     std::span(block).first(rowSize * static_cast<std::size_t>(count)),
+            fill(first + row,
+                 std::span(block).subspan(rowSize * static_cast<std::size_t>(row), rowSize));
+        if (!writeAt(file, std::span(block).first(rowSize * static_cast<std::size_t>(count)),
                      static_cast<off_t>(rowSize) * first))
             return false;
     }

@@ -16,8 +16,8 @@ namespace {
 class AgentAppDelegateTest : public AgentFixture {
 protected:
     AgentAppDelegateTest()
-        : delegate(std::make_shared<AgentAppDelegate>("0.1.0", store, "Office Mac", environment, jobs,
-                                                      [this](Task handler) {
+        : delegate(std::make_shared<AgentAppDelegate>("0.1.0", store, "Office Mac", environment,
+                                                      jobs, [this](Task handler) {
                                                           signal = std::move(handler);
                                                           return nullptr;
                                                       }))

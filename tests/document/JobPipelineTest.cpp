@@ -103,7 +103,7 @@ TEST_F(JobPipelineTest, LaysTheRecognisedWordsOverTheDocument)
     EXPECT_EQ(completed[0].plainText, letter + "\n\n\n\nB");
     EXPECT_EQ(completed[0].summary, letter + "  B");
     EXPECT_EQ(completed[0].jobName, name);
-    EXPECT_EQ(folder.read(completed[0].pdfURL.filename()), "searchable");
+    EXPECT_EQ(folder.read(completed[0].pdfURL.filename()), "%PDF-searchable");
     EXPECT_EQ(folder.entryCount(), 1);
     EXPECT_EQ(documents.information, (DocumentInformation{{"Author", "ann"},
                                                           {"Creator", "Korvane"},

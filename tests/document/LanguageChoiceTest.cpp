@@ -7,9 +7,9 @@ namespace {
 
 TEST(LanguageChoice, OffersTheUsersLanguagesOfAScriptFirst)
 {
-    const std::vector<std::string> installed = {"deu",  "eng",     "fra", "jpn",     "kor",
-                                                "kmr",  "kur_ara", "ara", "xyz",     "rus",
-                                                "ukr",  "chi_sim", "ell"};
+    const std::vector<std::string> installed = {"deu", "eng",     "fra", "jpn", "kor",
+                                                "kmr", "kur_ara", "ara", "xyz", "rus",
+                                                "ukr", "chi_sim", "ell"};
     struct Case {
         std::string script;
         std::vector<std::string> users;
@@ -25,7 +25,8 @@ TEST(LanguageChoice, OffersTheUsersLanguagesOfAScriptFirst)
         {"Thai", {}, {}},
     };
     for (const Case& each : cases)
-        EXPECT_EQ(languagesOfScript(each.script, installed, each.users), each.chosen) << each.script;
+        EXPECT_EQ(languagesOfScript(each.script, installed, each.users), each.chosen)
+            << each.script;
     EXPECT_EQ(scriptOfLanguage("ell"), "Greek");
     EXPECT_EQ(scriptOfLanguage("el"), "Latin");
     EXPECT_EQ(scriptOfLanguage(""), "Latin");

@@ -105,7 +105,7 @@ TEST_F(OCRTest, GivesNothingForPagesThatCannotBeRead)
     documents.pages.resize(100);
     documents.readError = DocumentError{Kind::notReadable};
     EXPECT_THAT(recognize(), IsEmpty());
-    EXPECT_THAT(log.errors(), ElementsAre("OCR: the pages could not be read: the document is "
+    EXPECT_THAT(log.errors(), ElementsAre("OCR: pages could not be read: the document is "
                                           "damaged or not a PDF"));
     documents.readError.reset();
     log.clear();
@@ -124,10 +124,10 @@ TEST_F(OCRTest, KeepsABoundedAmountOfText)
     documents.pages.assign(40, {.text = std::string(1 << 20, 'x')});
     std::size_t kept = 0;
     for (const OCRPageResult& result : recognize()) {
-        EXPECT_GE(result.plainText.size(), 24U);
         kept += result.plainText.size();
     }
-    EXPECT_LT(kept, std::size_t{17} << 20);
+    EXPECT_EQ(kept, std::size_t{8} << 20);
+    EXPECT_EQ(documents.layOuts, 0);
 }
 
 TEST_F(OCRTest, IsSilentWhenTheAgentEnds)
@@ -136,7 +136,7 @@ TEST_F(OCRTest, IsSilentWhenTheAgentEnds)
     documents.pages = {{.renderError = ending}, {.lines = {"?"}, .recognitionError = ending}};
     EXPECT_EQ(recognize().size(), 2U);
     documents.readError = ending;
-    EXPECT_THAT(recognize(), IsEmpty());
+    EXPECT_EQ(recognize().size(), 2U);
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
@@ -185,6 +185,8 @@ TEST_F(OCRTest, PassesOverALanguageWhoseDataIsDamaged)
     documents.damaged = {"fra"};
     EXPECT_EQ(recognize().at(0).plainText, "Wort");
     documents.damaged = {"eng"};
+    EXPECT_EQ(recognize().at(0).plainText, "Wort");
+    documents.damaged = {"deu", "eng", "fra", "rus"};
     EXPECT_EQ(recognize().at(0).plainText, "");
     EXPECT_THAT(log.errors(), ElementsAre("OCR: Vision perform failed: no engine"));
 }

@@ -55,11 +55,11 @@ TEST(PDFEmbedder, HasEveryPageWrittenUnderANameThatNobodyWaitsFor)
         EXPECT_EQ(layers, (std::vector<PageTextLayer>{{{{"Hello", 10, 21, 24}}, 3}, {}}));
         EXPECT_EQ(information, (DocumentInformation{{"Creator", "Korvane"}, {"Title", "Job"}}));
         EXPECT_EQ(folder.read("job.pdf"), "old");
-        return writing("new")(layers, information, output);
+        return writing("%PDF-new")(layers, information, output);
     };
     ASSERT_TRUE(writeSearchablePDF(std::vector<OCRPageResult>{page, {}}, target,
                                    {{"Title", "Job"}, {"Creator", "Someone"}}, write));
-    EXPECT_EQ(folder.read("job.pdf"), "new");
+    EXPECT_EQ(folder.read("job.pdf"), "%PDF-new");
     EXPECT_EQ(folder.entryCount(), 1);
 }
 
@@ -77,7 +77,9 @@ TEST(PDFEmbedder, SaysWhatFailedAndLeavesTheFolderAsItWas)
          "The source PDF is digitally signed and is not changed (PDFEmbedder error 3: why)"},
         {target, failing(Kind::cannotWrite),
          "Cannot write destination PDF (PDFEmbedder error 4: why)"},
-        {folder.path(), writing("x"),
+        {target, writing("x"),
+         "The PDF writer failed (PDFEmbedder error 5: what it wrote is no PDF)"},
+        {folder.path(), writing("%PDF-"),
          "Cannot write destination PDF (PDFEmbedder error 4: Is a directory)"},
         {target, failing(Kind::workerFailed), "The PDF writer failed (PDFEmbedder error 5: why)"}};
     for (const auto& [destination, write, description] : cases) {

@@ -1,6 +1,7 @@
 #include "platform/qpdf/SearchablePDFWriter.h"
 
 #include "platform/pdf/Helvetica.h"
+#include "platform/pdf/VisualOrder.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestPDF.h"
 
@@ -302,6 +303,20 @@ TEST_F(SearchablePDF, SaysWhenTheOutputTakesNoMore)
         writeSearchablePDF(Data::copying(onePage("")), std::vector{layerOf("x")}, {}, full);
     ASSERT_FALSE(written);
     EXPECT_EQ(written.error(), (PDFWriteError{Kind::cannotWrite, "No space left on device"}));
+}
+
+TEST(VisualOrder, TurnsRoundWhatIsWrittenFromRightToLeft)
+{
+    const std::pair<std::u32string, std::u32string> cases[] = {
+        {U"left (to) right 12", U"left (to) right 12"},
+        {U"אבג", U"גבא"},
+        {U"אב 12:30 גד!", U"!דג 12:30 בא"},
+        {U"see אב גד, or הו.", U"see דג בא, or וה."},
+        {U"אב see it גד", U"דג see it בא"},
+        {U"אב 1-2", U"1-2 בא"},
+        {U"ab אב 12", U"ab 12 בא"},
+        {U"ب\u064Eت", U"ت\u064Eب"}};
+    for (const auto& [read, seen] : cases) EXPECT_EQ(visualOrder(read), seen);
 }
 
 TEST(Helvetica, IsMeasuredAsItIsDrawn)

@@ -74,11 +74,13 @@ public:
     std::future<DocumentAnswer<LaidOutPage>> turn(const PagePicture& picture,
                                                   int quarterTurns) override
     {
-        return answer(laidOut(pageOf(picture), turnsOf(picture) + quarterTurns, picture.resolution));
+        return answer(
+            laidOut(pageOf(picture), turnsOf(picture) + quarterTurns, picture.resolution));
     }
 
     std::future<DocumentAnswer<std::vector<RecognizedLine>>>
-    recognize(const PagePicture& picture, std::vector<PixelBox> lines, std::string language) override
+    recognize(const PagePicture& picture, std::vector<PixelBox> lines,
+              std::string language) override
     {
         const std::scoped_lock lock(content_.mutex);
         content_.linesRead[language] += static_cast<int>(lines.size());
@@ -113,7 +115,7 @@ public:
         content_.layers = layers;
         content_.information = information;
         if (content_.writeError) return failure(*content_.writeError);
-        static_cast<void>(::write(output, "searchable", 10));
+        static_cast<void>(::write(output, "%PDF-searchable", 15));
         return {};
     }
 

@@ -224,7 +224,7 @@ def hostile_documents():
                          "<</Type/Pages/Kids[2 0 R 2 0 R]/Count 2>>"]), ""),
         "Count": (scan.replace(b"/Count 1", b"/Count 2147483647"), "the document has no pages"),
         "Flate bomb": (page_of(pdf_stream(bomb(b"q Q " * 250_000, 2000), "/Filter/FlateDecode")),
-                       "OCR: the pages could not be read: the worker took too long"),
+                       "OCR: pages could not be read: the worker took too long"),
         "Image bomb": (page_of(pdf_stream(b"612 0 0 792 0 0 cm /I Do"),
                                extra=[pdf_stream(bomb(bytes(1 << 20), 3434), image)],
                                resources="/XObject<</I 5 0 R>>"), "OCR: page 1 could not be rendered"),

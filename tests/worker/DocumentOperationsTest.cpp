@@ -23,7 +23,8 @@ void expectRoundTrip(const T& value, Write write, Read read)
 template <typename T, typename Read>
 void expectRoundTrip(const T& value, Read read)
 {
-    expectRoundTrip(value, [](WireWriter& out, const T& each) { write(out, each); }, read);
+    expectRoundTrip(
+        value, [](WireWriter& out, const T& each) { write(out, each); }, read);
 }
 
 TEST(DocumentOperations, ReadBackWhatTheyWrote)
@@ -81,7 +82,8 @@ TEST(DocumentOperations, RefuseWhatMakesNoSense)
         {"an endless resolution", shape(10, 10, infinite), aShape},
         {"an unknown status", [](WireWriter& out) { out.u8(5), out.string(""); },
          [](WireReader& in) { readStatus(in); }},
-        {"more lines than there can be", [](WireWriter& out) { out.count(1), out.u8(0), out.count(9); },
+        {"more lines than there can be",
+         [](WireWriter& out) { out.count(1), out.u8(0), out.count(9); },
          [](WireReader& in) { readLayers(in); }},
     };
     for (const Case& each : cases) {

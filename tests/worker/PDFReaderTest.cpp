@@ -9,10 +9,10 @@ namespace {
 
 PDFReader open(const std::string& pageEntries, const std::string& content = "")
 {
-    auto reader = PDFReader::open(Data::copying(makePDF(
-        {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
-         "<< /Type /Page /Parent 2 0 R /Contents 4 0 R " + pageEntries + " >>",
-         pdfStream(content)})));
+    auto reader = PDFReader::open(Data::copying(
+        makePDF({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+                 "<< /Type /Page /Parent 2 0 R /Contents 4 0 R " + pageEntries + " >>",
+                 pdfStream(content)})));
     EXPECT_TRUE(reader);
     return std::move(*reader);
 }
@@ -36,8 +36,8 @@ TEST(PDFReader, RendersPagesToTheNearestPixelWithinBounds)
     };
     for (const Case& each : cases) {
         SCOPED_TRACE(each.box);
-        const auto raster = open("/MediaBox [" + std::string(each.box) + "]")
-                                .render(0, each.resolution, false);
+        const auto raster =
+            open("/MediaBox [" + std::string(each.box) + "]").render(0, each.resolution, false);
         EXPECT_EQ(raster ? raster->width : 0, each.width);
         EXPECT_EQ(raster ? raster->height : 0, each.height);
         EXPECT_EQ(raster ? raster->resolution : 0, each.fitting);
@@ -84,7 +84,8 @@ TEST(PDFReader, ShowsTheWholeMediaBoxAsAViewerTurnsIt)
                 for (int column = raster->width - 1; column >= 0; --column) {
                     // Green, which the mark has none of; or grey, of which it has little.
                     const std::size_t at =
-                        static_cast<std::size_t>(column) * raster->bytesPerPixel + (inColor ? 1 : 0);
+                        static_cast<std::size_t>(column) * raster->bytesPerPixel +
+                        (inColor ? 1 : 0);
                     if (pixels[at] > 128) continue;
                     ++dark;
                     x = column;

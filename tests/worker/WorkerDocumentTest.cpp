@@ -88,8 +88,9 @@ TEST_F(WorkerDocumentTest, RefusesAnswersThatWereNotAskedFor)
         EXPECT_EQ(each.ask().description(), "the worker's answer made no sense");
     }
     answerWith([](WireWriter& out) { out.boolean(false), out.u8(9), out.string(""); });
-    EXPECT_EQ(document->write({}, {}, picture.pixels->get()).error(),
-              (PDFWriteError{PDFWriteError::Kind::workerFailed, "the worker's answer made no sense"}));
+    EXPECT_EQ(
+        document->write({}, {}, picture.pixels->get()).error(),
+        (PDFWriteError{PDFWriteError::Kind::workerFailed, "the worker's answer made no sense"}));
 }
 
 TEST_F(WorkerDocumentTest, LosesPatienceWithADocumentThatHangsItsWorkers)

@@ -93,7 +93,7 @@ TEST_F(WorkerProcessTest, InheritsNothingButWhatItNeeds)
 TEST_F(WorkerProcessTest, WhateverItDoesCostsTheRequestAlone)
 {
     using enum DoubleOperation;
-    const std::string answerHeader("\0\0\0\0\0\0\0\x4B", 8);
+    const std::string rest("\1\0\0\0\0\0\0\x4B", 8);
     struct Case {
         const char* name;
         DoubleOperation operation;
@@ -111,16 +111,17 @@ TEST_F(WorkerProcessTest, WhateverItDoesCostsTheRequestAlone)
         {"refusal", refusing, {Kind::refused, 1}},
         {"unknown operation", DoubleOperation{999}, {Kind::refused, 1}},
         {"noise", noise, {Kind::protocolBroken}, std::string(64, '\xAA')},
-        {"endless message", noise, {Kind::protocolBroken}, "\xFF\xFF\xFF\xFF" + answerHeader},
+        {"endless message", noise, {Kind::protocolBroken}, "\xFF\xFF\xFF\xFF" + rest},
         {"announced descriptor",
          noise,
          {Kind::protocolBroken},
-         std::string("\0\0\0\0\0\0\1\x4B", 8)},
+         std::string("\0\0\0\0\1\0\0\0\0\0\1\x4B", 12)},
         {"message that stays away",
          noise,
          {Kind::timedOut},
-         std::string("\0\0\0\1\0\0\0\x4B", 8),
+         std::string("\0\0\0\1\1\0\0\0\0\0\0\x4B", 12),
          milliseconds(50)},
+        {"answer to another request", answeringAnother, {Kind::protocolBroken}},
         {"unasked descriptor", withDescriptor, {Kind::protocolBroken}},
     };
     for (const Case& each : cases) {
@@ -132,14 +133,6 @@ TEST_F(WorkerProcessTest, WhateverItDoesCostsTheRequestAlone)
         EXPECT_TRUE(ask(echo, text("next")));
     }
     EXPECT_THAT(log.errors(), testing::IsEmpty());
-}
-
-TEST_F(WorkerProcessTest, OneThatSpeaksUnaskedIsReplaced)
-{
-    EXPECT_TRUE(ask(DoubleOperation::twice));
-    // The second answer reaches a worker without a request, or is taken for that of the next.
-    static_cast<void>(ask(DoubleOperation::echo, text("between")));
-    EXPECT_TRUE(ask(DoubleOperation::echo, text("after")));
 }
 
 TEST_F(WorkerProcessTest, StoppingWaitsForNobody)

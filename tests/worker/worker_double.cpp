@@ -131,9 +131,9 @@ OperationTable makeOperations()
         sendMessage(answer.message());
         hang();
     });
-    add(twice, [](WireReader&, WireWriter&) {
-        sendMessage({});
-        return true;
+    add(answeringAnother, [](WireReader&, WireWriter&) -> bool {
+        sendMessage({.number = 12345});
+        hang();
     });
     add(attempt, [](WireReader& request, WireWriter& answer) {
         answer.i32(tryTo(Attempt{request.u8()}));

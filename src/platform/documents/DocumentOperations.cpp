@@ -1,5 +1,7 @@
 #include "platform/documents/DocumentOperations.h"
 
+#include "platform/text/Text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -9,6 +11,10 @@ namespace korvane::wire {
 namespace {
 
 constexpr std::int64_t mostPixels = 128'000'000;
+/** No line on paper is as long. */
+constexpr std::size_t mostLineText = 16'384;
+/** More lines than a page has. */
+constexpr std::size_t mostBoxes = 4000;
 constexpr std::size_t boxSize = 4 * sizeof(std::int32_t);
 
 /** A number that is none, or out of every reasonable range, makes the message senseless. */
@@ -23,6 +29,14 @@ double readCoordinate(WireReader& in)
 {
     constexpr double most = 1e9;
     return readNumber(in, -most, most);
+}
+
+/** Text from documents goes to places that take well-formed UTF-8 only. */
+std::string readText(WireReader& in)
+{
+    std::string text = in.string();
+    if (!text::isWellFormedUTF8(text)) in.fail();
+    return text;
 }
 
 int readQuarterTurns(WireReader& in)
@@ -68,7 +82,7 @@ PageInfo readPageInfo(WireReader& in)
     page.mediaBox.width = readCoordinate(in);
     page.mediaBox.height = readCoordinate(in);
     page.rotation = readQuarterTurns(in);
-    page.text = in.string();
+    page.text = readText(in);
     return page;
 }
 
@@ -85,7 +99,9 @@ void write(WireWriter& out, const std::vector<PixelBox>& boxes)
 
 std::vector<PixelBox> readBoxes(WireReader& in)
 {
-    std::vector<PixelBox> boxes(in.count(boxSize));
+    const std::size_t count = in.count(boxSize);
+    if (count > mostBoxes) in.fail();
+    std::vector<PixelBox> boxes(in.failed() ? 0 : count);
     for (PixelBox& box : boxes) {
         box.left = in.i32();
         box.top = in.i32();
@@ -110,7 +126,8 @@ void write(WireWriter& out, const RecognizedLine& line)
 RecognizedLine readLine(WireReader& in)
 {
     RecognizedLine line;
-    line.text = in.string();
+    line.text = readText(in);
+    if (line.text.size() > mostLineText) in.fail();
     line.confidence = readNumber(in, 0, 100);
     line.words = in.i32();
     line.dictionaryWords = in.i32();

@@ -18,8 +18,8 @@ namespace korvane::wire {
 /** What a worker is asked for. A request on a document begins with the document, one on a picture
  *  with the picture. Every answer begins with a Status. */
 enum class DocumentOperation : std::uint16_t {
-    languages = 1,   ///< -> names
-    prepare = 2,     ///< language ->
+    languages = 1,   ///< language to prepare -> names of all
+    prepare = 2,     ///< language to prepare ->
     open = 3,        ///< document -> page count
     readPages = 4,   ///< document, first, count -> pages
     layOut = 5,      ///< document, page, resolution, file for the picture -> picture, lines

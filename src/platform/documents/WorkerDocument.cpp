@@ -37,15 +37,12 @@ DocumentError senseless()
 DocumentError errorOf(const wire::Status& status)
 {
     switch (status.code) {
-    case wire::Status::Code::needsPassword:
-        return {.kind = DocumentError::Kind::needsPassword};
-    case wire::Status::Code::noPage:
-        return {.kind = DocumentError::Kind::noPage};
+    case wire::Status::Code::needsPassword: return {.kind = DocumentError::Kind::needsPassword};
+    case wire::Status::Code::noPage: return {.kind = DocumentError::Kind::noPage};
     case wire::Status::Code::recognition:
         return {.kind = DocumentError::Kind::recognition, .detail = status.detail};
     case wire::Status::Code::notReadable:
-    case wire::Status::Code::done:
-        break;
+    case wire::Status::Code::done: break;
     }
     return {.kind = DocumentError::Kind::notReadable};
 }
@@ -160,17 +157,16 @@ std::future<DocumentAnswer<T>> WorkerDocument::ask(wire::DocumentOperation opera
                           .failure = {.kind = WorkerFailure::Kind::cancelled}});
     auto promise = std::make_shared<std::promise<DocumentAnswer<T>>>();
     auto answer = promise->get_future();
-    const auto limit =
-        operation == wire::DocumentOperation::write
-            ? patience() + std::chrono::seconds(pdf_.size() / bytesCopiedInASecond)
-            : patience();
-    workers_.submit(job_, request->message(static_cast<std::uint16_t>(operation)), limit,
-                    [promise, read = std::move(read),
-                     weak = weak_from_this()](WorkerAnswer arrived) {
-                        const auto self = weak.lock();
-                        if (!arrived && self) self->note(arrived.error());
-                        promise->set_value(readAnswer<T>(std::move(arrived), read));
-                    });
+    const auto limit = operation == wire::DocumentOperation::write
+                           ? patience() + std::chrono::seconds(pdf_.size() / bytesCopiedInASecond)
+                           : patience();
+    workers_.submit(
+        job_, request->message(static_cast<std::uint16_t>(operation)), limit,
+        [promise, read = std::move(read), weak = weak_from_this()](WorkerAnswer arrived) {
+            const auto self = weak.lock();
+            if (!arrived && self) self->note(arrived.error());
+            promise->set_value(readAnswer<T>(std::move(arrived), read));
+        });
     return answer;
 }
 
@@ -188,11 +184,9 @@ std::future<DocumentAnswer<std::vector<PageInfo>>> WorkerDocument::readPages(std
         request->u64(first);
         request->u64(count);
     }
-    return ask<std::vector<PageInfo>>(wire::DocumentOperation::readPages, std::move(request),
-                                      [count](WireReader& in) {
-                                          return readExactly<PageInfo>(in, count,
-                                                                       wire::readPageInfo);
-                                      });
+    return ask<std::vector<PageInfo>>(
+        wire::DocumentOperation::readPages, std::move(request),
+        [count](WireReader& in) { return readExactly<PageInfo>(in, count, wire::readPageInfo); });
 }
 
 std::future<DocumentAnswer<LaidOutPage>>
@@ -244,11 +238,11 @@ WorkerDocument::recognize(const PagePicture& picture, std::vector<PixelBox> line
         wire::write(*request, lines);
         request->string(language);
     }
-    return ask<std::vector<RecognizedLine>>(
-        wire::DocumentOperation::recognize, std::move(request),
-        [count = lines.size()](WireReader& in) {
-            return readExactly<RecognizedLine>(in, count, wire::readLine);
-        });
+    return ask<std::vector<RecognizedLine>>(wire::DocumentOperation::recognize, std::move(request),
+                                            [count = lines.size()](WireReader& in) {
+                                                return readExactly<RecognizedLine>(in, count,
+                                                                                   wire::readLine);
+                                            });
 }
 
 std::future<DocumentAnswer<PageOrientation>> WorkerDocument::orientation(const PagePicture& picture)
@@ -270,13 +264,12 @@ DocumentAnswer<Data> WorkerDocument::render(std::size_t page, double resolution)
         request->f64(resolution);
         request->descriptor(duplicate(pixels.get()));
     }
-    const auto size = ask<Size>(wire::DocumentOperation::render, std::move(request),
-                                [](WireReader& in) {
-                                    const PagePicture shape = wire::readShape(in);
-                                    return Size{static_cast<std::uint64_t>(shape.width),
-                                                static_cast<std::uint64_t>(shape.height)};
-                                })
-                          .get();
+    const auto size =
+        ask<Size>(wire::DocumentOperation::render, std::move(request), [](WireReader& in) {
+            const PagePicture shape = wire::readShape(in);
+            return Size{static_cast<std::uint64_t>(shape.width),
+                        static_cast<std::uint64_t>(shape.height)};
+        }).get();
     if (!size) return failure(size.error());
     std::vector<std::uint8_t> bytes(size->width * size->height * 4);
     std::size_t filled = 0;
@@ -300,20 +293,19 @@ Result<void, PDFWriteError> WorkerDocument::write(const std::vector<PageTextLaye
         request->descriptor(duplicate(output));
     }
     bool written = false;
-    const auto answer =
-        ask<PDFWriteError>(wire::DocumentOperation::write, std::move(request),
-                           [&written](WireReader& in) {
-                               written = in.boolean();
-                               PDFWriteError error;
-                               const std::uint8_t kind = in.u8();
-                               if (kind > static_cast<std::uint8_t>(
-                                              PDFWriteError::Kind::workerFailed))
-                                   in.fail();
-                               error.kind = static_cast<PDFWriteError::Kind>(kind);
-                               error.detail = in.string();
-                               return error;
-                           })
-            .get();
+    const auto answer = ask<PDFWriteError>(wire::DocumentOperation::write, std::move(request),
+                                           [&written](WireReader& in) {
+                                               written = in.boolean();
+                                               PDFWriteError error;
+                                               const std::uint8_t kind = in.u8();
+                                               if (kind > static_cast<std::uint8_t>(
+                                                              PDFWriteError::Kind::workerFailed))
+                                                   in.fail();
+                                               error.kind = static_cast<PDFWriteError::Kind>(kind);
+                                               error.detail = in.string();
+                                               return error;
+                                           })
+                            .get();
     return writeAnswer(answer, written);
 }
 

@@ -50,8 +50,8 @@ private:
                                        Result<WireWriter, DocumentError> request,
                                        std::function<T(WireReader&)> read);
 
-    std::future<DocumentAnswer<LaidOutPage>> askForPicture(wire::DocumentOperation operation,
-                                                           Result<WireWriter, DocumentError> request);
+    std::future<DocumentAnswer<LaidOutPage>>
+    askForPicture(wire::DocumentOperation operation, Result<WireWriter, DocumentError> request);
 
     std::chrono::milliseconds patience() const;
     bool isGivenUp() const;

@@ -3,8 +3,8 @@
 #include "platform/documents/DocumentService.h"
 #include "platform/worker/WorkerService.h"
 
+#include <future>
 #include <mutex>
-#include <optional>
 
 namespace korvane {
 
@@ -20,12 +20,16 @@ public:
     std::size_t parallelism() const override { return workers_.parallelism(); }
 
 private:
+    using Languages = std::shared_future<std::vector<std::string>>;
+
+    /** The languages, asked for unless that has been done. */
+    Languages askForLanguages();
     void prepareWorkers(std::size_t count);
 
     WorkerService& workers_;
     const std::string language_;
     std::mutex mutex_;
-    std::optional<std::vector<std::string>> languages_;
+    Languages languages_;
 };
 
 } // namespace korvane

@@ -62,7 +62,7 @@ Result<AtomicFile, SystemError> AtomicFile::create(const std::filesystem::path& 
     if (!folder) return failure(SystemError::last());
     std::string name = makeTemporaryName();
     FileDescriptor file(
-        ::openat(folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        ::openat(folder.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!file) return failure(SystemError::last());
     return AtomicFile(std::move(folder), std::move(file), std::move(name), target.filename());
 }

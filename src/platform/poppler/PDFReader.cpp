@@ -21,14 +21,10 @@ constexpr double longestSide = 60'000;
 int quarterTurns(const poppler::page& page)
 {
     switch (page.orientation()) {
-    case poppler::page::landscape:
-        return 1;
-    case poppler::page::upside_down:
-        return 2;
-    case poppler::page::seascape:
-        return 3;
-    case poppler::page::portrait:
-        break;
+    case poppler::page::landscape: return 1;
+    case poppler::page::upside_down: return 2;
+    case poppler::page::seascape: return 3;
+    case poppler::page::portrait: break;
     }
     return 0;
 }
@@ -47,14 +43,10 @@ Point offsetAsShown(const poppler::rectf& media, const poppler::rectf& visible, 
     const double below = visible.top() - media.top();
     const double above = media.bottom() - visible.bottom();
     switch (turns) {
-    case 1:
-        return {below, left};
-    case 2:
-        return {right, below};
-    case 3:
-        return {above, right};
-    default:
-        return {left, above};
+    case 1: return {below, left};
+    case 2: return {right, below};
+    case 3: return {above, right};
+    default: return {left, above};
     }
 }
 
@@ -132,8 +124,7 @@ std::optional<PDFReader::Raster> PDFReader::render(std::size_t page, double reso
     renderer.set_render_hint(poppler::page_renderer::text_antialiasing);
     renderer.set_image_format(inColor ? poppler::image::format_rgb24
                                       : poppler::image::format_gray8);
-    const Point offset =
-        offsetAsShown(media, source->page_rect(poppler::crop_box), turns);
+    const Point offset = offsetAsShown(media, source->page_rect(poppler::crop_box), turns);
     auto image = std::make_shared<poppler::image>(renderer.render_page(
         source.get(), fitting, fitting, static_cast<int>(-std::lround(offset.x * scale)),
         static_cast<int>(-std::lround(offset.y * scale)), columns, rows));

@@ -1,21 +1,22 @@
 #include "platform/qpdf/DocumentSafety.h"
 
+#include "platform/qpdf/QPDFHeaders.h"
+
 #include <algorithm>
 #include <cstddef>
-#include <qpdf/QPDFObjectHandle.hh>
 #include <vector>
 
 namespace korvane {
 
 namespace {
 
-constexpr std::size_t mostObjects = 4'000'000;
+constexpr std::size_t mostObjects = 1'000'000;
 constexpr std::size_t mostWarnings = 100;
 
 bool isSignature(QPDFObjectHandle object)
 {
     return object.isDictionary() && object.getKey("/ByteRange").isArray() &&
-           object.hasKey("/Contents");
+           object.getKey("/Contents").isString();
 }
 
 bool isSignedField(QPDFObjectHandle object)

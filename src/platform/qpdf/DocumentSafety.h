@@ -1,6 +1,6 @@
 #pragma once
 
-#include <qpdf/QPDF.hh>
+#include "platform/qpdf/QPDFHeaders.h"
 
 namespace korvane {
 

@@ -32,7 +32,7 @@ std::string transformation(const LayerPlacement& placement)
     const PDFRect& box = placement.box;
     const std::string left = number(box.x), right = number(box.x + box.width);
     const std::string bottom = number(box.y), top = number(box.y + box.height);
-    switch (placement.quarterTurns % 4) {
+    switch (placement.quarterTurns) {
     case 1: return fmt::format("0 1 -1 0 {} {} cm\n", right, bottom);
     case 2: return fmt::format("-1 0 0 -1 {} {} cm\n", right, top);
     case 3: return fmt::format("0 -1 1 0 {} {} cm\n", left, top);

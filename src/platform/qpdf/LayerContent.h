@@ -13,7 +13,7 @@ namespace korvane {
 struct LayerPlacement {
     /** The page's media box. */
     PDFRect box;
-    /** Clockwise, from the page as it is stored to the page as it is read. */
+    /** Clockwise, from the page as it is stored to the page as it is read; 0 to 3. */
     int quarterTurns = 0;
     /** Whether the document is tagged. */
     bool isTagged = false;

@@ -107,7 +107,7 @@ QPDFObjectHandle makeDescriptor(QPDF& pdf)
     return pdf.makeIndirectObject(descriptor);
 }
 
-QPDFObjectHandle makeComposite(QPDF& pdf, QPDFObjectHandle descriptor,
+QPDFObjectHandle makeComposite(QPDF& pdf, const QPDFObjectHandle& descriptor,
                                std::u32string_view characters)
 {
     QPDFObjectHandle descendant = QPDFObjectHandle::parse(

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "platform/pdf/PageTextLayer.h"
+#include "platform/qpdf/QPDFHeaders.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFObjectHandle.hh>
 #include <span>
 #include <string>
 #include <vector>

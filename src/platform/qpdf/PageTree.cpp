@@ -28,7 +28,9 @@ SourcePage inheriting(const SourcePage& above, QPDFObjectHandle node)
     };
     return {.page = node,
             .resources = pick("/Resources", above.resources),
-            .mediaBox = pick("/MediaBox", above.mediaBox),
+            // What is no box does not hide the one above it, nor does it from a viewer.
+            .mediaBox =
+                node.getKey("/MediaBox").isRectangle() ? node.getKey("/MediaBox") : above.mediaBox,
             .rotation = pick("/Rotate", above.rotation)};
 }
 

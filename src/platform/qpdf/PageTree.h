@@ -3,9 +3,8 @@
 #include "platform/base/Result.h"
 #include "platform/pdf/PDFRect.h"
 #include "platform/pdf/PDFWriteError.h"
+#include "platform/qpdf/QPDFHeaders.h"
 
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFObjectHandle.hh>
 #include <vector>
 
 namespace korvane {

@@ -1,28 +1,17 @@
 #include "platform/qpdf/SearchablePDFWriter.h"
 
 #include "platform/qpdf/DocumentSafety.h"
-#include "platform/qpdf/LayerContent.h"
-#include "platform/qpdf/LayerFonts.h"
+#include "platform/qpdf/LayerDrawing.h"
 #include "platform/qpdf/PageTree.h"
+#include "platform/qpdf/QPDFHeaders.h"
 #include "platform/qpdf/SinkPipeline.h"
 
-#include <qpdf/Constants.h>
-
-#include <algorithm>
 #include <cstddef>
 #include <exception>
-#include <map>
-#include <memory>
 #include <new>
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFExc.hh>
-#include <qpdf/QPDFLogger.hh>
-#include <qpdf/QPDFObjectHandle.hh>
-#include <qpdf/QPDFWriter.hh>
 #include <set>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace korvane {
 
@@ -30,86 +19,10 @@ namespace {
 
 using Kind = PDFWriteError::Kind;
 
-/** Pages may share an array of content streams, which each page with a layer needs to itself. */
-constexpr std::size_t mostCopiedContents = 4'000'000;
-
 auto cannotOpen(std::string why)
 {
     return failure(PDFWriteError{Kind::cannotOpenSource, std::move(why)});
 }
-
-/** Adds the text layers to the pages of one document. */
-class LayerDrawing {
-public:
-    LayerDrawing(QPDF& pdf, std::span<const PageTextLayer> layers)
-        : pdf_(pdf), fonts_(pdf, layers),
-          isTagged_(pdf.getRoot().getKey("/MarkInfo").isDictionary() &&
-                    pdf.getRoot().getKey("/MarkInfo").getKey("/Marked").isBool() &&
-                    pdf.getRoot().getKey("/MarkInfo").getKey("/Marked").getBoolValue())
-    {
-    }
-
-    Result<void, PDFWriteError> draw(const SourcePage& page, const PageTextLayer& layer)
-    {
-        // A page that is in the document twice shows the same layer twice.
-        if (page.page.isIndirect() && !drawn_.insert(page.page.getObjGen()).second) return {};
-        auto contents = contentsOf(page.page);
-        if (!contents) return failure(contents.error());
-
-        QPDFObjectHandle resources = resourcesOf(page);
-        const LayerPlacement placement{.box = page.box(),
-                                       .quarterTurns = page.quarterTurns() + turnsOf(layer),
-                                       .isTagged = isTagged_};
-        std::map<std::size_t, std::string> names;
-        const auto fontName = [&](std::size_t font) {
-            const auto known = names.find(font);
-            if (known != names.end()) return known->second;
-            return names.emplace(font, fonts_.enter(font, resources)).first->second;
-        };
-        // The layer comes first: there the graphics state is the page's own, whatever the page does
-        // to it later, and the layer leaves it as it was. A page that closes more states than it
-        // opens would come out differently inside brackets of ours. As nothing of the layer is
-        // painted, nothing can cover it.
-        contents->insert(
-            contents->begin(),
-            QPDFObjectHandle::newStream(&pdf_, layerContent(layer, placement, fonts_, fontName)));
-        QPDFObjectHandle target = page.page;
-        target.replaceKey("/Contents", QPDFObjectHandle::newArray(*contents));
-        return {};
-    }
-
-private:
-    static int turnsOf(const PageTextLayer& layer) { return (layer.quarterTurns % 4 + 4) % 4; }
-
-    Result<std::vector<QPDFObjectHandle>, PDFWriteError> contentsOf(QPDFObjectHandle page)
-    {
-        QPDFObjectHandle contents = page.getKey("/Contents");
-        if (contents.isStream()) return std::vector{contents};
-        if (contents.isNull()) return std::vector<QPDFObjectHandle>();
-        if (!contents.isArray()) return cannotOpen("a page has no readable content");
-        std::vector<QPDFObjectHandle> streams = contents.getArrayAsVector();
-        copiedContents_ += streams.size();
-        if (copiedContents_ > mostCopiedContents) return cannotOpen("too many content streams");
-        return streams;
-    }
-
-    /** The dictionary that the page uses, its own or one shared with others. */
-    static QPDFObjectHandle resourcesOf(const SourcePage& page)
-    {
-        QPDFObjectHandle resources = page.resources;
-        if (resources.isDictionary()) return resources;
-        resources = QPDFObjectHandle::newDictionary();
-        QPDFObjectHandle target = page.page;
-        target.replaceKey("/Resources", resources);
-        return resources;
-    }
-
-    QPDF& pdf_;
-    LayerFonts fonts_;
-    bool isTagged_;
-    std::set<QPDFObjGen> drawn_;
-    std::size_t copiedContents_ = 0;
-};
 
 void open(QPDF& pdf, const Data& source)
 {
@@ -132,6 +45,18 @@ Result<void, PDFWriteError> check(QPDF& pdf, std::size_t pageCount, std::size_t 
     if (!pdf.anyWarnings()) return {};
     if (pageCount != layerCount || lacksObjects(pdf)) return cannotOpen("the file is damaged");
     return {};
+}
+
+/** Leaves what the standard knows (ISO 32000-1, 7.5.5); QPDF writes the size only where it finds
+ *  one, and keeps all else that a repair may have taken for an entry. */
+void tidyTrailer(QPDF& pdf)
+{
+    QPDFObjectHandle trailer = pdf.getTrailer();
+    const std::set<std::string> known = {"/Root", "/Encrypt", "/Info", "/ID"};
+    for (const std::string& key : trailer.getKeys()) {
+        if (!known.contains(key)) trailer.removeKey(key);
+    }
+    trailer.replaceKey("/Size", QPDFObjectHandle::newInteger(0));
 }
 
 void replaceInformation(QPDF& pdf, const DocumentInformation& information)
@@ -175,6 +100,7 @@ Result<void, PDFWriteError> rewrite(QPDF& pdf, std::span<const PageTextLayer> la
         if (layers[index].lines.empty()) continue;
         if (auto drawn = drawing.draw((*pages)[index], layers[index]); !drawn) return drawn;
     }
+    tidyTrailer(pdf);
     replaceInformation(pdf, information);
     return write(pdf, sink);
 }

@@ -23,8 +23,9 @@ using PDFSink = std::function<Result<void, SystemError>(std::span<const std::uin
  * password stays encrypted in the same way.
  *
  * The source is read in place and may be a mapped file: memory grows with the number of its
- * objects, not with its size. Object streams are unpacked one at a time, and those of a hostile
- * document may be huge: the process should have a limit of memory and be watched over in time.
+ * objects, not with its size. A document made to do harm may still unpack to a huge object stream
+ * or lead QPDF from object to object until the stack ends: this is for a process that has limits
+ * of memory and time, and can be lost.
  *
  * A source that has to be repaired is copied only when the repair lost no object and found exactly
  * as many pages as there are layers. On failure the sink may have been given a part of the PDF.

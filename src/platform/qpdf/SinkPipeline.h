@@ -1,11 +1,11 @@
 #pragma once
 
 #include "platform/base/SystemError.h"
+#include "platform/qpdf/QPDFHeaders.h"
 #include "platform/qpdf/SearchablePDFWriter.h"
 
 #include <cstdint>
 #include <optional>
-#include <qpdf/Pipeline.hh>
 #include <vector>
 
 namespace korvane {

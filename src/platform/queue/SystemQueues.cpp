@@ -133,7 +133,7 @@ private:
 
     void addThread()
     {
-        const Place place = threads_.emplace(threads_.end());
+        const auto place = threads_.emplace(threads_.end());
         try {
             *place = std::thread([this, place] { serve(place); });
         } catch (const std::system_error&) {

@@ -1,9 +1,9 @@
 #include "platform/system/UserLanguage.h"
 
-#include <clocale>
 #include <langinfo.h>
 #include <locale.h>
 
+#include <clocale>
 #include <memory>
 #include <type_traits>
 

@@ -19,7 +19,8 @@ constexpr int linePadding = 4;
 /** Noise can look like lines without end. */
 constexpr std::size_t mostLines = 4000;
 
-constexpr std::size_t mostEngines = 3;
+/** The one that finds lines, that of the user's language, and two more. */
+constexpr std::size_t mostEngines = 4;
 
 struct FreePix {
     void operator()(Pix* pix) const { pixDestroy(&pix); }
@@ -102,6 +103,13 @@ public:
     const std::string& language() const { return language_; }
     bool isReady() const { return ready_; }
 
+    std::vector<std::string> availableLanguages() const
+    {
+        std::vector<std::string> found;
+        api_.GetAvailableLanguagesAsVector(&found);
+        return found;
+    }
+
     /** The API with the picture set, which is copied only when it is another one. */
     tesseract::TessBaseAPI& look(const Pixels& pixels, double resolution)
     {
@@ -135,14 +143,12 @@ TextRecognizer::~TextRecognizer() = default;
 
 std::vector<std::string> TextRecognizer::languages()
 {
-    // The list is known to an engine only, but one without a language has it too.
-    tesseract::TessBaseAPI api;
-    api.SetVariable("debug_file", "/dev/null");
-    if (api.Init(nullptr, "osd", tesseract::OEM_TESSERACT_ONLY) != 0 &&
-        api.Init(nullptr, "eng", tesseract::OEM_LSTM_ONLY) != 0)
-        return {};
-    std::vector<std::string> found;
-    api.GetAvailableLanguagesAsVector(&found);
+    // Only an engine that has found its own data knows what lies beside it.
+    const auto ready = std::find_if(engines_.begin(), engines_.end(),
+                                    [](const auto& engine) { return !engine->language().empty(); });
+    Engine* const any = ready != engines_.end() ? ready->get() : engine("eng");
+    if (!any && !engine("osd")) return {};
+    std::vector<std::string> found = (any ? any : engine("osd"))->availableLanguages();
     std::erase_if(found, [](const std::string& name) {
         return name == "osd" || name == "equ" || name.find('/') != std::string::npos;
     });
@@ -152,6 +158,7 @@ std::vector<std::string> TextRecognizer::languages()
 
 void TextRecognizer::prepare(const std::string& language)
 {
+    preparedLanguage_ = language;
     engine("");
     engine(language);
 }
@@ -167,8 +174,8 @@ bool TextRecognizer::load(const Picture& picture,
     std::vector<std::uint8_t> row(width);
     for (int y = 0; y < picture.height; ++y) {
         if (!fill(y, row)) return false;
-        l_uint32* const line = pixGetData(image.get()) +
-                               static_cast<std::ptrdiff_t>(y) * pixGetWpl(image.get());
+        l_uint32* const line =
+            pixGetData(image.get()) + static_cast<std::ptrdiff_t>(y) * pixGetWpl(image.get());
         for (std::size_t x = 0; x < width; ++x) SET_DATA_BYTE(line, x, row[x]);
     }
     pixels_ = std::make_unique<Pixels>(std::move(image));
@@ -176,12 +183,14 @@ bool TextRecognizer::load(const Picture& picture,
     return true;
 }
 
-void TextRecognizer::turn(int quarterTurns)
+bool TextRecognizer::turn(int quarterTurns)
 {
-    if (!pixels_ || quarterTurns % 4 == 0) return;
+    if (!pixels_ || quarterTurns % 4 == 0) return pixels_ != nullptr;
     OwnedPix turned(pixRotateOrth(pixels_->get(), quarterTurns % 4));
     for (const auto& engine : engines_) engine->forget();
-    if (turned) pixels_ = std::make_unique<Pixels>(std::move(turned));
+    if (!turned) return false;
+    pixels_ = std::make_unique<Pixels>(std::move(turned));
+    return true;
 }
 
 TextRecognizer::Picture TextRecognizer::picture() const
@@ -210,9 +219,18 @@ TextRecognizer::Engine* TextRecognizer::engine(const std::string& language)
     }
     auto made = std::make_unique<Engine>(language);
     if (!made->isReady()) return nullptr;
-    if (engines_.size() > mostEngines) engines_.erase(engines_.begin());
+    if (engines_.size() >= mostEngines) forgetEngine();
     engines_.push_back(std::move(made));
     return engines_.back().get();
+}
+
+/** Lets the engine go that was not used for longest, but not those that every page needs. */
+void TextRecognizer::forgetEngine()
+{
+    const auto oldest = std::find_if(engines_.begin(), engines_.end(), [&](const auto& engine) {
+        return !engine->language().empty() && engine->language() != preparedLanguage_;
+    });
+    if (oldest != engines_.end()) engines_.erase(oldest);
 }
 
 TextRecognizer::Answer<std::vector<PixelBox>> TextRecognizer::findLines()

@@ -36,17 +36,18 @@ public:
     TextRecognizer& operator=(const TextRecognizer&) = delete;
 
     /** The installed languages, without those that only find orientation or formulas. */
-    static std::vector<std::string> languages();
+    std::vector<std::string> languages();
 
     /** Makes the engine for a language ahead of its use. */
     void prepare(const std::string& language);
 
     /** Works on this picture from now on; `fill` writes row after row of it, or says that it
      *  cannot. */
-    bool load(const Picture& picture, const std::function<bool(int row, std::span<std::uint8_t>)>& fill);
+    bool load(const Picture& picture,
+              const std::function<bool(int row, std::span<std::uint8_t>)>& fill);
 
-    /** Turns the picture clockwise. */
-    void turn(int quarterTurns);
+    /** Turns the picture clockwise; false when there is no memory for it, or no picture. */
+    bool turn(int quarterTurns);
 
     Picture picture() const;
 
@@ -66,10 +67,13 @@ private:
     class Engine;
 
     Engine* engine(const std::string& language);
+    void forgetEngine();
 
     class Pixels;
     std::unique_ptr<Pixels> pixels_;
     double resolution_ = 0;
+    /** The language whose engine is kept whatever others are used. */
+    std::string preparedLanguage_;
     /** The engine used last comes last. */
     std::vector<std::unique_ptr<Engine>> engines_;
 };

@@ -10,6 +10,12 @@ namespace {
 
 constexpr std::size_t readSize = std::size_t{256} << 10;
 
+std::uint32_t number32(std::span<const std::uint8_t> bytes)
+{
+    return bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
+           std::uint32_t{bytes[3]} << 24;
+}
+
 } // namespace
 
 std::span<std::uint8_t> FrameDecoder::room()
@@ -38,19 +44,21 @@ bool FrameDecoder::decodeHeader()
 {
     const FrameHeaderBytes& bytes = headerBytes_;
     header_ = FrameHeader{
-        .length = bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
-                  std::uint32_t{bytes[3]} << 24,
-        .code = static_cast<std::uint16_t>(bytes[4] | bytes[5] << 8),
-        .descriptors = bytes[6],
+        .length = number32(bytes),
+        .number = number32(std::span(bytes).subspan(4)),
+        .code = static_cast<std::uint16_t>(bytes[8] | bytes[9] << 8),
+        .descriptors = bytes[10],
     };
-    return bytes[7] == FrameHeader::mark && header_->length <= WorkerMessage::maximumPayload &&
+    return bytes[11] == FrameHeader::mark && header_->length <= WorkerMessage::maximumPayload &&
            header_->descriptors <= maximumDescriptors_;
 }
 
 WorkerMessage FrameDecoder::take()
 {
     headerSize_ = 0;
-    return {.code = std::exchange(header_, std::nullopt)->code,
+    const FrameHeader header = *std::exchange(header_, std::nullopt);
+    return {.code = header.code,
+            .number = header.number,
             .payload = payload_.take(),
             .descriptors = std::exchange(descriptors_, {})};
 }

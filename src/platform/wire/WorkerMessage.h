@@ -16,6 +16,8 @@ struct WorkerMessage {
 
     /** In a request the operation; in an answer 0, or why there is none. */
     std::uint16_t code = 0;
+    /** An answer has the number of its request, so that none is taken for another's. */
+    std::uint32_t number = 0;
     /** At most `maximumPayload` bytes, made by a WireWriter and read by a WireReader. */
     Data payload;
     /** At most `maximumDescriptors`, and only towards the worker: an answer that brings any is

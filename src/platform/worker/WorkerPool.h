@@ -21,7 +21,7 @@ struct WorkerPoolLimits {
     /** And killed when it has not ended so much later. */
     std::chrono::milliseconds grace = std::chrono::seconds(5);
     /** A worker that has served so many requests or holds so many bytes is replaced. */
-    std::size_t requests = 500;
+    std::size_t requests = 10'000;
     std::size_t memory = std::size_t{350} << 20;
 };
 

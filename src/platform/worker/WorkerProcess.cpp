@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -59,6 +60,7 @@ public:
     {
         isBusy_ = true;
         outgoing_ = std::move(request);
+        outgoing_->number = ++number_;
         sent_ = 0;
         sendRest();
     }
@@ -96,6 +98,8 @@ private:
     std::unique_ptr<DescriptorWatch> endWatch_;
     std::optional<WorkerMessage> outgoing_;
     std::size_t sent_ = 0;
+    /** The latest request's. */
+    std::uint32_t number_ = 0;
     FrameDecoder decoder_{0};
     bool isBusy_ = false;
     bool brokeProtocol_ = false;
@@ -131,14 +135,15 @@ void WorkerProcess::receive()
 
 void WorkerProcess::finishMessage()
 {
-    // An answer that nobody asked for, or to a request that has not been read.
-    if (!isBusy_ || outgoing_) {
+    WorkerMessage answer = decoder_.take();
+    // An answer that nobody asked for, to a request that has not been read, or to another one.
+    if (!isBusy_ || outgoing_ || answer.number != number_) {
         brokeProtocol_ = true;
         return kill();
     }
     isBusy_ = false;
     socketWatch_->whenReadable([this] { receive(); });
-    events_.answered(decoder_.take());
+    events_.answered(std::move(answer));
 }
 
 /** Nothing that the process still says counts. Its socket is closed by its end at the latest. */
@@ -185,7 +190,7 @@ std::filesystem::path workerProgram()
 {
     std::error_code error;
     const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    const std::filesystem::path beside = folder / "korvane-worker";
+    std::filesystem::path beside = folder / "korvane-worker";
     if (isProgram(beside)) return beside;
     return folder.parent_path() / "libexec" / "korvane" / "korvane-worker";
 }

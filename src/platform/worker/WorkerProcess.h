@@ -6,7 +6,7 @@
 
 namespace korvane {
 
-/** The worker's program as it was built or installed with this one; empty when there is none. */
+/** The worker's program: built beside this one, or else where an installation has it. */
 std::filesystem::path workerProgram();
 
 /** Starts `program`, which serves requests on descriptor 3 (see worker/WorkerMain.h). */

@@ -5,7 +5,6 @@
 #include "platform/worker/WorkerFailure.h"
 
 #include <chrono>
-#include <compare>
 #include <cstdint>
 #include <functional>
 #include <future>
@@ -16,7 +15,8 @@ namespace korvane {
 struct JobKey {
     std::uint64_t number = 0;
 
-    friend auto operator<=>(const JobKey&, const JobKey&) = default;
+    friend bool operator<(JobKey left, JobKey right) { return left.number < right.number; }
+    friend bool operator==(JobKey left, JobKey right) = default;
 };
 
 using WorkerAnswer = Result<WorkerMessage, WorkerFailure>;
