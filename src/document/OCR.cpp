@@ -67,11 +67,10 @@ public:
     std::vector<OCRPageResult> results()
     {
         const std::size_t count = document_->pageCount();
-        if (count > mostPages) {
-            owner_.log_.error(fmt::format("OCR: {} pages are too many to read", count));
-            return {};
-        }
         if (count == 0) owner_.log_.note("OCR: the document has no pages");
+        if (count > mostPages)
+            owner_.log_.note(fmt::format("OCR: {} pages are too many to read", count));
+        if (count == 0 || count > mostPages) return {};
         const bool isDocument = readExistingText(count);
         if (unreadable_)
             owner_.log_.error("OCR: pages could not be read: " + unreadable_->description());

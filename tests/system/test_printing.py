@@ -40,7 +40,7 @@ class IPPTool(unittest.TestCase):
         with Agent() as agent, tempfile.TemporaryDirectory() as folder:
             agent.wait_ready()
             document = pathlib.Path(folder) / "letter.pdf"
-            document.write_bytes(pdf_saying("Dear printer") + os.urandom(700_000))
+            document.write_bytes(pdf_saying("Dear printer, keep these words") + os.urandom(700_000))
             self.ipptool(agent, "print-job.test", document)
             (saved,) = agent.wait_saved()
             self.assertEqual(saved.read_bytes(), document.read_bytes())
@@ -50,7 +50,7 @@ class IPPTool(unittest.TestCase):
         with Agent() as agent, tempfile.TemporaryDirectory() as folder:
             agent.wait_ready()
             document = pathlib.Path(folder) / "letter.pdf"
-            document.write_bytes(pdf_saying("In two steps"))
+            document.write_bytes(pdf_saying("Printed in two steps, saved as one"))
             self.ipptool(agent, "validate-job.test", document)
             self.ipptool(agent, "create-job.test", document)
             self.ipptool(agent, "get-jobs.test")

@@ -56,6 +56,8 @@ std::vector<FileDescriptor> detach(msghdr& header)
 Transfer afterError()
 {
     if (errno == EINTR) return Transfer::more;
+    // A process that ends with a request unread resets its socket.
+    if (errno == ECONNRESET || errno == EPIPE) return Transfer::ended;
     return errno == EAGAIN || errno == EWOULDBLOCK ? Transfer::wouldBlock : Transfer::broken;
 }
 
@@ -93,7 +95,7 @@ Transfer receiveSome(int socket, FrameDecoder& decoder)
     const ssize_t count = ::recvmsg(socket, &header, MSG_CMSG_CLOEXEC);
     if (count < 0) return afterError();
     std::vector<FileDescriptor> descriptors = detach(header);
-    if (count == 0) return decoder.isBetweenMessages() ? Transfer::ended : Transfer::broken;
+    if (count == 0) return Transfer::ended;
     if ((header.msg_flags & MSG_CTRUNC) != 0) return Transfer::broken;
     switch (decoder.received(static_cast<std::size_t>(count), std::move(descriptors))) {
     case FrameDecoder::Progress::needMore: return Transfer::more;

@@ -35,9 +35,6 @@ public:
     /** The whole message; the decoder waits for the next one. */
     WorkerMessage take();
 
-    /** True when nothing of the next message has come. */
-    bool isBetweenMessages() const { return headerSize_ == 0; }
-
 private:
     bool decodeHeader();
 
