@@ -70,6 +70,13 @@ def memory_kib(process, measure):
     return int(status.split(measure + ":")[1].split()[0])
 
 
+def cpu_ticks(process):
+    """The processor time that a process has used, in hundredths of a second."""
+    stat = pathlib.Path(f"/proc/{process}/stat").read_text(encoding="ascii")
+    fields = stat.rsplit(")")[1].split()
+    return int(fields[11]) + int(fields[12])
+
+
 class Agent:
     """One running agent with a home and a save folder of its own."""
 
@@ -161,9 +168,7 @@ class Agent:
         return found
 
     def cpu_ticks(self):
-        stat = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text(encoding="ascii")
-        fields = stat.rsplit(")")[1].split()
-        return int(fields[11]) + int(fields[12])
+        return cpu_ticks(self.process.pid)
 
     def wake_ups(self):
         """How often the agent's threads have gone to sleep so far."""
