@@ -17,6 +17,7 @@
 #include "platform/service/ServiceManager.h"
 #include "platform/signals/ProcessSignals.h"
 #include "platform/system/Clock.h"
+#include "platform/system/DescriptorLimit.h"
 #include "platform/system/HostName.h"
 #include "platform/system/UserAccount.h"
 #include "platform/system/UserLanguage.h"
@@ -52,6 +53,7 @@ int main()
 
     // Before any thread starts, so that every thread inherits what is blocked.
     const ProcessSignals signals;
+    raiseDescriptorLimit();
 
     const auto log =
         makeSystemLog({.subsystem = "org.korvane.Agent", .category = "app"}, STDERR_FILENO);

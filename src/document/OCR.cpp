@@ -31,6 +31,7 @@ constexpr std::size_t mostText = std::size_t{8} << 20;
 constexpr std::size_t mostRecognizedText = std::size_t{32} << 20;
 /** A document of more pages was made to keep us busy. */
 constexpr std::size_t mostPages = 200'000;
+/** Of workers' time, on one page. */
 constexpr auto pageLimit = 120s;
 constexpr double pointsPerInch = 72;
 
@@ -202,7 +203,6 @@ void OCR::Run::recognizeOrGiveUp(std::size_t page)
 
 void OCR::Run::recognizePage(std::size_t page)
 {
-    const auto deadline = std::chrono::steady_clock::now() + pageLimit;
     auto laidOut = document_->layOut(page, dpi_).get();
     if (!laidOut) {
         report(page, laidOut.error());
@@ -214,7 +214,7 @@ void OCR::Run::recognizePage(std::size_t page)
                                        static_cast<std::size_t>(laidOut->picture.width),
                                        static_cast<std::size_t>(laidOut->picture.height));
     auto read = PageRecognition(*document_, languages_, owner_.userLanguages_, parallelism_)
-                    .read(std::move(*laidOut), deadline);
+                    .read(std::move(*laidOut), pageLimit);
     if (!read) {
         if (!read.error().stopped())
             owner_.log_.error("OCR: Vision perform failed: " + read.error().description());

@@ -76,10 +76,15 @@ void PageRecognition::takePage(LaidOutPage page)
     sampled_ = widest(page_.lines, sampleSize);
 }
 
-DocumentAnswer<RecognizedPage> PageRecognition::read(LaidOutPage page,
-                                                     std::chrono::steady_clock::time_point deadline)
+bool PageRecognition::isTooLate() const
 {
-    deadline_ = deadline;
+    return page_.picture.workTime && page_.picture.workTime->total() > limit_;
+}
+
+DocumentAnswer<RecognizedPage> PageRecognition::read(LaidOutPage page,
+                                                     std::chrono::milliseconds limit)
+{
+    limit_ = limit;
     readingTurns_ = 0;
     takePage(std::move(page));
     if (page_.lines.empty() || languages_.empty()) return RecognizedPage{.picture = page_.picture};
@@ -96,7 +101,7 @@ PageRecognition::readLines(std::span<const std::size_t> indices, std::size_t atO
     const auto read = gather<RecognizedLine>(
         (indices.size() + atOnce - 1) / atOnce, 2 * parallelism_,
         [&](std::size_t batch) {
-            if (std::chrono::steady_clock::now() > deadline_) return tooLate();
+            if (isTooLate()) return tooLate();
             const std::size_t first = batch * atOnce;
             const auto some = indices.subspan(first, std::min(atOnce, indices.size() - first));
             return document_.recognize(page_.picture, boxesAt(page_.lines, some), language);

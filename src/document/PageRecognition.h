@@ -29,9 +29,8 @@ public:
     PageRecognition(OpenDocument& document, std::span<const std::string> languages,
                     std::span<const std::string> users, std::size_t parallelism);
 
-    /** Reads a page that was laid out. Waits; `deadline` is when the page is given up. */
-    DocumentAnswer<RecognizedPage> read(LaidOutPage page,
-                                        std::chrono::steady_clock::time_point deadline);
+    /** Reads a page that was laid out. Waits; once workers have spent `limit` on it, it fails. */
+    DocumentAnswer<RecognizedPage> read(LaidOutPage page, std::chrono::milliseconds limit);
 
 private:
     struct Sample;
@@ -46,12 +45,13 @@ private:
     DocumentAnswer<std::string> setUpright();
     DocumentAnswer<RecognizedPage> readRest(Sample sample);
     void takePage(LaidOutPage page);
+    bool isTooLate() const;
 
     OpenDocument& document_;
     const std::span<const std::string> languages_;
     const std::span<const std::string> users_;
     const std::size_t parallelism_;
-    std::chrono::steady_clock::time_point deadline_;
+    std::chrono::milliseconds limit_{0};
     LaidOutPage page_;
     int readingTurns_ = 0;
     /** The lines by which the language is chosen, as indices. */

@@ -65,6 +65,7 @@ void DocumentWork::addTo(OperationTable& operations)
     add(DocumentOperation::orientation, &DocumentWork::orientation);
     add(DocumentOperation::render, &DocumentWork::render);
     add(DocumentOperation::write, &DocumentWork::write);
+    add(DocumentOperation::forget, &DocumentWork::forget);
 }
 
 bool DocumentWork::listLanguages(WireReader& request, WireWriter& answer)
@@ -152,7 +153,7 @@ bool DocumentWork::layOut(WireReader& request, WireWriter& answer)
     const std::uint64_t page = request.u64();
     const double resolution = request.f64();
     const std::uint64_t id = request.u64();
-    const FileDescriptor file = request.descriptor();
+    const SharedDescriptor file = request.descriptor();
     if (!request.finished()) return false;
     if (status.code != Status::Code::done) return answerStatus(answer, status);
     pictureNumber_ = 0;
@@ -167,20 +168,20 @@ bool DocumentWork::layOut(WireReader& request, WireWriter& answer)
             });
         if (!loaded) return answerFailure(answer, "no memory for the picture");
     }
-    return answerPicture(id, file, answer);
+    return answerPicture(id, *file, answer);
 }
 
 wire::Status DocumentWork::openPicture(WireReader& request)
 {
     const PagePicture shape = wire::readShape(request);
-    const FileDescriptor file = request.descriptor();
+    const SharedDescriptor file = request.descriptor();
     if (request.failed()) return {.code = Status::Code::recognition};
     if (shape.id == pictureNumber_) return {};
     pictureNumber_ = 0;
     const bool loaded = recognizer_.load(
         {.width = shape.width, .height = shape.height, .resolution = shape.resolution},
         [&](int row, std::span<std::uint8_t> pixels) {
-            return readPixels(file.get(), row, pixels);
+            return readPixels(file->get(), row, pixels);
         });
     if (!loaded) return {.code = Status::Code::recognition, .detail = "the picture is not whole"};
     pictureNumber_ = shape.id;
@@ -192,12 +193,12 @@ bool DocumentWork::turn(WireReader& request, WireWriter& answer)
     const Status status = openPicture(request);
     const int quarterTurns = request.u8();
     const std::uint64_t id = request.u64();
-    const FileDescriptor file = request.descriptor();
+    const SharedDescriptor file = request.descriptor();
     if (!request.finished()) return false;
     if (status.code != Status::Code::done) return answerStatus(answer, status);
     pictureNumber_ = 0;
     if (!recognizer_.turn(quarterTurns)) return answerFailure(answer, "no memory for the picture");
-    return answerPicture(id, file, answer);
+    return answerPicture(id, *file, answer);
 }
 
 bool DocumentWork::recognize(WireReader& request, WireWriter& answer)
@@ -235,13 +236,13 @@ bool DocumentWork::render(WireReader& request, WireWriter& answer)
     const Status status = openDocument(request);
     const std::uint64_t page = request.u64();
     const double resolution = request.f64();
-    const FileDescriptor file = request.descriptor();
+    const SharedDescriptor file = request.descriptor();
     if (!request.finished()) return false;
     if (status.code != Status::Code::done) return answerStatus(answer, status);
     const auto raster = document_->render(page, resolution, true);
     if (!raster) return answerStatus(answer, {.code = Status::Code::noPage});
     const bool written =
-        writePixels(file.get(), raster->height, static_cast<std::size_t>(raster->width) * 4,
+        writePixels(file->get(), raster->height, static_cast<std::size_t>(raster->width) * 4,
                     [&](int row, std::span<std::uint8_t> pixels) {
                         const auto colors = raster->row(row);
                         for (std::size_t pixel = 0; pixel < pixels.size() / 4; ++pixel)
@@ -262,9 +263,9 @@ bool DocumentWork::write(WireReader& request, WireWriter& answer)
     const Data source = request.document();
     const std::vector<PageTextLayer> layers = wire::readLayers(request);
     const DocumentInformation information = wire::readInformation(request);
-    const FileDescriptor output = request.descriptor();
+    const SharedDescriptor output = request.descriptor();
     if (!request.finished()) return false;
-    DescriptorOutput file(output.get());
+    DescriptorOutput file(output->get());
     const auto written =
         writeSearchablePDF(source, layers, information,
                            [&](std::span<const std::uint8_t> bytes) { return file.write(bytes); });
@@ -274,6 +275,17 @@ bool DocumentWork::write(WireReader& request, WireWriter& answer)
     answer.u8(static_cast<std::uint8_t>(error.kind));
     answer.string(error.detail);
     return true;
+}
+
+bool DocumentWork::forget(WireReader& request, WireWriter& answer)
+{
+    if (!request.finished()) return false;
+    document_.reset();
+    pictureNumber_ = 0;
+    // A picture that does not come takes the place of the one that is there.
+    static_cast<void>(recognizer_.load({.width = 1, .height = 1},
+                                       [](int, std::span<std::uint8_t>) { return false; }));
+    return answerStatus(answer, {});
 }
 
 } // namespace korvane

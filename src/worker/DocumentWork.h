@@ -32,6 +32,7 @@ private:
     bool orientation(WireReader& request, WireWriter& answer);
     bool render(WireReader& request, WireWriter& answer);
     bool write(WireReader& request, WireWriter& answer);
+    bool forget(WireReader& request, WireWriter& answer);
 
     Status openDocument(WireReader& request);
     Status openPicture(WireReader& request);

@@ -95,8 +95,8 @@ TEST(SealedBytes, HandOverAllThatADocumentHoldsAndCopyOnlyWhatIsSmall)
         const auto sealed = sealBytes(data);
         ASSERT_TRUE(sealed);
         EXPECT_EQ(mapSealedBytes(*sealed).value(), data);
-        EXPECT_EQ(::pwrite(sealed->file.get(), "x", 1, 0), -1);
-        EXPECT_NE(::ftruncate(sealed->file.get(), 1), 0);
+        EXPECT_EQ(::pwrite(sealed->file->get(), "x", 1, 0), -1);
+        EXPECT_NE(::ftruncate(sealed->file->get(), 1), 0);
     }
 }
 
@@ -107,11 +107,12 @@ TEST(SealedBytes, AreNotReadFromMemoryThatMayShrinkOrBeyondItsEnd)
     const std::pair<std::uint64_t, std::uint64_t> cases[] = {
         {0, 11}, {5, 6}, {11, 0}, {UINT64_MAX, 2}, {2, UINT64_MAX}};
     for (const auto& [offset, length] : cases) {
-        SealedBytes bytes{FileDescriptor(::dup(sealed->file.get())), offset, length};
+        const SealedBytes bytes{sealed->file, offset, length};
         EXPECT_EQ(mapSealedBytes(bytes).error().code, EINVAL);
     }
-    SealedBytes unsealed{FileDescriptor(::memfd_create("test", MFD_ALLOW_SEALING)), 0, 1};
-    ASSERT_EQ(::ftruncate(unsealed.file.get(), 1), 0);
+    const SealedBytes unsealed{share(FileDescriptor(::memfd_create("test", MFD_ALLOW_SEALING))), 0,
+                               1};
+    ASSERT_EQ(::ftruncate(unsealed.file->get(), 1), 0);
     EXPECT_FALSE(mapSealedBytes(unsealed));
 }
 

@@ -14,23 +14,20 @@ public:
     JobKey makeJob() override { return {++jobs_}; }
 
     using WorkerService::submit;
-    void submit(JobKey /*job*/, WorkerMessage request, std::chrono::milliseconds limit,
-                Completion completion) override
+    void submit(JobKey /*job*/, WorkerRequest request, Completion completion) override
     {
-        limits.push_back(limit);
-        completion(answer(std::move(request)));
+        if (request.workTime) request.workTime->add(std::chrono::seconds(1));
+        completion(answer(std::move(request.message)));
     }
 
-    void cancel(JobKey job) override { cancelled.push_back(job); }
-    void warmUp() override {}
+    void end(JobKey job, std::uint16_t farewell) override { ended.emplace_back(job, farewell); }
     std::size_t parallelism() const override { return 2; }
 
     std::function<WorkerAnswer(WorkerMessage)> answer = [](const WorkerMessage&) {
         return failure(WorkerFailure{WorkerFailure::Kind::crashed, 11});
     };
-    /** The time that each request was given. */
-    std::vector<std::chrono::milliseconds> limits;
-    std::vector<JobKey> cancelled;
+    /** The jobs, and how their workers were told. */
+    std::vector<std::pair<JobKey, std::uint16_t>> ended;
 
 private:
     std::uint64_t jobs_ = 0;

@@ -5,6 +5,10 @@
 #include "support/FakeWorkers.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
 
 namespace korvane {
 namespace {
@@ -32,12 +36,6 @@ protected:
         workers.answer = [kind](const WorkerMessage&) { return failure(WorkerFailure{kind}); };
     }
 
-    Kind failureOfReading()
-    {
-        const auto answer = document->readPages(0, 1).get();
-        return answer ? Kind::stopped : answer.error().failure.kind;
-    }
-
     FakeWorkers workers;
     std::shared_ptr<WorkerDocument> document =
         std::make_shared<WorkerDocument>(workers, Data::copying("%PDF"));
@@ -45,7 +43,8 @@ protected:
                               .width = 10,
                               .height = 10,
                               .resolution = 200,
-                              .pixels = std::make_shared<FileDescriptor>(makeMemoryFile())};
+                              .pixels = share(makeMemoryFile()),
+                              .workTime = std::make_shared<WorkTime>()};
 };
 
 TEST_F(WorkerDocumentTest, RefusesAnswersThatWereNotAskedFor)
@@ -76,10 +75,6 @@ TEST_F(WorkerDocumentTest, RefusesAnswersThatWereNotAskedFor)
              wire::writeShape(out, {.id = 0, .width = 1, .height = 1, .resolution = 200});
              wire::write(out, std::vector<PixelBox>());
          }},
-        {"pixels that were not written", render,
-         [](WireWriter& out) {
-             wire::writeShape(out, {.id = 0, .width = 9000, .height = 9000, .resolution = 200});
-         }},
         {"nothing at all", render, [](WireWriter&) {}},
     };
     for (const Case& each : cases) {
@@ -93,32 +88,33 @@ TEST_F(WorkerDocumentTest, RefusesAnswersThatWereNotAskedFor)
         (PDFWriteError{PDFWriteError::Kind::workerFailed, "the worker's answer made no sense"}));
 }
 
-TEST_F(WorkerDocumentTest, LosesPatienceWithADocumentThatHangsItsWorkers)
+TEST_F(WorkerDocumentTest, HandsOverOneDocumentHoweverManyRequestsThereAre)
 {
-    answerWith([](WireWriter& out) { out.count(1), wire::write(out, PageInfo()); });
-    EXPECT_TRUE(document->readPages(0, 1).get());
-    failWith(Kind::timedOut);
-    for (int time = 0; time < 5; ++time) {
-        EXPECT_THAT(workers.cancelled, IsEmpty());
-        EXPECT_EQ(failureOfReading(), Kind::timedOut);
-    }
-    EXPECT_FALSE(workers.cancelled.empty());
-    EXPECT_EQ(failureOfReading(), Kind::cancelled);
-    EXPECT_THAT(workers.limits, ElementsAre(20s, 20s, 2s, 2s, 2s, 2s));
+    std::vector<SharedDescriptor> given;
+    workers.answer = [&](WorkerMessage request) -> WorkerAnswer {
+        std::ranges::move(request.descriptors, std::back_inserter(given));
+        return failure(WorkerFailure{Kind::crashed});
+    };
+    static_cast<void>(document->readPages(0, 1).get());
+    static_cast<void>(document->layOut(0, 200).get());
+    ASSERT_EQ(given.size(), 3U);
+    EXPECT_EQ(given[0], given[1]);
+    EXPECT_NE(::ftruncate(given[2]->get(), off_t{1} << 40), 0) << "a worker could fill all memory";
 }
 
-TEST_F(WorkerDocumentTest, GivesUpADocumentThatBringsDownWorkerAfterWorker)
+TEST_F(WorkerDocumentTest, AddsUpTheTimeThatWorkersSpendOnAPage)
 {
-    failWith(Kind::crashed);
-    for (int time = 0; time < 16; ++time) EXPECT_EQ(failureOfReading(), Kind::crashed);
-    EXPECT_EQ(failureOfReading(), Kind::cancelled);
-    EXPECT_EQ(workers.limits.size(), 16U);
+    workers.answer = [](const WorkerMessage&) { return failure(WorkerFailure{Kind::crashed}); };
+    static_cast<void>(document->recognize(picture, {}, "eng").get());
+    static_cast<void>(document->orientation(picture).get());
+    static_cast<void>(document->turn(picture, 1).get());
+    EXPECT_EQ(picture.workTime->total(), 3s);
 }
 
-TEST_F(WorkerDocumentTest, CancelsWhatIsLeftOfItsWorkWhenItIsNotNeededAnyMore)
+TEST_F(WorkerDocumentTest, HasWorkersForgetItWhenItIsNotNeededAnyMore)
 {
     document.reset();
-    EXPECT_THAT(workers.cancelled, ElementsAre(JobKey{1}));
+    EXPECT_THAT(workers.ended, ElementsAre(std::pair(JobKey{1}, std::uint16_t{11})));
 }
 
 TEST_F(WorkerDocumentTest, IsOpenedOnceItsPagesAreCounted)

@@ -76,7 +76,7 @@ TEST_F(WorkerProcessTest, SeesTheDocumentItIsGiven)
     for (int piece = 0; piece < 12; ++piece) large.append(std::string(1 << 20, '\1'));
     for (const Data& document : {Data::copying("\1\2\3"), large.take().slice(5)}) {
         WireWriter request;
-        ASSERT_TRUE(request.document(document));
+        request.document(sealBytes(document).value());
         auto answer = ask(DoubleOperation::documentSum, std::move(request));
         ASSERT_TRUE(answer) << answer.error().description();
         const std::uint64_t expected = document.size() == 3 ? 6 : document.size();

@@ -129,7 +129,7 @@ OperationTable makeOperations()
         hang();
     });
     add(withDescriptor, [](WireReader&, WireWriter& answer) -> bool {
-        answer.descriptor(FileDescriptor(STDIN_FILENO));
+        answer.descriptor(share(FileDescriptor(STDIN_FILENO)));
         sendMessage(answer.message());
         hang();
     });

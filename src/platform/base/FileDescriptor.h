@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <utility>
 
 namespace korvane {
@@ -28,5 +29,13 @@ public:
 private:
     int descriptor_ = -1;
 };
+
+/** A descriptor that several use; the last of them closes it. */
+using SharedDescriptor = std::shared_ptr<const FileDescriptor>;
+
+inline SharedDescriptor share(FileDescriptor descriptor)
+{
+    return std::make_shared<const FileDescriptor>(std::move(descriptor));
+}
 
 } // namespace korvane

@@ -1,8 +1,11 @@
 #include "platform/base/MemoryFile.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace korvane {
 
@@ -14,6 +17,15 @@ FileDescriptor makeMemoryFile()
     FileDescriptor file(::memfd_create("korvane", flags | noExecSeal));
     if (!file && errno == EINVAL) file = FileDescriptor(::memfd_create("korvane", flags));
     return file;
+}
+
+FileDescriptor makeMemoryFile(std::uint64_t size)
+{
+    FileDescriptor file = makeMemoryFile();
+    constexpr int seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
+    const bool isMade = file && ::ftruncate(file.get(), static_cast<off_t>(size)) == 0 &&
+                        ::fcntl(file.get(), F_ADD_SEALS, seals) == 0;
+    return isMade ? std::move(file) : FileDescriptor();
 }
 
 } // namespace korvane

@@ -58,7 +58,7 @@ Result<SealedBytes, SystemError> copyOf(const Data& data)
         return failure(written.error());
     constexpr int seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
     if (::fcntl(file.get(), F_ADD_SEALS, seals) != 0) return failure(SystemError::last());
-    return SealedBytes{.file = std::move(file), .length = data.size()};
+    return SealedBytes{.file = share(std::move(file)), .length = data.size()};
 }
 
 } // namespace
@@ -69,14 +69,16 @@ Result<SealedBytes, SystemError> sealBytes(const Data& data)
     if (!shared) return copyOf(data);
     FileDescriptor file(::fcntl(shared->descriptor, F_DUPFD_CLOEXEC, 0));
     if (!file) return failure(SystemError::last());
-    return SealedBytes{.file = std::move(file), .offset = shared->offset, .length = shared->length};
+    return SealedBytes{
+        .file = share(std::move(file)), .offset = shared->offset, .length = shared->length};
 }
 
 Result<Data, SystemError> mapSealedBytes(const SealedBytes& bytes)
 {
-    const int seals = ::fcntl(bytes.file.get(), F_GET_SEALS);
+    const int file = bytes.file->get();
+    const int seals = ::fcntl(file, F_GET_SEALS);
     struct stat status {};
-    if (seals < 0 || ::fstat(bytes.file.get(), &status) != 0) return failure(SystemError::last());
+    if (seals < 0 || ::fstat(file, &status) != 0) return failure(SystemError::last());
     const auto size = static_cast<std::uint64_t>(status.st_size);
     if ((seals & F_SEAL_SHRINK) == 0 || bytes.offset > size || bytes.length > size - bytes.offset) {
         return failure(SystemError{EINVAL});
@@ -85,8 +87,7 @@ Result<Data, SystemError> mapSealedBytes(const SealedBytes& bytes)
     constexpr std::uint64_t pageMask = 65535; // the largest page that Linux has on our processors
     const std::size_t skipped = bytes.offset & pageMask;
     const std::size_t length = bytes.length;
-    auto mapping =
-        std::make_shared<const Mapping>(bytes.file.get(), bytes.offset - skipped, skipped + length);
+    auto mapping = std::make_shared<const Mapping>(file, bytes.offset - skipped, skipped + length);
     if (!*mapping) return failure(SystemError::last());
     const std::span content(mapping->data() + skipped, length);
     return Data(std::move(mapping), content);

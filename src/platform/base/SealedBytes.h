@@ -11,7 +11,7 @@ namespace korvane {
 
 /** A run of bytes in a sealed memory file, ready to be handed to another process. */
 struct SealedBytes {
-    FileDescriptor file;
+    SharedDescriptor file;
     std::uint64_t offset = 0;
     std::uint64_t length = 0;
 };

@@ -28,6 +28,7 @@ enum class DocumentOperation : std::uint16_t {
     orientation = 8, ///< picture -> orientation
     render = 9,      ///< document, page, resolution, file for the pixels -> width, height
     write = 10,      ///< document, layers, information, output file -> why not, if not
+    forget = 11,     ///< -> ; the document and the picture that were worked on last are let go
 };
 
 /** Whether the worker could do it; `detail` is for the log. */

@@ -9,6 +9,7 @@
 #include "platform/pdf/DocumentInformation.h"
 #include "platform/pdf/PDFWriteError.h"
 #include "platform/pdf/PageTextLayer.h"
+#include "platform/worker/WorkTime.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -28,7 +29,9 @@ struct PagePicture {
     int height = 0;
     /** Pixels an inch. */
     double resolution = 0;
-    std::shared_ptr<const FileDescriptor> pixels;
+    SharedDescriptor pixels;
+    /** What workers have spent on the page: on laying it out, turning and reading it. */
+    std::shared_ptr<WorkTime> workTime;
 };
 
 /** A picture, and where its lines of text are, in reading order. */
@@ -43,7 +46,8 @@ using DocumentAnswer = Result<T, DocumentError>;
 /**
  * A PDF document being worked on somewhere else, where it can do no harm. Pages are counted from 0.
  * Each answer comes when its turn has come; those who wait for it do so on no serial queue. A
- * page may take the time limit of its step and no longer. Used on any thread, several at a time.
+ * step may take the time limit and no longer, and steps that come to nothing may take half a minute
+ * in all: those after them fail as cancelled. Used on any thread, several at a time.
  */
 class OpenDocument {
 public:

@@ -5,6 +5,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <exception>
 #include <utility>
 
 namespace korvane {
@@ -13,12 +15,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::milliseconds firstPatience = 20s;
-constexpr std::chrono::milliseconds laterPatience = 2s;
-constexpr int mostTimeouts = 5;
-constexpr int mostBreakdowns = 16;
+constexpr std::chrono::milliseconds stepLimit = 20s;
+/** What is given to the writing even of a document that hung: what was read shall not be lost. */
+constexpr std::chrono::milliseconds writingGranted = 5s;
 /** Copying is given a second for so many bytes besides. */
 constexpr std::size_t bytesCopiedInASecond = std::size_t{20} << 20;
+constexpr std::size_t mostPixels = std::size_t{128} << 20;
+constexpr std::size_t colorSize = 4;
 
 std::atomic<std::uint64_t> picturesMade = 0;
 
@@ -26,6 +29,12 @@ DocumentError couldNotAsk(const SystemError& error)
 {
     return {.kind = DocumentError::Kind::worker,
             .failure = {.kind = WorkerFailure::Kind::couldNotStart, .code = error.code}};
+}
+
+DocumentError noMemory()
+{
+    return {.kind = DocumentError::Kind::worker,
+            .failure = {.kind = WorkerFailure::Kind::outOfMemory}};
 }
 
 DocumentError senseless()
@@ -67,6 +76,17 @@ DocumentAnswer<T> readAnswer(WorkerAnswer answer, const std::function<T(WireRead
     return value;
 }
 
+/** A worker's answer may be too much for us, too. */
+template <typename T>
+DocumentAnswer<T> readSafely(WorkerAnswer answer, const std::function<T(WireReader&)>& read)
+{
+    try {
+        return readAnswer<T>(std::move(answer), read);
+    } catch (const std::exception&) {
+        return failure(noMemory());
+    }
+}
+
 /** As many as were asked for; another count is not even made room for. */
 template <typename T>
 std::vector<T> readExactly(WireReader& in, std::size_t count, T (*read)(WireReader&))
@@ -100,22 +120,22 @@ Result<void, PDFWriteError> writeAnswer(const DocumentAnswer<PDFWriteError>& ans
 
 } // namespace
 
-WorkerDocument::WorkerDocument(WorkerService& workers, Data pdf)
-    : workers_(workers), job_(workers.makeJob()), pdf_(std::move(pdf))
+WorkerDocument::WorkerDocument(WorkerService& workers, const Data& pdf)
+    : workers_(workers), job_(workers.makeJob()), pdf_(sealBytes(pdf))
 {
 }
 
 WorkerDocument::~WorkerDocument()
 {
-    workers_.cancel(job_);
+    workers_.end(job_, static_cast<std::uint16_t>(wire::DocumentOperation::forget));
 }
 
 Result<WireWriter, DocumentError> WorkerDocument::documentRequest() const
 {
+    if (!pdf_) return failure(couldNotAsk(pdf_.error()));
     WireWriter request;
     request.u64(job_.number);
-    if (const auto written = request.document(pdf_); !written)
-        return failure(couldNotAsk(written.error()));
+    request.document(*pdf_);
     return request;
 }
 
@@ -123,50 +143,33 @@ Result<WireWriter, DocumentError> WorkerDocument::pictureRequest(const PagePictu
 {
     WireWriter request;
     wire::writeShape(request, picture);
-    FileDescriptor pixels = picture.pixels ? duplicate(picture.pixels->get()) : FileDescriptor();
-    if (!pixels) return failure(couldNotAsk(SystemError::last()));
-    request.descriptor(std::move(pixels));
+    request.descriptor(picture.pixels);
     return request;
 }
 
-std::chrono::milliseconds WorkerDocument::patience() const
+std::chrono::milliseconds WorkerDocument::copyingTime() const
 {
-    return timeouts_ == 0 ? firstPatience : laterPatience;
-}
-
-bool WorkerDocument::isGivenUp() const
-{
-    return timeouts_ >= mostTimeouts || breakdowns_ >= mostBreakdowns;
-}
-
-void WorkerDocument::note(const WorkerFailure& failure)
-{
-    if (failure.kind == WorkerFailure::Kind::timedOut) ++timeouts_;
-    if (failure.kind != WorkerFailure::Kind::stopped) ++breakdowns_;
-    if (isGivenUp()) workers_.cancel(job_);
+    return std::chrono::seconds(pdf_ ? pdf_->length / bytesCopiedInASecond : 0);
 }
 
 template <typename T>
-std::future<DocumentAnswer<T>> WorkerDocument::ask(wire::DocumentOperation operation,
-                                                   Result<WireWriter, DocumentError> request,
-                                                   std::function<T(WireReader&)> read)
+std::future<DocumentAnswer<T>>
+WorkerDocument::ask(wire::DocumentOperation operation, Result<WireWriter, DocumentError> request,
+                    std::function<T(WireReader&)> read, std::shared_ptr<WorkTime> workTime)
 {
     if (!request) return failed<T>(request.error());
-    if (isGivenUp())
-        return failed<T>({.kind = DocumentError::Kind::worker,
-                          .failure = {.kind = WorkerFailure::Kind::cancelled}});
     auto promise = std::make_shared<std::promise<DocumentAnswer<T>>>();
     auto answer = promise->get_future();
-    const auto limit = operation == wire::DocumentOperation::write
-                           ? patience() + std::chrono::seconds(pdf_.size() / bytesCopiedInASecond)
-                           : patience();
-    workers_.submit(
-        job_, request->message(static_cast<std::uint16_t>(operation)), limit,
-        [promise, read = std::move(read), weak = weak_from_this()](WorkerAnswer arrived) {
-            const auto self = weak.lock();
-            if (!arrived && self) self->note(arrived.error());
-            promise->set_value(readAnswer<T>(std::move(arrived), read));
-        });
+    WorkerRequest sent{.message = request->message(static_cast<std::uint16_t>(operation)),
+                       .limit = stepLimit,
+                       .workTime = std::move(workTime)};
+    if (operation == wire::DocumentOperation::write) {
+        sent.limit += copyingTime();
+        sent.granted = writingGranted + copyingTime();
+    }
+    workers_.submit(job_, std::move(sent), [promise, read = std::move(read)](WorkerAnswer arrived) {
+        promise->set_value(readSafely<T>(std::move(arrived), read));
+    });
     return answer;
 }
 
@@ -191,24 +194,27 @@ std::future<DocumentAnswer<std::vector<PageInfo>>> WorkerDocument::readPages(std
 
 std::future<DocumentAnswer<LaidOutPage>>
 WorkerDocument::askForPicture(wire::DocumentOperation operation,
-                              Result<WireWriter, DocumentError> request)
+                              Result<WireWriter, DocumentError> request,
+                              std::shared_ptr<WorkTime> workTime)
 {
-    auto pixels = std::make_shared<FileDescriptor>(makeMemoryFile());
+    SharedDescriptor pixels = share(makeMemoryFile(mostPixels));
+    if (!*pixels) return failed<LaidOutPage>(couldNotAsk(SystemError::last()));
     const std::uint64_t id = ++picturesMade;
     if (request) {
-        FileDescriptor filled = *pixels ? duplicate(pixels->get()) : FileDescriptor();
-        if (!filled) return failed<LaidOutPage>(couldNotAsk(SystemError::last()));
         request->u64(id);
-        request->descriptor(std::move(filled));
+        request->descriptor(pixels);
     }
-    return ask<LaidOutPage>(operation, std::move(request),
-                            [pixels = std::move(pixels), id](WireReader& in) {
-                                LaidOutPage page{.picture = wire::readShape(in)};
-                                page.picture.pixels = pixels;
-                                page.lines = wire::readBoxes(in);
-                                if (page.picture.id != id) in.fail();
-                                return page;
-                            });
+    return ask<LaidOutPage>(
+        operation, std::move(request),
+        [pixels = std::move(pixels), workTime, id](WireReader& in) {
+            LaidOutPage page{.picture = wire::readShape(in)};
+            page.picture.pixels = pixels;
+            page.picture.workTime = workTime;
+            page.lines = wire::readBoxes(in);
+            if (page.picture.id != id) in.fail();
+            return page;
+        },
+        workTime);
 }
 
 std::future<DocumentAnswer<LaidOutPage>> WorkerDocument::layOut(std::size_t page, double resolution)
@@ -218,7 +224,8 @@ std::future<DocumentAnswer<LaidOutPage>> WorkerDocument::layOut(std::size_t page
         request->u64(page);
         request->f64(resolution);
     }
-    return askForPicture(wire::DocumentOperation::layOut, std::move(request));
+    return askForPicture(wire::DocumentOperation::layOut, std::move(request),
+                         std::make_shared<WorkTime>());
 }
 
 std::future<DocumentAnswer<LaidOutPage>> WorkerDocument::turn(const PagePicture& picture,
@@ -226,7 +233,7 @@ std::future<DocumentAnswer<LaidOutPage>> WorkerDocument::turn(const PagePicture&
 {
     auto request = pictureRequest(picture);
     if (request) request->u8(static_cast<std::uint8_t>(quarterTurns));
-    return askForPicture(wire::DocumentOperation::turn, std::move(request));
+    return askForPicture(wire::DocumentOperation::turn, std::move(request), picture.workTime);
 }
 
 std::future<DocumentAnswer<std::vector<RecognizedLine>>>
@@ -238,17 +245,18 @@ WorkerDocument::recognize(const PagePicture& picture, std::vector<PixelBox> line
         wire::write(*request, lines);
         request->string(language);
     }
-    return ask<std::vector<RecognizedLine>>(wire::DocumentOperation::recognize, std::move(request),
-                                            [count = lines.size()](WireReader& in) {
-                                                return readExactly<RecognizedLine>(in, count,
-                                                                                   wire::readLine);
-                                            });
+    return ask<std::vector<RecognizedLine>>(
+        wire::DocumentOperation::recognize, std::move(request),
+        [count = lines.size()](WireReader& in) {
+            return readExactly<RecognizedLine>(in, count, wire::readLine);
+        },
+        picture.workTime);
 }
 
 std::future<DocumentAnswer<PageOrientation>> WorkerDocument::orientation(const PagePicture& picture)
 {
     return ask<PageOrientation>(wire::DocumentOperation::orientation, pictureRequest(picture),
-                                wire::readOrientation);
+                                wire::readOrientation, picture.workTime);
 }
 
 DocumentAnswer<Data> WorkerDocument::render(std::size_t page, double resolution)
@@ -257,12 +265,13 @@ DocumentAnswer<Data> WorkerDocument::render(std::size_t page, double resolution)
         std::uint64_t width = 0;
         std::uint64_t height = 0;
     };
-    const FileDescriptor pixels = makeMemoryFile();
+    const SharedDescriptor pixels = share(makeMemoryFile(mostPixels * colorSize));
+    if (!*pixels) return failure(couldNotAsk(SystemError::last()));
     auto request = documentRequest();
     if (request) {
         request->u64(page);
         request->f64(resolution);
-        request->descriptor(duplicate(pixels.get()));
+        request->descriptor(pixels);
     }
     const auto size =
         ask<Size>(wire::DocumentOperation::render, std::move(request), [](WireReader& in) {
@@ -271,10 +280,10 @@ DocumentAnswer<Data> WorkerDocument::render(std::size_t page, double resolution)
                         static_cast<std::uint64_t>(shape.height)};
         }).get();
     if (!size) return failure(size.error());
-    std::vector<std::uint8_t> bytes(size->width * size->height * 4);
+    std::vector<std::uint8_t> bytes(size->width * size->height * colorSize);
     std::size_t filled = 0;
     while (filled < bytes.size()) {
-        const ssize_t count = ::pread(pixels.get(), bytes.data() + filled, bytes.size() - filled,
+        const ssize_t count = ::pread(pixels->get(), bytes.data() + filled, bytes.size() - filled,
                                       static_cast<off_t>(filled));
         if (count <= 0) return failure(senseless());
         filled += static_cast<std::size_t>(count);
@@ -290,7 +299,7 @@ Result<void, PDFWriteError> WorkerDocument::write(const std::vector<PageTextLaye
     if (request) {
         wire::write(*request, layers);
         wire::write(*request, information);
-        request->descriptor(duplicate(output));
+        request->descriptor(share(duplicate(output)));
     }
     bool written = false;
     const auto answer = ask<PDFWriteError>(wire::DocumentOperation::write, std::move(request),

@@ -1,23 +1,28 @@
 #pragma once
 
+#include "platform/base/SealedBytes.h"
 #include "platform/documents/DocumentOperations.h"
 #include "platform/documents/DocumentService.h"
 #include "platform/worker/WorkerService.h"
 
-#include <atomic>
 #include <chrono>
+#include <cstddef>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace korvane {
 
 /**
- * A document whose steps are requests to workers. A worker that hangs is given 20 s the first time
- * and 2 s from then on; where the document brings down worker after worker, its further steps fail
- * as cancelled.
+ * A document whose steps are requests to workers. Each is given 20 s, and less once others have
+ * failed (see JobPatience); where the document brings down worker after worker, its further steps
+ * fail as cancelled, all but the writing.
  */
-class WorkerDocument final : public OpenDocument,
-                             public std::enable_shared_from_this<WorkerDocument> {
+class WorkerDocument final : public OpenDocument {
 public:
-    WorkerDocument(WorkerService& workers, Data pdf);
+    WorkerDocument(WorkerService& workers, const Data& pdf);
     WorkerDocument(const WorkerDocument&) = delete;
     WorkerDocument& operator=(const WorkerDocument&) = delete;
     ~WorkerDocument() override;
@@ -43,26 +48,23 @@ public:
 private:
     Result<WireWriter, DocumentError> documentRequest() const;
     static Result<WireWriter, DocumentError> pictureRequest(const PagePicture& picture);
+    std::chrono::milliseconds copyingTime() const;
 
     /** Sends a request; `read` takes from the answer what comes after its status. */
     template <typename T>
-    std::future<DocumentAnswer<T>> ask(wire::DocumentOperation operation,
-                                       Result<WireWriter, DocumentError> request,
-                                       std::function<T(WireReader&)> read);
+    std::future<DocumentAnswer<T>>
+    ask(wire::DocumentOperation operation, Result<WireWriter, DocumentError> request,
+        std::function<T(WireReader&)> read, std::shared_ptr<WorkTime> workTime = nullptr);
 
     std::future<DocumentAnswer<LaidOutPage>>
-    askForPicture(wire::DocumentOperation operation, Result<WireWriter, DocumentError> request);
-
-    std::chrono::milliseconds patience() const;
-    bool isGivenUp() const;
-    void note(const WorkerFailure& failure);
+    askForPicture(wire::DocumentOperation operation, Result<WireWriter, DocumentError> request,
+                  std::shared_ptr<WorkTime> workTime);
 
     WorkerService& workers_;
     const JobKey job_;
-    const Data pdf_;
+    /** All requests share it, however many wait. */
+    const Result<SealedBytes, SystemError> pdf_;
     std::size_t pageCount_ = 0;
-    std::atomic<int> timeouts_ = 0;
-    std::atomic<int> breakdowns_ = 0;
 };
 
 } // namespace korvane

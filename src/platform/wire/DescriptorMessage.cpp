@@ -22,11 +22,13 @@ struct ControlBuffer {
         std::array<char, CMSG_SPACE(WorkerMessage::maximumDescriptors * sizeof(int))> bytes{};
 };
 
-void attach(msghdr& header, ControlBuffer& control, const std::vector<FileDescriptor>& descriptors)
+void attach(msghdr& header, ControlBuffer& control,
+            const std::vector<SharedDescriptor>& descriptors)
 {
     if (descriptors.empty()) return;
     std::array<int, WorkerMessage::maximumDescriptors> numbers{};
-    std::ranges::transform(descriptors, numbers.begin(), &FileDescriptor::get);
+    std::ranges::transform(descriptors, numbers.begin(),
+                           [](const SharedDescriptor& file) { return file->get(); });
     const std::size_t size = descriptors.size() * sizeof(int);
     header.msg_control = control.bytes.data();
     header.msg_controllen = CMSG_SPACE(size);

@@ -1,5 +1,7 @@
 #include "platform/wire/Frame.h"
 
+#include <algorithm>
+
 namespace korvane {
 
 FrameHeaderBytes encodeHeader(const WorkerMessage& message)
@@ -22,7 +24,9 @@ FrameHeaderBytes encodeHeader(const WorkerMessage& message)
 bool isWithinBounds(const WorkerMessage& message)
 {
     return message.payload.size() <= WorkerMessage::maximumPayload &&
-           message.descriptors.size() <= WorkerMessage::maximumDescriptors;
+           message.descriptors.size() <= WorkerMessage::maximumDescriptors &&
+           std::ranges::all_of(message.descriptors,
+                               [](const SharedDescriptor& file) { return file && *file; });
 }
 
 } // namespace korvane

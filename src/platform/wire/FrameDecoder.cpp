@@ -27,7 +27,8 @@ std::span<std::uint8_t> FrameDecoder::room()
 FrameDecoder::Progress FrameDecoder::received(std::size_t count,
                                               std::vector<FileDescriptor> descriptors)
 {
-    std::ranges::move(descriptors, std::back_inserter(descriptors_));
+    std::ranges::transform(std::move(descriptors), std::back_inserter(descriptors_),
+                           [](FileDescriptor& file) { return share(std::move(file)); });
     if (descriptors_.size() > maximumDescriptors_) return Progress::broken;
     if (header_) {
         payload_.commit(count);

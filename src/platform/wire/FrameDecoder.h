@@ -43,7 +43,7 @@ private:
     std::size_t headerSize_ = 0;
     std::optional<FrameHeader> header_;
     ByteBuffer payload_;
-    std::vector<FileDescriptor> descriptors_;
+    std::vector<SharedDescriptor> descriptors_;
 };
 
 } // namespace korvane

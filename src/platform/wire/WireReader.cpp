@@ -94,11 +94,11 @@ Data WireReader::document()
     return std::move(mapped).value_or(Data());
 }
 
-FileDescriptor WireReader::descriptor()
+SharedDescriptor WireReader::descriptor()
 {
     if (descriptors_.empty()) fail();
     if (failed_) return {};
-    FileDescriptor file = std::move(descriptors_.back());
+    SharedDescriptor file = std::move(descriptors_.back());
     descriptors_.pop_back();
     return file;
 }

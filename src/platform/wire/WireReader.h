@@ -33,7 +33,8 @@ public:
     Data data();
     /** Mapped, not copied. */
     Data document();
-    FileDescriptor descriptor();
+    /** None when the reader has failed. */
+    SharedDescriptor descriptor();
 
     /** How many elements follow. Fails when as many cannot be there, with `elementSize` bytes the
      *  least that one takes, so that a list can be reserved without further checks. */
@@ -52,7 +53,7 @@ private:
     std::uint64_t number(std::size_t size);
 
     Data rest_;
-    std::vector<FileDescriptor> descriptors_;
+    std::vector<SharedDescriptor> descriptors_;
     bool failed_ = false;
 };
 

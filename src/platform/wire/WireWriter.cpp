@@ -1,7 +1,5 @@
 #include "platform/wire/WireWriter.h"
 
-#include "platform/base/SealedBytes.h"
-
 #include <array>
 #include <bit>
 #include <span>
@@ -76,17 +74,14 @@ void WireWriter::count(std::size_t elements)
     u64(elements);
 }
 
-Result<void, SystemError> WireWriter::document(const Data& bytes)
+void WireWriter::document(SealedBytes bytes)
 {
-    Result<SealedBytes, SystemError> sealed = sealBytes(bytes);
-    if (!sealed) return failure(sealed.error());
-    u64(sealed->offset);
-    u64(sealed->length);
-    descriptor(std::move(sealed->file));
-    return {};
+    u64(bytes.offset);
+    u64(bytes.length);
+    descriptor(std::move(bytes.file));
 }
 
-void WireWriter::descriptor(FileDescriptor file)
+void WireWriter::descriptor(SharedDescriptor file)
 {
     descriptors_.push_back(std::move(file));
 }

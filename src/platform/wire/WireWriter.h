@@ -1,8 +1,7 @@
 #pragma once
 
 #include "platform/base/ByteBuffer.h"
-#include "platform/base/Result.h"
-#include "platform/base/SystemError.h"
+#include "platform/base/SealedBytes.h"
 #include "platform/wire/WorkerMessage.h"
 
 #include <cstdint>
@@ -30,19 +29,18 @@ public:
     /** How many elements follow. */
     void count(std::size_t elements);
 
-    /** The document without copying it, as far as it lies in shared memory: its descriptor goes
-     *  along. Towards the worker only. */
-    Result<void, SystemError> document(const Data& bytes);
+    /** The document itself is not copied: its descriptor goes along. Towards the worker only. */
+    void document(SealedBytes bytes);
 
     /** The other side gets the file as it is open here. Towards the worker only. */
-    void descriptor(FileDescriptor file);
+    void descriptor(SharedDescriptor file);
 
     /** What was written. The writer is empty afterwards. */
     WorkerMessage message(std::uint16_t code = 0);
 
 private:
     ByteBuffer bytes_;
-    std::vector<FileDescriptor> descriptors_;
+    std::vector<SharedDescriptor> descriptors_;
 };
 
 } // namespace korvane

@@ -20,9 +20,9 @@ struct WorkerMessage {
     std::uint32_t number = 0;
     /** At most `maximumPayload` bytes, made by a WireWriter and read by a WireReader. */
     Data payload;
-    /** At most `maximumDescriptors`, and only towards the worker: an answer that brings any is
-     *  refused, and what it brought closed. */
-    std::vector<FileDescriptor> descriptors;
+    /** At most `maximumDescriptors`, all of them open, and only towards the worker: an answer that
+     * brings any is refused, and what it brought closed. */
+    std::vector<SharedDescriptor> descriptors;
 };
 
 } // namespace korvane

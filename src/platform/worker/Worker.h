@@ -33,6 +33,9 @@ public:
     /** Only `ended` comes after it. */
     virtual void kill() = 0;
 
+    /** True when the process is no more, even if `ended` has not been called yet. */
+    virtual bool hasEnded() const = 0;
+
     /** Bytes of memory that the process holds for itself. */
     virtual std::size_t memory() const = 0;
 };

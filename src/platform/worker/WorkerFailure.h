@@ -14,8 +14,8 @@ struct WorkerFailure {
         timedOut,       ///< the worker was killed at the request's limit
         protocolBroken, ///< the worker sent what is no answer; it was killed
         refused,        ///< the worker answered that it could not; `code` is its reason
-        tooLarge,       ///< the request exceeds what a message holds
-        cancelled,      ///< the job was cancelled before the request's turn
+        tooLarge,       ///< the request is not what a message can hold
+        cancelled,      ///< the job has ended or was given up
         stopped,        ///< the pool was stopped
     };
 

@@ -28,7 +28,8 @@ struct WorkerPoolLimits {
 /**
  * As many worker processes as there are cores, started when there is work, one request at a time
  * each, and let go when there has been none for a while. A process that fails costs the request it
- * was working on; the next request gets a new one. State lives on a serial queue of its own.
+ * was working on; the next request gets a new one. A job of which too much fails is given up. State
+ * lives on a serial queue of its own.
  */
 class WorkerPool final : public WorkerService {
 public:
@@ -40,10 +41,8 @@ public:
 
     JobKey makeJob() override;
     using WorkerService::submit;
-    void submit(JobKey job, WorkerMessage request, std::chrono::milliseconds limit,
-                Completion completion) override;
-    void cancel(JobKey job) override;
-    void warmUp() override;
+    void submit(JobKey job, WorkerRequest request, Completion completion) override;
+    void end(JobKey job, std::uint16_t farewell) override;
     std::size_t parallelism() const override;
 
     /** Every request fails at once, also those still to come, and the workers are killed. */

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <exception>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -36,6 +37,12 @@ WorkerFailure failureOf(const siginfo_t& end)
     return {Kind::exited, end.si_status};
 }
 
+bool awaitReadable(int descriptor, int milliseconds)
+{
+    pollfd watched{.fd = descriptor, .events = POLLIN, .revents = 0};
+    return ::poll(&watched, 1, milliseconds) > 0;
+}
+
 class WorkerProcess final : public Worker {
 public:
     WorkerProcess(SpawnedWorker spawned, SerialQueue& queue, Events events)
@@ -51,8 +58,7 @@ public:
     {
         if (hasEnded_) return;
         signalKill();
-        pollfd end{.fd = spawned_.process.get(), .events = POLLIN, .revents = 0};
-        ::poll(&end, 1, killedWithin);
+        awaitReadable(spawned_.process.get(), killedWithin);
         reap();
     }
 
@@ -72,6 +78,8 @@ public:
         signalKill();
         awaitEnd();
     }
+
+    bool hasEnded() const override { return awaitReadable(spawned_.process.get(), 0); }
 
     std::size_t memory() const override
     {
@@ -115,8 +123,9 @@ void WorkerProcess::sendRest()
         socketWatch_->whenWritable([this] { sendRest(); });
         return;
     }
-    // When it could not be sent the process is about to end, which the socket tells as well.
     outgoing_.reset();
+    // A process that does not have the whole request has nothing to answer.
+    if (transfer == Transfer::broken) kill();
 }
 
 void WorkerProcess::receive()
@@ -207,7 +216,14 @@ Result<std::unique_ptr<Worker>, WorkerFailure> WorkerProcessLauncher::launch(Ser
     if (!spawned) {
         return failure(WorkerFailure{WorkerFailure::Kind::couldNotStart, spawned.error().code});
     }
-    return std::make_unique<WorkerProcess>(*std::move(spawned), queue, std::move(events));
+    const pid_t id = spawned->id;
+    try {
+        return std::make_unique<WorkerProcess>(*std::move(spawned), queue, std::move(events));
+    } catch (const std::exception&) { // there is no descriptor or no memory left to watch it with
+        ::kill(id, SIGKILL);
+        ::waitpid(id, nullptr, 0);
+        return failure(WorkerFailure{WorkerFailure::Kind::couldNotStart, ENOMEM});
+    }
 }
 
 } // namespace korvane

@@ -1,9 +1,15 @@
 #include "platform/worker/WorkerService.h"
 
-#include <memory>
 #include <utility>
 
 namespace korvane {
+
+void WorkerService::submit(JobKey job, WorkerMessage request, std::chrono::milliseconds limit,
+                           Completion completion)
+{
+    submit(job, {.message = std::move(request), .limit = limit, .granted = limit},
+           std::move(completion));
+}
 
 std::future<WorkerAnswer> WorkerService::submit(JobKey job, WorkerMessage request,
                                                 std::chrono::milliseconds limit)

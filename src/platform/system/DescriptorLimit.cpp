@@ -1,0 +1,19 @@
+#include "platform/system/DescriptorLimit.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+
+namespace korvane {
+
+void raiseDescriptorLimit()
+{
+    constexpr rlim_t plenty = 65536;
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = std::max(limit.rlim_cur, std::min(limit.rlim_max, plenty));
+    // Without more it works as well, for fewer jobs at a time.
+    static_cast<void>(::setrlimit(RLIMIT_NOFILE, &limit));
+}
+
+} // namespace korvane
