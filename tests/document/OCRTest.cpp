@@ -83,21 +83,24 @@ TEST_F(OCRTest, KeepsThePlaceOfAPageThatFailsAndSaysWhy)
         {.renderError = brokenDown(WorkerFailure::Kind::timedOut)},
         {.lines = {"?"}, .recognitionError = DocumentError{Kind::recognition, "why"}},
         {.lines = {"?"}, .recognitionError = brokenDown(WorkerFailure::Kind::crashed)},
+        {.lines = {"?"}, .work = std::chrono::seconds(121)},
         {.lines = {"last"}}};
     const auto results = recognize();
-    ASSERT_EQ(results.size(), 6U);
-    const std::string texts[] = {"first", "", "", "", "", "last"};
-    const bool rendered[] = {true, false, false, true, true, true};
-    for (std::size_t page = 0; page < 6; ++page) {
+    ASSERT_EQ(results.size(), 7U);
+    const std::string texts[] = {"first", "", "", "", "", "", "last"};
+    const bool rendered[] = {true, false, false, true, true, true, true};
+    for (std::size_t page = 0; page < 7; ++page) {
         SCOPED_TRACE(page);
         EXPECT_EQ(results[page].plainText, texts[page]);
         EXPECT_EQ(results[page].pageImage != nullptr, rendered[page]);
         EXPECT_EQ(results[page].pageRect.width, 600);
     }
-    EXPECT_THAT(log.errors(), UnorderedElementsAre(
-                                  "OCR: page 3 could not be rendered: the worker took too long",
-                                  "OCR: Vision perform failed: why",
-                                  "OCR: Vision perform failed: the worker crashed with signal 9"));
+    EXPECT_THAT(
+        log.errors(),
+        UnorderedElementsAre("OCR: page 3 could not be rendered: the worker took too long",
+                             "OCR: Vision perform failed: why",
+                             "OCR: Vision perform failed: the page took longer than two minutes",
+                             "OCR: Vision perform failed: the worker crashed with signal 9"));
 }
 
 TEST_F(OCRTest, GivesNothingForPagesThatCannotBeRead)

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <cmath>
 #include <map>
 #include <mutex>
@@ -28,6 +29,8 @@ struct FakePage {
     int turns = 0;
     std::optional<DocumentError> renderError;
     std::optional<DocumentError> recognitionError;
+    /** What laying it out costs the workers. */
+    std::chrono::seconds work{0};
 };
 
 /** What a test's documents are made of, and what was asked of them. */
@@ -143,7 +146,9 @@ private:
         LaidOutPage result{.picture = {.id = page * 4 + static_cast<std::size_t>(turns % 4),
                                        .width = pixels(600),
                                        .height = pixels(800),
-                                       .resolution = resolution}};
+                                       .resolution = resolution,
+                                       .workTime = std::make_shared<WorkTime>()}};
+        result.picture.workTime->add(content_.pages[page].work);
         const int height = pixels(16);
         for (std::size_t line = 0; line < content_.pages[page].lines.size(); ++line) {
             const int top = (24 + static_cast<int>(line)) * height;

@@ -195,7 +195,7 @@ std::future<DocumentAnswer<std::vector<PageInfo>>> WorkerDocument::readPages(std
 std::future<DocumentAnswer<LaidOutPage>>
 WorkerDocument::askForPicture(wire::DocumentOperation operation,
                               Result<WireWriter, DocumentError> request,
-                              std::shared_ptr<WorkTime> workTime)
+                              const std::shared_ptr<WorkTime>& workTime)
 {
     SharedDescriptor pixels = share(makeMemoryFile(mostPixels));
     if (!*pixels) return failed<LaidOutPage>(couldNotAsk(SystemError::last()));

@@ -58,7 +58,7 @@ private:
 
     std::future<DocumentAnswer<LaidOutPage>>
     askForPicture(wire::DocumentOperation operation, Result<WireWriter, DocumentError> request,
-                  std::shared_ptr<WorkTime> workTime);
+                  const std::shared_ptr<WorkTime>& workTime);
 
     WorkerService& workers_;
     const JobKey job_;
