@@ -91,7 +91,7 @@ class Day(unittest.TestCase):
 
         # The printer gets a name, and moves to another port while it is at work.
         self.change(printerName="Attic")
-        self.assert_logged(f'IPPServer: publishing "Attic" on port {self.agent.port}')
+        self.assertTrue(self.agent.logged(f'IPPServer: publishing "Attic" on port {self.agent.port}'))
         self.assertIn(b"Attic", self.agent.post(ipp_request(GET_PRINTER_ATTRIBUTES))[1])
         pages = [Scan(seed=seed) for seed in range(4)]
         document = scanned_pdf(pages)
