@@ -38,14 +38,16 @@ def on_loop(function):
 
 
 class SessionBus:
-    def __init__(self, running=True):
+    """A bus of its own, or the one of an environment."""
+
+    def __init__(self, running=True, environment=None):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="korvane-bus-"))
         self.socket = self.folder / "bus"
-        self.address = f"unix:path={self.socket}"
-        self.environment = {"DBUS_SESSION_BUS_ADDRESS": self.address}
+        self.environment = environment or {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.socket}"}
+        self.address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
         self.daemon = None
         self.connections = []
-        if running:
+        if running and not environment:
             self.start()
 
     def __enter__(self):
@@ -61,6 +63,7 @@ class SessionBus:
         self.daemon = subprocess.Popen(["dbus-daemon", f"--config-file={file}", "--nofork"],
                                        stderr=subprocess.DEVNULL)
         if not wait_until(self._listens):
+            self.stop()
             raise AssertionError("there is no bus")
 
     def _listens(self):

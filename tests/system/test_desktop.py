@@ -15,15 +15,19 @@ DOCUMENT = make_pdf("BT /F1 12 Tf 72 700 Td (Hello) Tj ET")
 
 
 class Session(contextlib.ExitStack):
-    """A bus, a server and a file manager on it, and the agent, ready."""
+    """A bus, a server and a file manager on it, and the agent, ready where it has settings."""
 
-    def __init__(self, settings=None, **server):
+    def __init__(self, settings=None, configured=True, desktop=None, **server):
         super().__init__()
-        self.bus = self.enter_context(SessionBus())
-        self.files = self.enter_context(FileManager(self.bus))
-        self.server = self.enter_context(Server(self.bus, **server))
-        self.agent = self.enter_context(Agent(settings, environment=self.bus.environment))
-        self.agent.wait_ready()
+        with contextlib.ExitStack() as opened:
+            self.bus = opened.enter_context(SessionBus(environment=desktop and desktop.environment))
+            self.files = opened.enter_context(FileManager(self.bus))
+            self.server = opened.enter_context(Server(self.bus, **server))
+            self.agent = opened.enter_context(
+                Agent(settings, configured, environment=self.bus.environment))
+            if configured:
+                self.agent.wait_ready()
+            self.push(opened.pop_all())
 
     def show_job(self, name="Letter", count=1):
         self.agent.print_job(DOCUMENT, name)
