@@ -282,9 +282,7 @@ bool DocumentWork::forget(WireReader& request, WireWriter& answer)
     if (!request.finished()) return false;
     document_.reset();
     pictureNumber_ = 0;
-    // A picture that does not come takes the place of the one that is there.
-    static_cast<void>(recognizer_.load({.width = 1, .height = 1},
-                                       [](int, std::span<std::uint8_t>) { return false; }));
+    recognizer_.clear();
     return answerStatus(answer, {});
 }
 

@@ -166,8 +166,7 @@ void TextRecognizer::prepare(const std::string& language)
 bool TextRecognizer::load(const Picture& picture,
                           const std::function<bool(int, std::span<std::uint8_t>)>& fill)
 {
-    for (const auto& engine : engines_) engine->forget();
-    pixels_.reset();
+    clear();
     OwnedPix image(pixCreateNoInit(picture.width, picture.height, 8));
     if (!image) return false;
     const auto width = static_cast<std::size_t>(picture.width);
@@ -181,6 +180,12 @@ bool TextRecognizer::load(const Picture& picture,
     pixels_ = std::make_unique<Pixels>(std::move(image));
     resolution_ = picture.resolution;
     return true;
+}
+
+void TextRecognizer::clear()
+{
+    for (const auto& engine : engines_) engine->forget();
+    pixels_.reset();
 }
 
 bool TextRecognizer::turn(int quarterTurns)

@@ -46,6 +46,9 @@ public:
     bool load(const Picture& picture,
               const std::function<bool(int row, std::span<std::uint8_t>)>& fill);
 
+    /** Lets the picture go. */
+    void clear();
+
     /** Turns the picture clockwise; false when there is no memory for it, or no picture. */
     bool turn(int quarterTurns);
 
