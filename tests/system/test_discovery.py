@@ -103,7 +103,7 @@ class Discovery:
         self.assertEqual(printers.stdout.split(), [f"ipp://desk.local:{agent.port}/ipp/print"])
         with tempfile.TemporaryDirectory() as folder:
             letter = pathlib.Path(folder) / "letter.pdf"
-            letter.write_bytes(pdf_saying("From the phone"))
+            letter.write_bytes(pdf_saying("From the phone, with love to the desk"))
             self.phone.run("ipptool", "-f", str(letter), f"ipp://{entry[7]}:{entry[8]}/ipp/print",
                            "/usr/share/cups/ipptool/print-job.test")
             (saved,) = agent.wait_saved()
