@@ -1,5 +1,6 @@
 #include "worker/DocumentWork.h"
 
+#include "platform/base/SealedBytes.h"
 #include "platform/files/DescriptorOutput.h"
 #include "platform/qpdf/SearchablePDFWriter.h"
 #include "platform/text/CodePoints.h"
@@ -16,6 +17,9 @@ namespace korvane {
 namespace {
 
 using wire::DocumentOperation;
+
+/** While a document is copied, it is let go of after so many bytes. */
+constexpr std::size_t releaseStep = std::size_t{16} << 20;
 
 /** Text past this is no page's. */
 constexpr std::size_t mostPageText = std::size_t{512} << 10;
@@ -52,7 +56,10 @@ void DocumentWork::addTo(OperationTable& operations)
                          bool (DocumentWork::*function)(WireReader&, WireWriter&)) {
         operations.add(static_cast<std::uint16_t>(operation),
                        [this, function](WireReader& request, WireWriter& answer) {
-                           return (this->*function)(request, answer);
+                           const bool made = (this->*function)(request, answer);
+                           // What was read of the document is not to add up page by page.
+                           releasePages(source_);
+                           return made;
                        });
     };
     add(DocumentOperation::languages, &DocumentWork::listLanguages);
@@ -88,15 +95,22 @@ bool DocumentWork::prepare(WireReader& request, WireWriter& answer)
     return answerStatus(answer, {});
 }
 
+void DocumentWork::closeDocument()
+{
+    document_.reset();
+    source_ = Data();
+}
+
 wire::Status DocumentWork::openDocument(WireReader& request)
 {
     const std::uint64_t number = request.u64();
     Data bytes = request.document();
     if (request.failed()) return {.code = Status::Code::notReadable};
     if (document_ && number == documentNumber_) return {};
-    document_.reset();
-    auto opened = PDFReader::open(std::move(bytes));
+    closeDocument();
+    auto opened = PDFReader::open(bytes);
     if (!opened) return statusOf(opened.error());
+    source_ = std::move(bytes);
     document_ = std::move(*opened);
     documentNumber_ = number;
     return {};
@@ -259,16 +273,24 @@ bool DocumentWork::render(WireReader& request, WireWriter& answer)
 
 bool DocumentWork::write(WireReader& request, WireWriter& answer)
 {
-    request.u64();
-    const Data source = request.document();
+    const std::uint64_t number = request.u64();
+    const Data received = request.document();
+    // Where the document is open it is mapped already.
+    const Data source = document_ && number == documentNumber_ ? source_ : received;
     const std::vector<PageTextLayer> layers = wire::readLayers(request);
     const DocumentInformation information = wire::readInformation(request);
     const SharedDescriptor output = request.descriptor();
     if (!request.finished()) return false;
     DescriptorOutput file(output->get());
+    std::size_t copied = 0;
     const auto written =
-        writeSearchablePDF(source, layers, information,
-                           [&](std::span<const std::uint8_t> bytes) { return file.write(bytes); });
+        writeSearchablePDF(source, layers, information, [&](std::span<const std::uint8_t> bytes) {
+            if ((copied += bytes.size()) >= releaseStep) {
+                releasePages(source);
+                copied = 0;
+            }
+            return file.write(bytes);
+        });
     wire::write(answer, Status());
     answer.boolean(written.has_value());
     const PDFWriteError error = written ? PDFWriteError() : written.error();
@@ -280,7 +302,7 @@ bool DocumentWork::write(WireReader& request, WireWriter& answer)
 bool DocumentWork::forget(WireReader& request, WireWriter& answer)
 {
     if (!request.finished()) return false;
-    document_.reset();
+    closeDocument();
     pictureNumber_ = 0;
     recognizer_.clear();
     return answerStatus(answer, {});

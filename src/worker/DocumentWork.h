@@ -34,12 +34,15 @@ private:
     bool write(WireReader& request, WireWriter& answer);
     bool forget(WireReader& request, WireWriter& answer);
 
+    void closeDocument();
     Status openDocument(WireReader& request);
     Status openPicture(WireReader& request);
     bool answerPicture(std::uint64_t id, const FileDescriptor& file, WireWriter& answer);
 
     std::uint64_t documentNumber_ = 0;
     std::optional<PDFReader> document_;
+    /** What `document_` reads from. */
+    Data source_;
     std::uint64_t pictureNumber_ = 0;
     TextRecognizer recognizer_;
 };

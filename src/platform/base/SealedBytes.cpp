@@ -93,4 +93,13 @@ Result<Data, SystemError> mapSealedBytes(const SealedBytes& bytes)
     return Data(std::move(mapping), content);
 }
 
+void releasePages(const Data& mapped)
+{
+    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto start = reinterpret_cast<std::uintptr_t>(mapped.bytes().data());
+    const std::uintptr_t first = (start + page - 1) / page * page;
+    const std::uintptr_t last = (start + mapped.size()) / page * page;
+    if (first < last) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
+}
+
 } // namespace korvane

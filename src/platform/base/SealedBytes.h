@@ -23,4 +23,8 @@ Result<SealedBytes, SystemError> sealBytes(const Data& data);
  *  whose size is sealed (reading it could fail at any time), or the run lies outside of it. */
 Result<Data, SystemError> mapSealedBytes(const SealedBytes& bytes);
 
+/** Takes the pages of what mapSealedBytes gave out of this process's memory, to which they return
+ *  when they are read again. For nothing else: the content of other memory would be lost. */
+void releasePages(const Data& mapped);
+
 } // namespace korvane
