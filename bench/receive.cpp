@@ -1,5 +1,5 @@
 // The yardstick for a large job: receives what one client sends over loopback, writes it to a file
-// as it comes, and makes it safe on the disk.
+// as it comes, and syncs the file.
 //
 //   bench_receive <port> <file>
 

@@ -1,11 +1,11 @@
 # One static library a folder, and tests beside it.
 #
-# Code includes its headers by their path from src/ ("ipp/IPPMessage.h"). src/ itself is on nobody's
+# Code includes its headers by their path from src/ ("ipp/IPPMessage.h"). src/ itself is on no
 # include path: every library has an include root of its own, holding one link to its folder, and
 # passes it on to those that link it. So a folder that includes what it does not link fails to build.
 
 option(KORVANE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
-option(KORVANE_FUZZERS "Build the fuzzers instead of the agent and the tests (needs clang)" OFF)
+option(KORVANE_FUZZERS "Build the fuzzers as well (needs clang)" OFF)
 
 add_library(korvane_warnings INTERFACE)
 target_compile_options(korvane_warnings INTERFACE
@@ -41,15 +41,19 @@ function(korvane_library folder)
         PRIVATE ${arg_PRIVATE_LINKS} korvane_warnings)
 endfunction()
 
-# korvane_test(<name> SOURCES ... LINKS ...) makes one GoogleTest program and registers its cases.
+# korvane_test(<name> [THREADED] SOURCES ... LINKS ...) makes one GoogleTest program and registers its
+# cases. What runs on several threads is THREADED: these are the tests that the thread sanitizer is for.
+add_custom_target(threaded_tests)
 function(korvane_test name)
-    if(KORVANE_FUZZERS)
-        return()
-    endif()
-    cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(arg "THREADED" "" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LINKS} GTest::gmock GTest::gtest_main korvane_warnings)
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS unit TIMEOUT 120)
+    set(label unit)
+    if(arg_THREADED)
+        set(label unit-threaded)
+        add_dependencies(threaded_tests ${name})
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${label} TIMEOUT 120)
 endfunction()
 
 # korvane_fuzzer(<name> SOURCES ... LINKS ...) makes one libFuzzer program over fuzz/corpus/<name>;

@@ -1,50 +1,54 @@
-// The parts of answers on documents, as a compromised worker may write them. What is accepted is
-// written again and must be the very same bytes: nothing is misread, nothing made up.
+// The answers on documents, as a compromised worker may write them, and the requests. What is
+// accepted and written again is the same bytes.
 
-#include "platform/documents/DocumentOperations.h"
+#include "base/MemoryFile.h"
+#include "recognition/RequestCoding.h"
 
+#include <array>
 #include <cstdlib>
+#include <tuple>
+#include <utility>
 
 using namespace korvane;
 
 namespace {
 
-template <typename Read, typename Write>
-void check(const Data& payload, Read read, Write write)
+template <typename Request>
+void checkRequest(const Data& payload)
 {
-    WireReader reader({.payload = payload});
-    const auto value = read(reader);
-    if (!reader.finished()) return;
-    WireWriter writer;
-    write(writer, value);
-    if (writer.message().payload != payload) std::abort();
+    static const SharedDescriptor file = share(makeMemoryFile());
+    WireReader in({.payload = payload, .descriptors = {file, file}});
+    const auto request = decodeRequest<Request>(in);
+    if (request && encodeRequest(*request).payload != payload) std::abort();
 }
 
-template <typename T>
-void check(const Data& payload, T (*read)(WireReader&))
+template <typename Request>
+void checkAnswer(const Data& payload)
 {
-    check(payload, read, [](WireWriter& out, const T& value) { wire::write(out, value); });
+    const auto answer = decodeAnswer<typename Request::Answer>(WorkerMessage{.payload = payload});
+    if (!answer && answer.error().kind == DocumentError::Kind::worker) return;
+    WireWriter out;
+    encodeAnswer(out, answer);
+    if (out.message().payload != payload) std::abort();
 }
+
+using Check = void (*)(const Data&);
+
+/** Those of the requests in their order, and behind them those of their answers. */
+template <typename... Requests>
+constexpr auto checksOf(const std::tuple<Requests...>* /*all*/)
+{
+    return std::array<Check, 2 * sizeof...(Requests)>{&checkRequest<Requests>...,
+                                                      &checkAnswer<Requests>...};
+}
+
+constexpr auto checks = checksOf(static_cast<const requests::All*>(nullptr));
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     if (size == 0) return 0;
-    const Data payload = Data::copying(std::span(bytes + 1, size - 1));
-    switch (bytes[0] % 8) {
-    case 0: check(payload, wire::readStatus); break;
-    case 1: check(payload, wire::readPageInfo); break;
-    case 2: check(payload, wire::readBoxes); break;
-    case 3: check(payload, wire::readLine); break;
-    case 4: check(payload, wire::readOrientation); break;
-    case 5: check(payload, wire::readLayers); break;
-    case 6: check(payload, wire::readShape, wire::writeShape); break;
-    default: {
-        // Two entries of one name become one; all else is bounded by what was sent.
-        WireReader reader({.payload = payload});
-        if (wire::readInformation(reader).size() > size) std::abort();
-    }
-    }
+    checks[bytes[0] % checks.size()](Data::copying(std::span(bytes + 1, size - 1)));
     return 0;
 }

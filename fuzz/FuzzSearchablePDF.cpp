@@ -1,4 +1,4 @@
-#include "platform/qpdf/SearchablePDFWriter.h"
+#include "lib/qpdf/SearchablePDFWriter.h"
 
 #include <cstdlib>
 #include <string>
@@ -8,7 +8,10 @@ using namespace korvane;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     const std::vector<PageTextLayer> layers = {
-        {.lines = {{.text = "abc Ω שלום 😀", .x = 50, .baseline = 60, .fontSize = 12}}}};
+        {.lines = {{.x = 50,
+                    .y = 60,
+                    .angle = 3,
+                    .words = {{"abc", 0, 20}, {"Ω", 24, 9}, {"שלום", 36, 25}, {"😀", 63, 12}}}}}};
     const auto rewrite = [&](std::span<const std::uint8_t> source, std::string& output) {
         return writeSearchablePDF(Data::copying(source), layers, {{"Title", "fuzzed"}},
                                   [&output](std::span<const std::uint8_t> part) {

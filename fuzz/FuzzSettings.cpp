@@ -1,5 +1,5 @@
-#include "config/SettingsDecoder.h"
-#include "platform/text/Text.h"
+#include "config/AppSettings.h"
+#include "text/Text.h"
 
 #include <cstdlib>
 

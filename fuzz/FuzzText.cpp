@@ -1,5 +1,5 @@
-#include "platform/log/LogLine.h"
-#include "platform/text/Text.h"
+#include "lib/systemd/SystemLog.h"
+#include "text/Text.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 // What a compromised worker may send: a stream of frames, arriving in pieces, and a message's
-// payload read as whatever values the agent expects. Nothing of it may crash or grow the agent.
+// payload, read as any values. It must neither crash the agent nor fill its memory.
 
-#include "platform/wire/FrameDecoder.h"
-#include "platform/wire/WireReader.h"
+#include "workerpool/Frame.h"
+#include "workerpool/WireReader.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -11,7 +11,7 @@ using namespace korvane;
 
 namespace {
 
-/** The payload's first bytes choose what is read; nothing that fails may yield anything after. */
+/** The payload's first bytes choose what is read; a reader that has failed yields nothing more. */
 void readValues(WorkerMessage message)
 {
     const Data plan = message.payload.slice(0, 16);
@@ -20,15 +20,14 @@ void readValues(WorkerMessage message)
     for (const std::uint8_t step : plan.bytes()) {
         const bool failedBefore = reader.failed();
         std::size_t yielded = 0;
-        switch (step % 9) {
+        switch (step % 8) {
         case 0: yielded = reader.u8(); break;
-        case 1: yielded = reader.u16(); break;
-        case 2: yielded = reader.u32(); break;
+        case 1: yielded = reader.u64(); break;
+        case 2: yielded = static_cast<std::size_t>(reader.i32()); break;
         case 3: yielded = reader.boolean() ? 1 : 0; break;
         case 4: yielded = reader.string().size(); break;
-        case 5: yielded = reader.data().size(); break;
-        case 6: yielded = reader.document().size(); break;
-        case 7: yielded = reader.f64() != 0 ? 1 : 0; break;
+        case 5: yielded = reader.f64() != 0 ? 1 : 0; break;
+        case 6: yielded = reader.document().length; break;
         default:
             yielded = reader.count(8);
             if (yielded > size / 8) std::abort();
@@ -54,8 +53,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         stream = stream.subspan(count);
         switch (decoder.received(count, {})) {
         case FrameDecoder::Progress::needMore: break;
-        case FrameDecoder::Progress::whole: readValues(decoder.take()); break;
-        case FrameDecoder::Progress::broken: return 0;
+        case FrameDecoder::Progress::complete: readValues(decoder.take()); break;
+        case FrameDecoder::Progress::invalid: return 0;
         }
     }
     return 0;

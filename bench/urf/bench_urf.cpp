@@ -6,7 +6,7 @@
 // CPU time of one thread; MB are millions of bytes of the page's raster.
 
 #include "document/URFDecoder.h"
-#include "platform/deflate/ZlibCompressor.h"
+#include "lib/deflate/ZlibCompressor.h"
 #include "support/URFBuilder.h"
 
 #include <fmt/format.h>

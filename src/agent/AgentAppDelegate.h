@@ -1,14 +1,11 @@
 #pragma once
 
-#include "agent/DesktopEnvironment.h"
+#include "agent/AgentEnvironment.h"
 #include "agent/PrinterService.h"
+#include "base/Log.h"
 #include "config/SettingsObserver.h"
-#include "config/SettingsStore.h"
-#include "platform/log/Log.h"
-#include "server/IPPServer.h"
 
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace korvane {
@@ -17,11 +14,8 @@ namespace korvane {
  * at the end. Main queue only. */
 class AgentAppDelegate : public std::enable_shared_from_this<AgentAppDelegate> {
 public:
-    /** `build` names the build that runs; `hangUps` delivers SIGHUP. All that is referred to
-     * outlives the delegate. */
-    AgentAppDelegate(std::string build, const SettingsStore& store,
-                     std::optional<std::string> hostName, const ServerEnvironment& environment,
-                     const JobEnvironment& jobs, DesktopEnvironment desktop,
+    /** `build` names the build that runs; `hangUps` delivers SIGHUP. */
+    AgentAppDelegate(std::string build, AgentEnvironment environment,
                      SettingsObserver::Subscribe hangUps);
 
     /** The event loop has begun. */
@@ -34,11 +28,7 @@ private:
     void settingsChanged();
 
     const std::string build_;
-    const SettingsStore& store_;
-    const std::optional<std::string> hostName_;
-    const ServerEnvironment environment_;
-    const JobEnvironment jobs_;
-    const DesktopEnvironment desktop_;
+    const AgentEnvironment environment_;
     Log& log_;
     std::shared_ptr<PrinterService> service_;
     SettingsObserver observer_;

@@ -1,7 +1,7 @@
 #include "agent/PrinterService.h"
 
 #include "config/PrinterIdentity.h"
-#include "platform/text/Text.h"
+#include "text/Text.h"
 
 #include <fmt/format.h>
 
@@ -15,7 +15,7 @@ namespace {
 constexpr const char* resourcePath = "/ipp/print";
 
 /** Notes that wait while a slow application makes one. */
-constexpr std::size_t mostNotes = 64;
+constexpr std::size_t maxNotes = 64;
 
 /** What clients see in the moment in which the service is gone and its server is not yet. */
 PrinterDescriptor fallbackDescriptor()
@@ -26,7 +26,7 @@ PrinterDescriptor fallbackDescriptor()
             .location = "localhost"};
 }
 
-/** A note that runs out of memory costs itself, not those that wait behind it. */
+/** Running out of memory fails this note only, not those that wait behind it. */
 Result<void, std::string> makeNote(const AddNote& addNote, const CompletedJob& job,
                                    const std::string& folder)
 {
@@ -39,13 +39,10 @@ Result<void, std::string> makeNote(const AddNote& addNote, const CompletedJob& j
 
 } // namespace
 
-PrinterService::PrinterService(const SettingsStore& store, std::optional<std::string> hostName,
-                               const ServerEnvironment& environment, const JobEnvironment& jobs,
-                               DesktopEnvironment desktop)
-    : store_(store), hostName_(std::move(hostName)), environment_(environment), jobs_(jobs),
-      desktop_(std::move(desktop)), log_(environment.log),
-      printerUUID_(loadOrCreatePrinterUUID(store.supportDirectory(), environment.log)),
-      shared_{.settings = store.defaultSettings()}
+PrinterService::PrinterService(AgentEnvironment environment)
+    : environment_(std::move(environment)), log_(environment_.server.log),
+      printerUUID_(loadOrCreatePrinterUUID(environment_.store.supportDirectory(), log_)),
+      shared_{.settings = environment_.store.defaultSettings()}
 {
 }
 
@@ -63,7 +60,7 @@ void PrinterService::setAdvertisedPort(std::uint16_t port)
 
 void PrinterService::reload()
 {
-    const AppSettings settings = store_.loadSettings();
+    const AppSettings settings = environment_.store.loadSettings();
     {
         const std::scoped_lock lock(mutex_);
         shared_.settings = settings;
@@ -71,7 +68,7 @@ void PrinterService::reload()
     if (!isConfigured(settings)) {
         log_.note("PrinterService: not configured, stopping");
         stopServer();
-        desktop_.serviceManager.status("Not configured");
+        environment_.desktop.serviceManager.status("Not configured");
         return;
     }
     if (ippServer_ && ippServer_->configuredPort() == settings.ippPort) {
@@ -89,8 +86,8 @@ void PrinterService::reload()
 void PrinterService::startServer()
 {
     const std::uint16_t port = shared().settings.ippPort;
-    auto pipeline =
-        std::make_shared<JobPipeline>(jobs_, [weak = weak_from_this()](const CompletedJob& job) {
+    auto pipeline = std::make_shared<JobPipeline>(
+        environment_.jobs, [weak = weak_from_this()](const CompletedJob& job) {
             if (const auto self = weak.lock()) self->handleCompletedJob(job);
         });
     {
@@ -106,27 +103,33 @@ void PrinterService::startServer()
         [weak = weak_from_this()](const std::string& jobName, const Data& pdf) {
             if (const auto self = weak.lock()) self->handleJob(jobName, pdf);
         },
-        environment_);
-    server->onReady = [weak = weak_from_this(), sender = std::weak_ptr(server),
-                       &log = log_](std::uint16_t readyPort) {
-        // A server that has been replaced lives on for its last clients, and may still say this.
+        environment_.server);
+    // What a server that has been replaced still reports is not the printer's state.
+    const auto current = [weak = weak_from_this(), sender = std::weak_ptr(server)] {
         const auto self = weak.lock();
-        if (self && self->ippServer_ == sender.lock()) self->setAdvertisedPort(readyPort);
-        log.note(fmt::format("PrinterService: ready on port {}, Bonjour advertising", readyPort));
-        if (self) self->desktop_.serviceManager.status(fmt::format("Ready on port {}", readyPort));
+        return self && self->ippServer_ == sender.lock() ? self : nullptr;
     };
-    server->onPortUnavailable = [notifications = desktop_.notifications,
-                                 &serviceManager = desktop_.serviceManager](
-                                    std::uint16_t takenPort, const SystemError& error) {
-        serviceManager.status(fmt::format("Port {} is unavailable", takenPort));
-        notifications->showPortUnavailable(takenPort, error.description());
+    server->onReady = [current, &log = log_](std::uint16_t readyPort) {
+        const auto self = current();
+        if (self) self->setAdvertisedPort(readyPort);
+        log.note(fmt::format("PrinterService: ready on port {}, Bonjour advertising", readyPort));
+        if (self)
+            self->environment_.desktop.serviceManager.status(
+                fmt::format("Ready on port {}", readyPort));
+    };
+    server->onPortUnavailable = [current](std::uint16_t takenPort, const SystemError& error) {
+        const auto self = current();
+        if (!self) return;
+        const auto& desktop = self->environment_.desktop;
+        desktop.serviceManager.status(fmt::format("Port {} is unavailable", takenPort));
+        desktop.notifications->showPortUnavailable(takenPort, error.description());
     };
     const auto started = server->start();
     if (!started) {
         const std::string reason = describe(started.error());
         log_.error("PrinterService: IPP listener failed to start: " + reason);
-        desktop_.serviceManager.status(fmt::format("Port {} is unavailable", port));
-        desktop_.notifications->showPortUnavailable(port, reason);
+        environment_.desktop.serviceManager.status(fmt::format("Port {} is unavailable", port));
+        environment_.desktop.notifications->showPortUnavailable(port, reason);
         return;
     }
     ippServer_ = std::move(server);
@@ -134,7 +137,12 @@ void PrinterService::startServer()
 
 void PrinterService::stopServer()
 {
-    if (const auto server = std::exchange(ippServer_, nullptr)) server->stop();
+    if (const auto server = std::exchange(ippServer_, nullptr)) {
+        stoppedServers_.push_back(server);
+        server->stop([weak = weak_from_this(), stopped = std::weak_ptr(server)] {
+            if (const auto self = weak.lock()) std::erase(self->stoppedServers_, stopped.lock());
+        });
+    }
     setAdvertisedPort(0);
 }
 
@@ -146,7 +154,7 @@ void PrinterService::stop()
 PrinterDescriptor PrinterService::makeDescriptor() const
 {
     const Shared state = shared();
-    const std::string host = hostName_.value_or("Mac");
+    const std::string host = environment_.hostName.value_or("Mac");
     const std::string port =
         state.advertisedPort == 0 ? "" : fmt::format(":{}", state.advertisedPort);
     return {.name = state.settings.printerName,
@@ -158,7 +166,7 @@ PrinterDescriptor PrinterService::makeDescriptor() const
 void PrinterService::handleJob(const std::string& jobName, const Data& pdf) const
 {
     const Shared state = shared();
-    const auto saveDirectory = store_.resolvedSaveDirectory();
+    const auto saveDirectory = environment_.store.resolvedSaveDirectory();
     if (!saveDirectory) {
         log_.note(
             fmt::format("PrinterService: save directory \"{}\" missing or unreadable, dropping job",
@@ -172,12 +180,12 @@ void PrinterService::handleCompletedJob(const CompletedJob& job) const
 {
     log_.note(fmt::format("PrinterService: job saved at {} ({} text chars)", job.pdfURL.string(),
                           text::characterCount(job.plainText)));
-    desktop_.notifications->postJobNotification(job, shared().settings.notesEnabled);
+    environment_.desktop.notifications->postJobNotification(job, shared().settings.notesEnabled);
 }
 
 void PrinterService::addToNotes(const CompletedJob& job)
 {
-    if (notes_.size() >= mostNotes) {
+    if (notes_.size() >= maxNotes) {
         noteAdded(job, failure(std::string("Too many notes are waiting")));
         return;
     }
@@ -187,9 +195,9 @@ void PrinterService::addToNotes(const CompletedJob& job)
 
 void PrinterService::addNextNote()
 {
-    environment_.queues.utility().async([weak = weak_from_this(), note = notes_.front(),
-                                         addNote = desktop_.addNote,
-                                         &main = environment_.queues.main()] {
+    environment_.server.queues.utility().async([weak = weak_from_this(), note = notes_.front(),
+                                                addNote = environment_.desktop.addNote,
+                                                &main = environment_.server.queues.main()] {
         const auto added = makeNote(addNote, note.job, note.folder);
         main.async([weak, added] {
             const auto self = weak.lock();
@@ -215,7 +223,7 @@ void PrinterService::noteAdded(const CompletedJob& job,
 
 void PrinterService::showNotesError(const std::string& reason) const
 {
-    desktop_.alert.warn("Couldn't add to Notes", reason);
+    environment_.desktop.alert.warn("Couldn't add to Notes", reason);
 }
 
 } // namespace korvane

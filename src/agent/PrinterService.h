@@ -1,21 +1,20 @@
 #pragma once
 
-#include "agent/DesktopEnvironment.h"
+#include "agent/AgentEnvironment.h"
+#include "base/Data.h"
+#include "base/Result.h"
 #include "config/AppSettings.h"
-#include "config/SettingsStore.h"
 #include "document/CompletedJob.h"
 #include "document/JobPipeline.h"
 #include "ipp/PrinterDescriptor.h"
-#include "platform/base/Data.h"
-#include "platform/base/Result.h"
 #include "server/IPPServer.h"
 
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace korvane {
 
@@ -28,11 +27,8 @@ namespace korvane {
  */
 class PrinterService : public std::enable_shared_from_this<PrinterService> {
 public:
-    /** Loads the printer's UUID, or makes it. `hostName` is the computer's name, if it has one. All
-     *  that is referred to outlives the service. */
-    PrinterService(const SettingsStore& store, std::optional<std::string> hostName,
-                   const ServerEnvironment& environment, const JobEnvironment& jobs,
-                   DesktopEnvironment desktop);
+    /** Loads the printer's UUID, or makes it. */
+    explicit PrinterService(AgentEnvironment environment);
 
     /** Reads the settings again and starts, restarts, refreshes or stops the server. */
     void reload();
@@ -68,14 +64,12 @@ private:
     Shared shared() const;
     void setAdvertisedPort(std::uint16_t port);
 
-    const SettingsStore& store_;
-    const std::optional<std::string> hostName_;
-    const ServerEnvironment environment_;
-    const JobEnvironment jobs_;
-    const DesktopEnvironment desktop_;
+    const AgentEnvironment environment_;
     Log& log_;
     const std::string printerUUID_;
     std::shared_ptr<IPPServer> ippServer_;
+    /** Those whose open connections are not finished. */
+    std::vector<std::shared_ptr<IPPServer>> stoppedServers_;
     /** One at a time, so that two notes do not both make the same folder. */
     std::deque<PendingNote> notes_;
 

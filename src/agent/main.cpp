@@ -1,29 +1,30 @@
 #include "agent/AgentAppDelegate.h"
+#include "base/Clock.h"
+#include "base/FileDescriptor.h"
+#include "base/HostName.h"
+#include "base/User.h"
 #include "config/SettingsStore.h"
+#include "desktop/DesktopAlert.h"
+#include "desktop/DesktopFileViewer.h"
+#include "desktop/DesktopNotes.h"
+#include "desktop/DesktopNotificationCenter.h"
 #include "desktop/NotesBridge.h"
-#include "platform/alert/DesktopAlert.h"
-#include "platform/bus/BusAddress.h"
-#include "platform/bus/SystemSessionBus.h"
-#include "platform/dnssd/AvahiServiceDirectory.h"
-#include "platform/documents/WorkerDocuments.h"
-#include "platform/files/UserFolders.h"
-#include "platform/fileviewer/DesktopFileViewer.h"
-#include "platform/log/SystemLog.h"
-#include "platform/network/RouteNetlinkPaths.h"
-#include "platform/notes/DesktopNotes.h"
-#include "platform/notifications/DesktopNotificationCenter.h"
-#include "platform/queue/SystemQueues.h"
-#include "platform/script/NotesScriptRunner.h"
-#include "platform/service/ServiceManager.h"
-#include "platform/signals/ProcessSignals.h"
-#include "platform/system/Clock.h"
-#include "platform/system/DescriptorLimit.h"
-#include "platform/system/HostName.h"
-#include "platform/system/UserAccount.h"
-#include "platform/system/UserLanguage.h"
-#include "platform/tcp/SocketNetwork.h"
-#include "platform/worker/WorkerPool.h"
-#include "platform/worker/WorkerProcess.h"
+#include "desktop/NotesScriptRunner.h"
+#include "event/ProcessSignals.h"
+#include "event/SystemQueues.h"
+#include "lib/avahi/AvahiServiceDirectory.h"
+#include "lib/systemd/BlockingBus.h"
+#include "lib/systemd/BusAddress.h"
+#include "lib/systemd/ServiceManager.h"
+#include "lib/systemd/SystemLog.h"
+#include "lib/systemd/SystemSessionBus.h"
+#include "net/RouteNetlinkPaths.h"
+#include "net/SocketNetwork.h"
+#include "recognition/LanguageNames.h"
+#include "recognition/OCR.h"
+#include "recognition/WorkerDocuments.h"
+#include "workerpool/WorkerPool.h"
+#include "workerpool/WorkerProcess.h"
 
 #include <unistd.h>
 
@@ -32,20 +33,6 @@
 #include <memory>
 #include <string>
 #include <utility>
-
-namespace {
-
-korvane::Result<void, std::string> addNote(const std::string& title, const std::string& text,
-                                           const std::string& folder,
-                                           const std::filesystem::path& pdf)
-{
-    using namespace korvane;
-    const NotesScriptRunner runner([] { return openDesktopNotes(currentUserFolders()); });
-    return NotesBridge::addNote(title, text, folder, pdf, runner)
-        .map_error([](const NotesBridge::NotesError& error) { return error.description(); });
-}
-
-} // namespace
 
 int main()
 {
@@ -63,42 +50,53 @@ int main()
     RouteNetlinkPaths paths;
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
-    const std::string locale = userLanguage();
-    const std::string language = locale.empty() ? "eng" : locale;
     WorkerPool workers(queues, std::make_unique<WorkerProcessLauncher>());
-    WorkerDocuments documents(workers, language);
+    WorkerDocuments documents(workers);
+    // After the workers, whose last answers it takes: queues end in the order in which they begin.
+    OCR ocr(queues, documents, languagesOfCodes(currentUserLocales()), *log);
 
     SystemSessionBus bus(sessionBusAddress(), queues.main());
+    BlockingSessionBus blockingBus(bus, queues.main());
+    const AddNote addNote = [&blockingBus](const std::string& title, const std::string& text,
+                                           const std::string& folder,
+                                           const std::filesystem::path& pdf) {
+        DesktopNotes notes(currentUserFolders(), blockingBus);
+        return NotesBridge::addNote(title, text, folder, pdf, notesScriptRunner(notes))
+            .map_error([](const NotesBridge::NotesError& error) { return error.description(); });
+    };
     DesktopNotificationCenter notifications(bus, "Korvane", "org.korvane.Agent");
     DesktopFileViewer viewer(bus, queues.main());
     DesktopAlert alert(queues.main(), notifications, hasDisplay());
     const ServiceManager serviceManager(serviceManagerSocket());
 
     const auto delegate = std::make_shared<AgentAppDelegate>(
-        KORVANE_BUILD, store, hostName(),
-        ServerEnvironment{.queues = queues,
-                          .network = network,
-                          .clock = clock,
-                          .log = *log,
-                          .directory = &directory,
-                          .paths = &paths},
-        JobEnvironment{.queues = queues,
-                       .clock = clock,
-                       .log = *log,
-                       .documents = documents,
-                       .userLanguages = {language},
-                       .author = currentUserAccount().loginName},
-        DesktopEnvironment{.bus = bus,
-                           .notifications =
-                               std::make_shared<NotificationManager>(notifications, viewer, *log),
-                           .alert = alert,
-                           .serviceManager = serviceManager,
-                           .addNote = addNote},
+        KORVANE_BUILD,
+        AgentEnvironment{.store = store,
+                         .hostName = hostName(),
+                         .server = {.queues = queues,
+                                    .network = network,
+                                    .clock = clock,
+                                    .log = *log,
+                                    .directory = &directory,
+                                    .paths = &paths},
+                         .jobs = {.queues = queues,
+                                  .clock = clock,
+                                  .log = *log,
+                                  .documents = documents,
+                                  .ocr = ocr,
+                                  .author = currentUserAccount().loginName},
+                         .desktop = {.bus = bus,
+                                     .notifications = std::make_shared<NotificationManager>(
+                                         notifications, viewer, *log),
+                                     .alert = alert,
+                                     .serviceManager = serviceManager,
+                                     .addNote = addNote}},
         [&](Task handler) { return signals.watch({SIGHUP}, queues.main(), std::move(handler)); });
     const auto termination = signals.watch({SIGTERM, SIGINT}, queues.main(), [&] {
         delegate->applicationWillTerminate();
         // Jobs do not wait for recognition any more: they are saved as they were received.
         workers.stop();
+        blockingBus.stop();
         queues.stopMain();
     });
     queues.main().async([&] {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace korvane {
 
@@ -27,5 +28,12 @@ bool isConfigured(const AppSettings& settings);
 
 /** The name of a printer that nobody has named, after the computer's own name. */
 std::string defaultPrinterName(const std::optional<std::string>& hostName);
+
+/**
+ * The settings in a JSON text (RFC 8259), or nothing when one of them breaks a rule: there are no
+ * half-valid settings. Every member but ippPort is required; unknown members are ignored; of
+ * members of the same name the last counts.
+ */
+std::optional<AppSettings> decodeSettings(std::string_view json);
 
 } // namespace korvane

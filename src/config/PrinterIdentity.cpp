@@ -1,10 +1,10 @@
 #include "config/PrinterIdentity.h"
 
-#include "platform/base/Data.h"
-#include "platform/files/AtomicFile.h"
-#include "platform/files/Files.h"
-#include "platform/system/UUID.h"
-#include "platform/text/Text.h"
+#include "base/AtomicFile.h"
+#include "base/Data.h"
+#include "base/Files.h"
+#include "base/UUID.h"
+#include "text/Text.h"
 
 #include <fmt/format.h>
 
@@ -15,12 +15,12 @@ namespace korvane {
 namespace {
 
 /** More than any UUID, and as much as one value in an IPP message can hold. */
-constexpr std::size_t largestFile = std::size_t{64} * 1024;
+constexpr std::size_t maxFileSize = std::size_t{64} * 1024;
 
 std::optional<std::string> loadUUID(const std::filesystem::path& file, Log& log)
 {
     if (!fileExists(file)) return std::nullopt;
-    const auto content = readFile(file, largestFile);
+    const auto content = readFile(file, maxFileSize);
     if (!content) {
         log.error(fmt::format("PrinterService: FAILED to read UUID file at {}: {}. Regenerating.",
                               file.native(), content.error().description()));

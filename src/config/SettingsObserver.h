@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/bus/SessionBus.h"
-#include "platform/queue/Queue.h"
-#include "platform/signals/ProcessSignals.h"
+#include "event/ProcessSignals.h"
+#include "event/Queue.h"
+#include "lib/systemd/SessionBus.h"
 
 #include <functional>
 #include <memory>
@@ -18,7 +18,7 @@ namespace korvane {
 class SettingsObserver {
 public:
     /** Begins to deliver SIGHUP to a task, until the result is destroyed. */
-    using Subscribe = std::function<std::unique_ptr<SignalWatch>(Task)>;
+    using Subscribe = std::function<std::unique_ptr<Subscription>(Task)>;
 
     /** The bus outlives the observer. */
     SettingsObserver(Subscribe hangUps, SessionBus& bus)
@@ -32,8 +32,8 @@ public:
 private:
     Subscribe subscribeToHangUps_;
     SessionBus& bus_;
-    std::unique_ptr<SignalWatch> hangUps_;
-    std::unique_ptr<BusSubscription> namedSignals_;
+    std::unique_ptr<Subscription> hangUps_;
+    std::unique_ptr<Subscription> namedSignals_;
 };
 
 } // namespace korvane

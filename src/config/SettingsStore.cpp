@@ -1,9 +1,8 @@
 #include "config/SettingsStore.h"
 
-#include "config/SettingsDecoder.h"
-#include "platform/base/Data.h"
-#include "platform/files/AtomicFile.h"
-#include "platform/files/Files.h"
+#include "base/AtomicFile.h"
+#include "base/Data.h"
+#include "base/Files.h"
 
 #include <utility>
 
@@ -11,7 +10,7 @@ namespace korvane {
 
 namespace {
 
-constexpr std::size_t largestSettings = std::size_t{1024} * 1024;
+constexpr std::size_t maxSettingsSize = std::size_t{1024} * 1024;
 
 } // namespace
 
@@ -31,7 +30,7 @@ std::filesystem::path SettingsStore::supportDirectory() const
 
 AppSettings SettingsStore::loadSettings() const
 {
-    const auto content = readFile(supportDirectory() / "settings.json", largestSettings);
+    const auto content = readFile(supportDirectory() / "settings.json", maxSettingsSize);
     if (!content) return defaults_;
     return decodeSettings(content->text()).value_or(defaults_);
 }

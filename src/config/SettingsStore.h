@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/Log.h"
 #include "config/AppSettings.h"
-#include "platform/log/Log.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,63 +1,17 @@
 #include "desktop/NotesBridge.h"
 
-#include "platform/text/Text.h"
+#include "desktop/NotesProgram.h"
+#include "text/Markup.h"
+#include "text/Text.h"
+
+#include <fmt/format.h>
 
 namespace korvane::NotesBridge {
 
 namespace {
 
-struct Describe {
-    std::string operator()(const NotesError::ScriptCompileFailed& error) const
-    {
-        return "AppleScript compile failed: " + error.text;
-    }
-    std::string operator()(const NotesError::ScriptRunFailed& error) const
-    {
-        return "AppleScript run failed: " + error.text;
-    }
-    std::string operator()(NotesError::ScriptReturnedNothing /*error*/) const
-    {
-        return "Notes did not return a result.";
-    }
-};
-
-/** The text with what `replacement` gives in place of a character; an empty one keeps it. */
-template <typename Replacement>
-std::string replacing(std::string_view text, Replacement replacement)
-{
-    std::string result;
-    result.reserve(text.size() + text.size() / 16);
-    for (const char c : text) {
-        const std::string_view instead = replacement(c);
-        if (instead.empty()) {
-            result += c;
-        } else {
-            result += instead;
-        }
-    }
-    return result;
-}
-
-std::string_view entity(char c)
-{
-    switch (c) {
-    case '&': return "&amp;";
-    case '<': return "&lt;";
-    case '>': return "&gt;";
-    case '"': return "&quot;";
-    case '\'': return "&#39;";
-    default: return {};
-    }
-}
-
-std::string_view escapeSequence(char c)
-{
-    switch (c) {
-    case '\\': return "\\\\";
-    case '"': return "\\\"";
-    default: return {};
-    }
-}
+using Code = NotesError::Code;
+using text::htmlEscape;
 
 std::string htmlBody(std::string_view title, std::string_view text)
 {
@@ -65,70 +19,45 @@ std::string htmlBody(std::string_view title, std::string_view text)
            htmlEscape(text.empty() ? "(No text recognized)" : text) + "</p>";
 }
 
+/** The message, or else all that the error information holds. */
+std::string messageOf(const ScriptError& error)
+{
+    return error.message.value_or(fmt::format("{{Number = {}}}", error.number));
+}
+
 } // namespace
 
 std::string NotesError::description() const
 {
-    return std::visit(Describe{}, value);
-}
-
-std::string htmlEscape(std::string_view text)
-{
-    return replacing(text, entity);
-}
-
-std::string appleScriptEscape(std::string_view text)
-{
-    return replacing(text, escapeSequence);
+    switch (code) {
+    case Code::scriptCompileFailed: return "AppleScript compile failed: " + text;
+    case Code::scriptRunFailed: return "AppleScript run failed: " + text;
+    case Code::scriptReturnedNothing: break;
+    }
+    return "Notes did not return a result.";
 }
 
 std::string scriptSource(std::string_view title, std::string_view text, std::string_view folderName,
                          const std::filesystem::path& pdf)
 {
-    const std::string_view folder = text::trimmingSpace(folderName).empty() ? "Notes" : folderName;
-    return "on findOrMakeFolder(folderName)\n"
-           "    tell application \"Notes\"\n"
-           "        if not (exists folder folderName) then\n"
-           "            make new folder with properties {name:folderName}\n"
-           "        end if\n"
-           "        return folder folderName\n"
-           "    end tell\n"
-           "end findOrMakeFolder\n"
-           "\n"
-           "tell application \"Notes\"\n"
-           "    set targetFolder to my findOrMakeFolder(\"" +
-           appleScriptEscape(folder) +
-           "\")\n"
-           "    set newNote to make new note at targetFolder with properties \u00AC\n"
-           "        {name:\"" +
-           appleScriptEscape(title) + "\", body:\"" + appleScriptEscape(htmlBody(title, text)) +
-           "\"}\n"
-           "    set pdfFile to POSIX file \"" +
-           appleScriptEscape(pdf.native()) +
-           "\" as alias\n"
-           "    make new attachment at newNote with data pdfFile\n"
-           "    return id of newNote\n"
-           "end tell";
+    const bool isBlank = text::trimmingSpace(folderName).empty();
+    return composeNotesProgram({.folder = std::string(isBlank ? "Notes" : folderName),
+                                .title = std::string(title),
+                                .body = htmlBody(title, text),
+                                .file = pdf});
 }
 
 Result<void, NotesError> addNote(std::string_view title, std::string_view text,
                                  std::string_view folderName, const std::filesystem::path& pdf,
                                  const ScriptRunner& runner)
 {
-    const auto script = runner.makeScript(scriptSource(title, text, folderName, pdf));
+    const Script script = runner(scriptSource(title, text, folderName, pdf));
     if (!script) {
-        return failure(
-            NotesError{NotesError::ScriptCompileFailed{"NSAppleScript init returned nil"}});
+        return failure(NotesError{Code::scriptCompileFailed, "NSAppleScript init returned nil"});
     }
-    const auto result = script->execute();
-    if (!result) {
-        const ScriptError& error = result.error();
-        return failure(
-            NotesError{NotesError::ScriptRunFailed{error.message.value_or(error.description())}});
-    }
-    if (result->descriptorType == ScriptDescriptor::Type::null) {
-        return failure(NotesError{NotesError::ScriptReturnedNothing{}});
-    }
+    const auto result = script();
+    if (!result) return failure(NotesError{Code::scriptRunFailed, messageOf(result.error())});
+    if (!*result) return failure(NotesError{Code::scriptReturnedNothing});
     return {};
 }
 

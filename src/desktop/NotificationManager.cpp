@@ -1,6 +1,6 @@
 #include "desktop/NotificationManager.h"
 
-#include "platform/system/UUID.h"
+#include "base/UUID.h"
 
 #include <fmt/format.h>
 
@@ -16,7 +16,7 @@ constexpr const char* notesDisabledCategory = "KV_JOB_NOTES_DISABLED";
 constexpr const char* addToNotesAction = "KV_ACTION_ADD_TO_NOTES";
 constexpr const char* revealAction = "KV_ACTION_REVEAL";
 
-/** RFC 9562 in capitals. */
+/** A random UUID (RFC 9562) in upper case. */
 std::string makeIdentifier()
 {
     std::string identifier = makeRandomUUID();
@@ -50,10 +50,7 @@ void NotificationManager::configure()
 void NotificationManager::postJobNotification(const CompletedJob& job, bool notesEnabled)
 {
     const std::string identifier = makeIdentifier();
-    {
-        const std::scoped_lock lock(mutex_);
-        pendingJobs_.add(identifier, job);
-    }
+    pendingJobs_.add(identifier, job);
     post({.identifier = identifier,
           .content = {.title = job.jobName,
                       .body = job.summary,
@@ -88,7 +85,7 @@ void NotificationManager::post(NotificationRequest request, const std::string& f
     });
 }
 
-/** That there is nobody to show notifications is said once, not for every job. */
+/** An unavailable notification service is logged once, not for every job. */
 void NotificationManager::logFailure(const std::string& prefix, const NotificationError& error)
 {
     if (error.isUnavailable && std::exchange(isKnownUnavailable_, true)) return;
@@ -97,23 +94,15 @@ void NotificationManager::logFailure(const std::string& prefix, const Notificati
 
 void NotificationManager::didReceive(const NotificationResponse& response)
 {
-    const auto job = [&] {
-        const std::scoped_lock lock(mutex_);
-        return pendingJobs_.take(response.identifier);
-    }();
+    const auto job = pendingJobs_.take(response.identifier);
     if (!job) return;
     const bool isClick = response.action == NotificationResponse::defaultAction;
     const bool isForNotes = response.category == notesEnabledCategory;
     if (response.action == addToNotesAction || (isClick && isForNotes)) {
-        addToNotes(*job);
+        if (onAddToNotes) onAddToNotes(*job);
     } else if (response.action == revealAction || isClick) {
         viewer_.reveal(job->pdfURL);
     }
-}
-
-void NotificationManager::addToNotes(const CompletedJob& job) const
-{
-    if (onAddToNotes) onAddToNotes(job);
 }
 
 } // namespace korvane

@@ -30,37 +30,32 @@ std::string AdvertisingInterfaceMonitor::Choice::description() const
 
 void AdvertisingInterfaceMonitor::start(SerialQueue& queue)
 {
-    if (std::exchange(started_, true)) return;
-    queue_ = &queue;
+    if (running_) return;
+    running_.emplace(Running{queue});
     if (paths_ == nullptr) return;
-    monitor_ = paths_->monitor(queue, [this](const NetworkPath& path) { update(path); });
+    running_->path = paths_->monitor(queue, [this](const NetworkPath& path) { update(path); });
 }
 
 void AdvertisingInterfaceMonitor::stop()
 {
-    pending_.reset();
-    monitor_.reset();
-    started_ = false;
-    seenFirstPath_ = false;
+    running_.reset();
 }
 
 void AdvertisingInterfaceMonitor::update(const NetworkPath& path)
 {
     const Choice choice = chooseFrom(path);
-    if (!std::exchange(seenFirstPath_, true)) {
+    if (!std::exchange(running_->hasSeenPath, true)) {
         log_.note("AdvertisingInterfaceMonitor: initial choice: " + choice.description());
         apply(choice);
         return;
     }
-    pending_.reset();
+    running_->pending.reset();
     if (choice != current_) applyLater(choice);
 }
 
 void AdvertisingInterfaceMonitor::applyLater(const Choice& choice)
 {
-    pending_ = queue_->after(quietTime, [this, choice] {
-        pending_.reset();
-        if (choice == current_) return;
+    running_->pending = running_->queue.after(quietTime, [this, choice] {
         log_.note(fmt::format("AdvertisingInterfaceMonitor: advertising on {} (was {})",
                               choice.description(), current_.description()));
         apply(choice);

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/log/Log.h"
-#include "platform/network/NetworkPath.h"
-#include "platform/queue/Queue.h"
+#include "base/Log.h"
+#include "event/Queue.h"
+#include "net/NetworkPath.h"
 
 #include <cstdint>
 #include <functional>
@@ -45,6 +45,15 @@ public:
     void stop();
 
 private:
+    /** What there is between `start` and `stop`. */
+    struct Running {
+        SerialQueue& queue;
+        std::unique_ptr<Subscription> path = {};
+        bool hasSeenPath = false;
+        /** Another choice, until it has held. */
+        std::unique_ptr<DelayedTask> pending = {};
+    };
+
     void update(const NetworkPath& path);
     void applyLater(const Choice& choice);
     void apply(const Choice& choice);
@@ -52,11 +61,7 @@ private:
     NetworkPaths* paths_;
     Log& log_;
     Choice current_;
-    SerialQueue* queue_ = nullptr;
-    std::unique_ptr<NetworkPathMonitor> monitor_;
-    std::unique_ptr<DelayedTask> pending_;
-    bool started_ = false;
-    bool seenFirstPath_ = false;
+    std::optional<Running> running_;
 };
 
 } // namespace korvane

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/dnssd/ServiceDirectory.h"
-#include "platform/log/Log.h"
-#include "platform/queue/Backoff.h"
-#include "platform/queue/Queue.h"
+#include "base/Log.h"
+#include "event/Backoff.h"
+#include "event/Queue.h"
+#include "lib/avahi/ServiceDirectory.h"
 
 #include <memory>
 #include <optional>

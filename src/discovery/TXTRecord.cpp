@@ -1,5 +1,10 @@
 #include "discovery/TXTRecord.h"
 
+#include "ipp/DocumentFormat.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 namespace korvane {
 
 std::map<std::string, std::string> makeTXTRecord(const PrinterDescriptor& descriptor)
@@ -15,8 +20,8 @@ std::map<std::string, std::string> makeTXTRecord(const PrinterDescriptor& descri
         {"priority", "0"},
         {"usb_MFG", "Korvane"},
         {"usb_MDL", "Virtual Printer"},
-        {"pdl", "application/pdf,image/urf"},
-        {"URF", "SRGB24,W8,RS300,DM1,V1.4"},
+        {"pdl", fmt::format("{}", fmt::join(supportedMediaTypes(), ","))},
+        {"URF", fmt::format("{}", fmt::join(urfCapabilities, ","))},
         {"UUID", descriptor.uuid},
         {"Color", "T"},
         {"Duplex", "F"},

@@ -7,37 +7,32 @@ namespace korvane::DocumentNormalizer {
 
 namespace {
 
-constexpr std::size_t quotedBytes = 8;
-
-struct Describe {
-    std::string operator()(const NormalizeError::UnrecognizedFormat& error) const
-    {
-        return fmt::format("Unrecognized document format (first bytes: {:02X})",
-                           fmt::join(error.firstBytes.bytes(), " "));
-    }
-    std::string operator()(const NormalizeError::URFDecodeFailed& error) const
-    {
-        return "URF decode failed: " + error.error.errorDescription();
-    }
-};
+constexpr std::size_t maxQuotedBytes = 8;
 
 } // namespace
 
 std::string NormalizeError::description() const
 {
-    return std::visit(Describe{}, value);
+    if (const auto* failed = std::get_if<URFDecodeFailed>(&value))
+        return "URF decode failed: " + failed->error.errorDescription();
+    return fmt::format("Unrecognized document format (first bytes: {:02X})",
+                       fmt::join(std::get<UnrecognizedFormat>(value).firstBytes.bytes(), " "));
 }
 
-Result<Data, NormalizeError> normalize(const Data& document)
+Result<Data, NormalizeError> normalize(const Data& document, const DocumentFormat* format)
 {
-    if (document.text().starts_with("%PDF")) return document;
-    if (URFDecoder::isURF(document)) {
+    if (format == nullptr) {
+        return failure(
+            NormalizeError{NormalizeError::UnrecognizedFormat{document.slice(0, maxQuotedBytes)}});
+    }
+    switch (format->conversion) {
+    case DocumentFormat::Conversion::none: break;
+    case DocumentFormat::Conversion::urf:
         return URFDecoder::decodeToPDF(document).map_error([](const URFDecoder::Error& error) {
             return NormalizeError{NormalizeError::URFDecodeFailed{error}};
         });
     }
-    return failure(
-        NormalizeError{NormalizeError::UnrecognizedFormat{document.slice(0, quotedBytes)}});
+    return document;
 }
 
 } // namespace korvane::DocumentNormalizer

@@ -1,6 +1,6 @@
 #include "document/ICCProfile.h"
 
-#include "platform/base/ByteBuffer.h"
+#include "base/BigEndian.h"
 
 #include <array>
 #include <initializer_list>
@@ -19,17 +19,8 @@ struct Tag {
     Data content;
 };
 
-void putUInt16(ByteBuffer& out, std::uint32_t value)
-{
-    out.append(static_cast<std::uint8_t>(value >> 8));
-    out.append(static_cast<std::uint8_t>(value));
-}
-
-void putUInt32(ByteBuffer& out, std::size_t value)
-{
-    putUInt16(out, static_cast<std::uint32_t>(value >> 16));
-    putUInt16(out, static_cast<std::uint32_t>(value));
-}
+constexpr auto putUInt16 = appendBigEndian<std::uint16_t>;
+constexpr auto putUInt32 = appendBigEndian<std::uint32_t>;
 
 /** s15Fixed16Number. */
 void putFixed(ByteBuffer& out, std::initializer_list<double> values)
@@ -91,7 +82,7 @@ Data whitePoint()
     return fixedElement("XYZ ", {0.9642, 1, 0.8249});
 }
 
-/** How the colours were adapted from D65 to the D50 of all profiles, after Bradford. */
+/** How the colors were adapted from D65 to the D50 of all profiles, after Bradford. */
 Data adaptationFromD65()
 {
     return fixedElement("sf32", {1.047886, 0.022919, -0.050216, //

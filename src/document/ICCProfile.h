@@ -1,17 +1,17 @@
 #pragma once
 
-#include "platform/base/Data.h"
+#include "base/Data.h"
 
-/** Colour profiles (ICC.1:2004-10, version 4.2) of a few hundred bytes. */
+/** Color profiles (ICC.1:2004-10, version 4.2) of a few hundred bytes. */
 namespace korvane::icc {
 
 /**
  * sRGB (IEC 61966-2-1). The colorants are those that Little CMS gives the sRGB of its own, so that
- * viewers built on it show every one of the 2^24 colours unchanged.
+ * viewers built on it show every one of the 2^24 colors unchanged.
  */
 Data sRGBProfile();
 
-/** Grey whose value is proportional to luminance, white being D50. */
+/** Gray whose value is proportional to luminance, white being D50. */
 Data linearGrayProfile();
 
 } // namespace korvane::icc

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "document/OCRPage.h"
-#include "platform/base/Result.h"
-#include "platform/pdf/DocumentInformation.h"
-#include "platform/pdf/PDFWriteError.h"
-#include "platform/pdf/PageTextLayer.h"
+#include "base/Result.h"
+#include "event/Queue.h"
+#include "page/DocumentInformation.h"
+#include "recognition/DocumentService.h"
+#include "recognition/OCRPage.h"
 
 #include <filesystem>
 #include <functional>
@@ -15,7 +15,7 @@
 
 /**
  * Writes the searchable PDF of a job: its pages as they are, each with the lines that were
- * recognised on it as invisible text. Keeps no state.
+ * recognized on it as invisible text. Keeps no state.
  */
 namespace korvane::PDFEmbedder {
 
@@ -39,31 +39,20 @@ struct Error {
 
     /** For the log: the above with the domain, the code and the detail. */
     std::string description() const;
-
-    friend bool operator==(const Error&, const Error&) = default;
 };
 
-/**
- * Writes a copy of the source with these layers, one for each page from the first on, and this
- * document information to the descriptor, an empty file.
- */
-using Write = std::function<Result<void, PDFWriteError>(const std::vector<PageTextLayer>& layers,
-                                                        const DocumentInformation& information,
-                                                        int outputDescriptor)>;
+/** Called once, on the queue for files or, when nothing could be begun, on the calling thread. */
+using Completion = std::function<void(Result<void, Error>)>;
 
 /**
- * Has the PDF written beside its destination, which it then replaces: a reader of the folder never
- * sees half a file. The information gets the creator "Korvane". On failure the destination is as
- * it was.
+ * Writes a copy of the source, whose pages from the first on have these results, beside the
+ * destination, which it then replaces: a reader of the folder never sees half a file. The
+ * information gets the creator "Korvane". On failure the destination is as it was. Called where
+ * files may be waited for; a worker writes the copy, and the queue for files, which may wait too,
+ * gives it its name. The source lives until the completion.
  */
-Result<void, Error> writeSearchablePDF(std::span<const OCRPageResult> pages,
-                                       const std::filesystem::path& destination,
-                                       DocumentInformation information, const Write& write);
-
-/**
- * The spans as lines, each in the size of Helvetica that makes it as wide as its rectangle. What
- * ends a line or is a control character becomes a space or goes; spans without text are left out.
- */
-std::vector<TextLine> drawTextLayer(std::span<const OCRSpan> spans);
+void writeSearchablePDF(OpenDocument& source, std::span<const OCRPageResult> pages,
+                        const std::filesystem::path& destination, DocumentInformation information,
+                        Queue& files, Completion completion);
 
 } // namespace korvane::PDFEmbedder

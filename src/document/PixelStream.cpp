@@ -1,6 +1,5 @@
 #include "document/PixelStream.h"
 
-#include "document/RepeatPrefix.h"
 #include "document/RunLength.h"
 
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/base/ByteBuffer.h"
+#include "base/ByteBuffer.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace korvane {
  * them. So rows are kept run-length coded: a page of text shrinks twenty-fold before deflate sees
  * it, a repeated row costs its few coded bytes, and the deflated result is a third smaller than
  * that of the plain pixels. Where the coding does not at least halve the image (photographs,
- * coloured paper) the plain pixels compress better, and the stream changes over to them.
+ * colored paper) the plain pixels compress better, and the stream changes over to them.
  */
 class PixelStream {
 public:

@@ -1,10 +1,9 @@
 #pragma once
 
+#include "base/ByteBuffer.h"
+#include "base/Data.h"
 #include "document/PixelStream.h"
-#include "document/RasterPage.h"
-#include "platform/base/ByteBuffer.h"
-#include "platform/base/Data.h"
-#include "platform/deflate/ZlibCompressor.h"
+#include "lib/deflate/ZlibCompressor.h"
 
 #include <array>
 #include <cstddef>
@@ -15,6 +14,23 @@
 #include <vector>
 
 namespace korvane {
+
+/** A page that consists of one raster image. */
+struct RasterPage {
+    enum class Color {
+        sRGB,       ///< three bytes a pixel: red, green, blue
+        linearGray, ///< one byte a pixel, proportional to luminance
+    };
+
+    Color color = Color::sRGB;
+    /** In pixels, both at least 1. */
+    std::size_t width = 0;
+    std::size_t height = 0;
+    /** Pixels per inch, at least 1. */
+    std::size_t resolution = 0;
+
+    std::size_t bytesPerPixel() const { return color == Color::sRGB ? 3 : 1; }
+};
 
 /**
  * Writes a PDF document (ISO 32000-1) of raster pages into memory. Every page shows one image,

@@ -8,7 +8,7 @@ namespace korvane::runlength {
 
 namespace {
 
-constexpr std::ptrdiff_t longest = 128;
+constexpr std::ptrdiff_t maxRun = 128;
 
 /** How many bytes from `begin` on, at least one, are the same. */
 std::ptrdiff_t runAt(const std::uint8_t* begin, const std::uint8_t* end)
@@ -43,7 +43,7 @@ const std::uint8_t* nextRun(const std::uint8_t* position, const std::uint8_t* en
 std::uint8_t* putLiterals(const std::uint8_t* begin, const std::uint8_t* end, std::uint8_t* out)
 {
     while (begin != end) {
-        const std::ptrdiff_t count = std::min(end - begin, longest);
+        const std::ptrdiff_t count = std::min(end - begin, maxRun);
         *out++ = static_cast<std::uint8_t>(count - 1);
         out = std::copy_n(begin, count, out);
         begin += count;
@@ -65,7 +65,7 @@ std::size_t encode(std::span<const std::uint8_t> bytes, std::span<std::uint8_t> 
         if (run == end) break;
         // What is left of a long run and too short to be one becomes literal bytes.
         for (std::ptrdiff_t left = runAt(run, end); left >= 3;) {
-            const std::ptrdiff_t count = std::min(left, longest);
+            const std::ptrdiff_t count = std::min(left, maxRun);
             *out++ = static_cast<std::uint8_t>(257 - count);
             *out++ = *run;
             left -= count;

@@ -1,10 +1,27 @@
 #pragma once
 
-#include "platform/base/ByteBuffer.h"
+#include "base/ByteBuffer.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
+
+namespace korvane {
+
+/** Fills `room` with its first `size` bytes (at least one) over and over, a few large copies long.
+ */
+inline void repeatPrefix(std::span<std::uint8_t> room, std::size_t size)
+{
+    for (std::size_t filled = size; filled < room.size();) {
+        const std::size_t count = std::min(filled, room.size() - filled);
+        std::memcpy(room.data() + filled, room.data(), count);
+        filled += count;
+    }
+}
+
+} // namespace korvane
 
 /** The run-length coding of PDF's RunLengthDecode filter (ISO 32000-1, 7.4.5). */
 namespace korvane::runlength {

@@ -1,6 +1,6 @@
 #include "document/TextSummary.h"
 
-#include "platform/text/Text.h"
+#include "text/Text.h"
 
 #include <algorithm>
 

@@ -2,6 +2,7 @@
 
 #include "document/RasterPDFWriter.h"
 #include "document/URFReader.h"
+#include "ipp/DocumentFormat.h"
 
 #include <fmt/format.h>
 
@@ -14,8 +15,6 @@
 namespace korvane::URFDecoder {
 
 namespace {
-
-constexpr std::string_view magic{"UNIRAST\0", 8};
 
 auto unsupported(std::string detail)
 {
@@ -147,30 +146,22 @@ Result<void, Error> Decoder::decodeRows(const RasterPage& page)
     return {};
 }
 
-struct Describe {
-    std::string operator()(const Error::Unsupported& error) const
-    {
-        return "Unsupported URF: " + error.detail;
-    }
-    std::string operator()(Error::NotURF) const { return "Document is not URF."; }
-    std::string operator()(Error::Truncated) const { return "URF document is truncated."; }
-};
-
 } // namespace
 
 std::string Error::errorDescription() const
 {
-    return std::visit(Describe{}, value);
-}
-
-bool isURF(const Data& document)
-{
-    return document.text().starts_with(magic);
+    if (const auto* unsupported = std::get_if<Unsupported>(&value))
+        return "Unsupported URF: " + unsupported->detail;
+    return std::holds_alternative<NotURF>(value) ? "Document is not URF."
+                                                 : "URF document is truncated.";
 }
 
 Result<Data, Error> decodeToPDF(const Data& document, const Limits& limits)
 {
-    if (!isURF(document)) return failure(Error{Error::NotURF{}});
+    const DocumentFormat* format = recognizeFormat(document.text());
+    if (format == nullptr || format->conversion != DocumentFormat::Conversion::urf) {
+        return failure(Error{Error::NotURF{}});
+    }
     try {
         return Decoder(document.bytes(), limits).decode();
     } catch (const std::bad_alloc&) {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/base/Data.h"
-#include "platform/base/Result.h"
+#include "base/Data.h"
+#include "base/Result.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -19,22 +19,15 @@ struct Error {
     /** The document uses something that is refused or cannot be built. */
     struct Unsupported {
         std::string detail;
-        friend bool operator==(const Unsupported&, const Unsupported&) = default;
     };
     /** The document does not begin with the magic. */
-    struct NotURF {
-        friend bool operator==(NotURF, NotURF) { return true; }
-    };
+    struct NotURF {};
     /** The document ends too early. */
-    struct Truncated {
-        friend bool operator==(Truncated, Truncated) { return true; }
-    };
+    struct Truncated {};
 
     std::variant<Unsupported, NotURF, Truncated> value;
 
     std::string errorDescription() const;
-
-    friend bool operator==(const Error&, const Error&) = default;
 };
 
 /**
@@ -42,17 +35,15 @@ struct Error {
  * them, so these bound the memory and the time that one document takes.
  */
 struct Limits {
-    /** Bytes of pixels: an A2 page in colour at 300 dpi is 104 MB. */
+    /** Bytes of pixels: an A2 page in color at 300 dpi is 104 MB. */
     std::uint64_t pageRaster = UINT64_C(256) << 20;
     std::uint64_t documentRaster = UINT64_C(16) << 30;
     /** Bytes of the PDF document. */
     std::uint64_t pdf = UINT64_C(1) << 30;
 };
 
-/** Whether the bytes begin with the magic: "UNIRAST" and a zero byte. */
-bool isURF(const Data& document);
-
-/** A complete PDF document with one page for each of the raster pages. */
+/** A complete PDF document with one page for each of the raster pages. `document` begins with the
+ *  magic, "UNIRAST" and a zero byte. */
 Result<Data, Error> decodeToPDF(const Data& document, const Limits& limits = {});
 
 } // namespace korvane::URFDecoder

@@ -1,6 +1,7 @@
 #include "document/URFReader.h"
 
-#include "document/RepeatPrefix.h"
+#include "base/BigEndian.h"
+#include "document/RunLength.h"
 
 #include <algorithm>
 #include <cstring>
@@ -20,12 +21,6 @@ auto truncated()
     return failure(Error{Error::Truncated{}});
 }
 
-std::uint32_t readUInt32(const std::uint8_t* bytes)
-{
-    return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 |
-           std::uint32_t{bytes[2]} << 8 | std::uint32_t{bytes[3]};
-}
-
 } // namespace
 
 URFReader::URFReader(std::span<const std::uint8_t> document) : rest_(document.subspan(magicSize)) {}
@@ -42,18 +37,21 @@ URFReader::Result<std::uint32_t> URFReader::readPageCount()
 {
     const std::uint8_t* bytes = take(4);
     if (bytes == nullptr) return truncated();
-    return readUInt32(bytes);
+    return bigEndian<std::uint32_t>({bytes, 4});
 }
 
 URFReader::Result<URFPageHeader> URFReader::readPageHeader()
 {
     const std::uint8_t* bytes = take(pageHeaderSize);
     if (bytes == nullptr) return truncated();
+    const auto number = [&](std::size_t offset) {
+        return bigEndian<std::uint32_t>({bytes + offset, 4});
+    };
     return URFPageHeader{.bitsPerPixel = bytes[0],
                          .colorSpace = bytes[1],
-                         .width = readUInt32(bytes + 8),
-                         .height = readUInt32(bytes + 12),
-                         .resolution = readUInt32(bytes + 16)};
+                         .width = number(8),
+                         .height = number(12),
+                         .resolution = number(16)};
 }
 
 URFReader::Result<std::size_t> URFReader::readLineCount()

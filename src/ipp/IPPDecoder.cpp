@@ -1,12 +1,24 @@
-#include "ipp/BigEndian.h"
-#include "ipp/ByteReader.h"
+#include "base/BigEndian.h"
 #include "ipp/IPPCodec.h"
-#include "platform/text/Text.h"
+#include "text/Text.h"
+
+#include <fmt/format.h>
 
 #include <optional>
 #include <utility>
 
-namespace korvane::ipp {
+namespace korvane {
+
+std::string IPPDecodeError::description() const
+{
+    if (const auto* invalid = std::get_if<InvalidTag>(&reason))
+        return fmt::format("invalidTag({})", invalid->tag);
+    if (const auto* invalid = std::get_if<InvalidStructure>(&reason))
+        return fmt::format("invalidStructure(\"{}\")", invalid->detail);
+    return "truncated";
+}
+
+namespace ipp {
 
 namespace {
 
@@ -17,6 +29,11 @@ constexpr std::uint8_t lastDelimiter = 0x0F;
 
 /** The unit byte of a resolution in dots per inch (RFC 8010 section 3.9). */
 constexpr std::uint8_t dotsPerInch = 3;
+
+auto truncated()
+{
+    return failure(IPPDecodeError{IPPDecodeError::Truncated{}});
+}
 
 auto invalidTag(std::uint8_t tag)
 {
@@ -63,7 +80,10 @@ Result<IPPValue, IPPDecodeError> decodeValue(IPPTag tag, Bytes bytes)
 /** Reads one message from front to back (RFC 8010 section 3.1). */
 class Decoder {
 public:
-    explicit Decoder(const Data& bytes) : reader_(bytes) {}
+    Decoder(const Data& bytes, std::size_t maxSectionSize)
+        : bytes_(bytes), maxSectionSize_(maxSectionSize)
+    {
+    }
 
     Result<IPPMessage, IPPDecodeError> decode();
 
@@ -76,10 +96,13 @@ private:
     void closeGroup();
     Step readRecord(std::uint8_t tag);
     Result<Bytes, IPPDecodeError> readField();
+    Result<Bytes, IPPDecodeError> readBytes(std::size_t count);
     void add(std::string name, IPPValue value);
     void finishAttribute();
 
-    ByteReader reader_;
+    const Data& bytes_;
+    const std::size_t maxSectionSize_;
+    std::size_t position_ = 0;
     IPPMessage message_;
     std::optional<IPPAttributeGroup> group_;
 
@@ -91,33 +114,26 @@ Result<IPPMessage, IPPDecodeError> Decoder::decode()
 {
     if (Step header = readHeader(); !header) return failure(header.error());
     if (Step groups = readGroups(); !groups) return failure(groups.error());
-    message_.documentData = reader_.readRemaining();
+    if (position_ < bytes_.size()) message_.documentData = bytes_.slice(position_);
     return std::move(message_);
 }
 
 Decoder::Step Decoder::readHeader()
 {
-    const auto versionMajor = reader_.readUInt8();
-    const auto versionMinor = reader_.readUInt8();
-    const auto code = reader_.readUInt16();
-    const auto requestID = reader_.readUInt32();
-    if (!versionMajor || !versionMinor || !code || !requestID) {
-        return failure(IPPDecodeError{IPPDecodeError::Truncated{}});
-    }
-    message_.versionMajor = *versionMajor;
-    message_.versionMinor = *versionMinor;
-    message_.code = *code;
-    message_.requestID = *requestID;
+    const auto header = readBytes(8);
+    if (!header) return failure(header.error());
+    message_.versionMajor = (*header)[0];
+    message_.versionMinor = (*header)[1];
+    message_.code = bigEndian<std::uint16_t>(header->subspan(2));
+    message_.requestID = bigEndian<std::uint32_t>(header->subspan(4));
     return {};
 }
 
 Decoder::Step Decoder::readGroups()
 {
-    while (!reader_.atEnd()) {
-        if (reader_.position() > largestAttributeSection) {
-            return invalidStructure("attributes length");
-        }
-        const std::uint8_t tag = *reader_.readUInt8();
+    while (position_ < bytes_.size()) {
+        if (position_ > maxSectionSize_) return invalidStructure("attributes length");
+        const std::uint8_t tag = bytes_.bytes()[position_++];
         if (tag <= lastDelimiter) closeGroup();
         if (tag == rawValue(IPPTag::endOfAttributes)) return {};
         if (Step step = tag <= lastDelimiter ? openGroup(tag) : readRecord(tag); !step) return step;
@@ -159,8 +175,16 @@ Decoder::Step Decoder::readRecord(std::uint8_t tag)
 /** Bytes behind their 16-bit length. */
 Result<Bytes, IPPDecodeError> Decoder::readField()
 {
-    return reader_.readUInt16().and_then(
-        [this](std::uint16_t length) { return reader_.readBytes(length); });
+    return readBytes(2).and_then(
+        [this](Bytes length) { return readBytes(bigEndian<std::uint16_t>(length)); });
+}
+
+Result<Bytes, IPPDecodeError> Decoder::readBytes(std::size_t count)
+{
+    const Bytes left = bytes_.bytes().subspan(position_);
+    if (left.size() < count) return truncated();
+    position_ += count;
+    return left.first(count);
 }
 
 void Decoder::add(std::string name, IPPValue value)
@@ -181,9 +205,11 @@ void Decoder::finishAttribute()
 
 } // namespace
 
-Result<IPPMessage, IPPDecodeError> decode(const Data& bytes)
+Result<IPPMessage, IPPDecodeError> decode(const Data& bytes, std::size_t maxSectionSize)
 {
-    return Decoder(bytes).decode();
+    return Decoder(bytes, maxSectionSize).decode();
 }
 
-} // namespace korvane::ipp
+} // namespace ipp
+
+} // namespace korvane

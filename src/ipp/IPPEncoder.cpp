@@ -1,7 +1,7 @@
+#include "base/BigEndian.h"
 #include "ipp/IPPCodec.h"
-#include "platform/text/Text.h"
+#include "text/Text.h"
 
-#include <array>
 #include <string_view>
 
 namespace korvane::ipp {
@@ -9,22 +9,22 @@ namespace korvane::ipp {
 namespace {
 
 /** What a 16-bit length can say (RFC 8010 sections 3.6 and 3.8). */
-constexpr std::size_t longestField = 65535;
+constexpr std::size_t maxFieldLength = 65535;
 
 /** The units of a resolution (RFC 8010 section 3.9). */
 constexpr std::uint8_t dotsPerInch = 3;
-constexpr std::uint8_t dotsPerCentimetre = 4;
+constexpr std::uint8_t dotsPerCentimeter = 4;
 
 void appendNumber(ByteBuffer& out, std::int32_t number)
 {
-    appendUInt32(out, static_cast<std::uint32_t>(number));
+    appendBigEndian<std::uint32_t>(out, static_cast<std::uint32_t>(number));
 }
 
 /** A text behind its length. */
 void appendField(ByteBuffer& out, std::string_view text)
 {
-    const std::string_view fitting = text::prefixOfSequences(text, longestField);
-    appendUInt16(out, static_cast<std::uint16_t>(fitting.size()));
+    const std::string_view fitting = text::prefixOfSequences(text, maxFieldLength);
+    appendBigEndian<std::uint16_t>(out, static_cast<std::uint16_t>(fitting.size()));
     out.append(fitting);
 }
 
@@ -33,7 +33,7 @@ void appendRecordHead(ByteBuffer& out, IPPTag tag, std::string_view name, std::u
 {
     out.append(rawValue(tag));
     appendField(out, name);
-    appendUInt16(out, length);
+    appendBigEndian<std::uint16_t>(out, length);
 }
 
 void appendText(ByteBuffer& out, IPPTag tag, std::string_view name, std::string_view text)
@@ -78,7 +78,7 @@ public:
         appendRecordHead(out_, IPPTag::resolution, name_, 9);
         appendNumber(out_, value.crossFeed);
         appendNumber(out_, value.feed);
-        out_.append(value.perInch ? dotsPerInch : dotsPerCentimetre);
+        out_.append(value.perInch ? dotsPerInch : dotsPerCentimeter);
     }
 
     void operator()(const Text& value) const { appendText(out_, value.tag, name_, value.text); }
@@ -115,26 +115,13 @@ void appendAttribute(ByteBuffer& out, const IPPAttribute& attribute)
 
 } // namespace
 
-void appendUInt16(ByteBuffer& out, std::uint16_t number)
-{
-    const std::array bytes = {static_cast<std::uint8_t>(number >> 8),
-                              static_cast<std::uint8_t>(number)};
-    out.append(bytes);
-}
-
-void appendUInt32(ByteBuffer& out, std::uint32_t number)
-{
-    appendUInt16(out, static_cast<std::uint16_t>(number >> 16));
-    appendUInt16(out, static_cast<std::uint16_t>(number));
-}
-
 Data encode(const IPPMessage& message)
 {
     ByteBuffer out;
     out.append(message.versionMajor);
     out.append(message.versionMinor);
-    appendUInt16(out, message.code);
-    appendUInt32(out, message.requestID);
+    appendBigEndian<std::uint16_t>(out, message.code);
+    appendBigEndian<std::uint32_t>(out, message.requestID);
     for (const IPPAttributeGroup& group : message.groups) {
         out.append(rawValue(group.tag));
         for (const IPPAttribute& attribute : group.attributes) appendAttribute(out, attribute);

@@ -1,14 +1,23 @@
 #pragma once
 
-#include "ipp/IPPAttribute.h"
+#include "base/Data.h"
 #include "ipp/IPPTag.h"
-#include "platform/base/Data.h"
+#include "ipp/IPPValue.h"
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace korvane {
+
+/** A name and its values, normally at least one (RFC 8010 sections 3.1.3 to 3.1.5). */
+struct IPPAttribute {
+    std::string name;
+    std::vector<IPPValue> values;
+
+    friend bool operator==(const IPPAttribute&, const IPPAttribute&) = default;
+};
 
 /** Attributes behind one group delimiter (RFC 8010 section 3.1.2). */
 struct IPPAttributeGroup {
@@ -39,6 +48,18 @@ struct IPPMessage {
 };
 
 namespace ipp {
+
+/** An attribute whose values are `texts`, in order and all with the same tag. */
+IPPAttribute makeTextAttribute(std::string name, std::vector<std::string> texts, IPPTag tag);
+
+/** An attribute whose values are `numbers`, in order: an `Integer` or `EnumValue` each. */
+template <typename Value>
+IPPAttribute makeNumberAttribute(std::string name, const std::vector<std::int32_t>& numbers)
+{
+    IPPAttribute attribute{std::move(name), {}};
+    for (const std::int32_t number : numbers) attribute.values.emplace_back(Value{number});
+    return attribute;
+}
 
 /**
  * The first attribute of that name in the first group with that tag, or null: further groups with

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string_view>
 
 namespace korvane {
@@ -19,22 +19,30 @@ enum class IPPOperation : std::uint16_t {
     getPrinterAttributes = 0x000B,
 };
 
-inline constexpr std::array allIPPOperations = {
-    IPPOperation::printJob,  IPPOperation::validateJob,
-    IPPOperation::createJob, IPPOperation::sendDocument,
-    IPPOperation::cancelJob, IPPOperation::getJobAttributes,
-    IPPOperation::getJobs,   IPPOperation::getPrinterAttributes,
+struct IPPOperationName {
+    IPPOperation operation;
+    /** As log lines have it. */
+    std::string_view name;
 };
 
-/** The operation with this operation-id, if it is one of those above. */
-std::optional<IPPOperation> makeIPPOperation(std::uint16_t rawValue);
+/** All of them, by operation-id. */
+inline constexpr std::array ippOperations = {
+    IPPOperationName{IPPOperation::printJob, "printJob"},
+    IPPOperationName{IPPOperation::validateJob, "validateJob"},
+    IPPOperationName{IPPOperation::createJob, "createJob"},
+    IPPOperationName{IPPOperation::sendDocument, "sendDocument"},
+    IPPOperationName{IPPOperation::cancelJob, "cancelJob"},
+    IPPOperationName{IPPOperation::getJobAttributes, "getJobAttributes"},
+    IPPOperationName{IPPOperation::getJobs, "getJobs"},
+    IPPOperationName{IPPOperation::getPrinterAttributes, "getPrinterAttributes"},
+};
 
-constexpr std::uint16_t rawValue(IPPOperation operation)
+/** The operation with this operation-id and its name; null if it is none of those above. */
+inline const IPPOperationName* findIPPOperation(std::uint16_t code)
 {
-    return static_cast<std::uint16_t>(operation);
+    const auto* found = std::ranges::find(ippOperations, static_cast<IPPOperation>(code),
+                                          &IPPOperationName::operation);
+    return found == ippOperations.end() ? nullptr : found;
 }
-
-/** The operation as log lines name it, for example "printJob". */
-std::string_view caseName(IPPOperation operation);
 
 } // namespace korvane

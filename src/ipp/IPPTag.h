@@ -42,12 +42,24 @@ enum class IPPTag : std::uint8_t {
     memberAttrName = 0x4A,
 };
 
-/** The tag with this wire value, if it is one of those above. */
-std::optional<IPPTag> makeIPPTag(std::uint8_t rawValue);
-
 constexpr std::uint8_t rawValue(IPPTag tag)
 {
     return static_cast<std::uint8_t>(tag);
+}
+
+/** The tag with this wire value, if it is one of those above. */
+constexpr std::optional<IPPTag> makeIPPTag(std::uint8_t value)
+{
+    const auto tag = static_cast<IPPTag>(value);
+    const auto within = [tag](IPPTag first, IPPTag last) { return tag >= first && tag <= last; };
+    const bool isKnown = within(IPPTag::operationAttributes, IPPTag::unsupportedAttrs) ||
+                         tag == IPPTag::unsupportedValue ||
+                         within(IPPTag::unknown, IPPTag::noValue) ||
+                         within(IPPTag::integer, IPPTag::enumValue) ||
+                         within(IPPTag::octetString, IPPTag::endCollection) ||
+                         within(IPPTag::textWithoutLang, IPPTag::nameWithoutLang) ||
+                         within(IPPTag::keyword, IPPTag::memberAttrName);
+    return isKnown ? std::optional(tag) : std::nullopt;
 }
 
 } // namespace korvane

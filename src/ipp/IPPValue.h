@@ -40,7 +40,7 @@ struct RangeOfInteger {
     friend bool operator==(const RangeOfInteger&, const RangeOfInteger&) = default;
 };
 
-/** Dots across and along the feed direction: per inch, or else per centimetre. */
+/** Dots across and along the feed direction: per inch, or else per centimeter. */
 struct Resolution {
     std::int32_t crossFeed = 0;
     std::int32_t feed = 0;
@@ -60,9 +60,8 @@ struct Text {
 /** Named values inside one value, for example the dimensions of a sheet. */
 struct Collection {
     std::vector<IPPMember> members;
-
-    friend bool operator==(const Collection& left, const Collection& right);
 };
+bool operator==(const Collection& left, const Collection& right);
 
 /** Stands where the printer has no value to give, whichever out-of-band tag says so. */
 struct NoValue {
@@ -82,5 +81,10 @@ struct IPPMember {
 
     friend bool operator==(const IPPMember&, const IPPMember&) = default;
 };
+
+inline bool ipp::operator==(const Collection& left, const Collection& right)
+{
+    return left.members == right.members;
+}
 
 } // namespace korvane

@@ -1,10 +1,11 @@
 #include "ipp/PrinterAttributes.h"
 
+#include "ipp/DocumentFormat.h"
 #include "ipp/IPPOperation.h"
-#include "ipp/PrinterUpTime.h"
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -44,12 +45,12 @@ IPPAttribute textWithoutLang(const char* name, std::string value)
 
 IPPAttribute integer(const char* name, const std::vector<std::int32_t>& values)
 {
-    return makeIntegerAttribute(name, values, IntegerSyntax::integer);
+    return makeNumberAttribute<Integer>(name, values);
 }
 
 IPPAttribute enumValue(const char* name, const std::vector<std::int32_t>& values)
 {
-    return makeIntegerAttribute(name, values, IntegerSyntax::enumValue);
+    return makeNumberAttribute<EnumValue>(name, values);
 }
 
 IPPAttribute boolean(const char* name, bool value)
@@ -79,10 +80,18 @@ IPPValue keywordValue(const char* text)
 
 std::vector<std::int32_t> operationCodes()
 {
-    std::vector<std::int32_t> codes(allIPPOperations.size());
-    std::ranges::transform(allIPPOperations, codes.begin(),
-                           [](IPPOperation operation) { return rawValue(operation); });
+    std::vector<std::int32_t> codes;
+    codes.reserve(ippOperations.size());
+    for (const IPPOperationName& known : ippOperations)
+        codes.push_back(static_cast<std::int32_t>(known.operation));
     return codes;
+}
+
+/** The printer-up-time of this process, from when it was first asked for. */
+std::int32_t processUpTime()
+{
+    static const auto base = std::chrono::system_clock::now();
+    return printerUpTime(base, std::chrono::system_clock::now());
 }
 
 /** Plain A4 paper from whichever tray, printable to its edges (PWG 5100.3 section 3.13). */
@@ -90,7 +99,7 @@ std::vector<IPPMember> defaultMedia()
 {
     const Collection a4{{{"x-dimension", Integer{21000}}, {"y-dimension", Integer{29700}}}};
     return {
-        {"media-size", a4}, // like the margins, in hundredths of a millimetre
+        {"media-size", a4}, // like the margins, in hundredths of a millimeter
         {"media-type", keywordValue("stationery")},
         {"media-source", keywordValue("auto")},
         {"media-top-margin", Integer{0}},
@@ -121,9 +130,10 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
         keyword("printer-state-reasons", {"none"}),
         boolean("printer-is-accepting-jobs", true),
         integer("queued-job-count", {0}),
-        integer("printer-up-time", {printerUpTime()}),
+        integer("printer-up-time", {processUpTime()}),
 
-        // What it speaks. Charsets and languages travel as keywords; clients go by the name.
+        // Protocol versions, operations, charsets. Charsets and languages travel as keywords;
+        // clients go by the name.
         keyword("ipp-versions-supported", {"1.1", "2.0"}),
         enumValue("operations-supported", operationCodes()),
         keyword("charset-configured", {"utf-8"}),
@@ -131,10 +141,10 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
         keyword("natural-language-configured", {"en"}),
         keyword("generated-natural-language-supported", {"en"}),
 
-        // Which documents it takes. URF: colour and grey at 8 bits, 300 dpi, one-sided.
-        mimeMediaType("document-format-default", {"application/pdf"}),
-        mimeMediaType("document-format-supported", {"application/pdf", "image/urf"}),
-        keyword("urf-supported", {"SRGB24", "W8", "RS300", "DM1", "V1.4"}),
+        // Which documents it takes.
+        mimeMediaType("document-format-default", {std::string(documentFormats[0].mediaType)}),
+        mimeMediaType("document-format-supported", supportedMediaTypes()),
+        keyword("urf-supported", {urfCapabilities.begin(), urfCapabilities.end()}),
         keyword("pdl-override-supported", {"attempted"}),
         keyword("compression-supported", {"none"}),
 
@@ -193,6 +203,14 @@ std::string moreInfoURI(const PrinterDescriptor& descriptor)
     authority = authority.substr(0, authority.find('/'));
     if (authority.empty()) return "http://localhost/";
     return "http://" + std::string(authority) + "/";
+}
+
+std::int32_t printerUpTime(std::chrono::system_clock::time_point base,
+                           std::chrono::system_clock::time_point now)
+{
+    constexpr double maxUpTime = std::numeric_limits<std::int32_t>::max();
+    const std::chrono::duration<double> elapsed = now - base;
+    return static_cast<std::int32_t>(std::clamp(elapsed.count(), 1.0, maxUpTime));
 }
 
 } // namespace korvane::ipp

@@ -3,6 +3,8 @@
 #include "ipp/IPPMessage.h"
 #include "ipp/PrinterDescriptor.h"
 
+#include <chrono>
+#include <cstdint>
 #include <string>
 
 namespace korvane::ipp {
@@ -16,5 +18,10 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor);
 /** The page about the printer: the root of the web server behind its "ipp://" URI, or of localhost
  *  when it has no such URI. */
 std::string moreInfoURI(const PrinterDescriptor& descriptor);
+
+/** The whole seconds from `base` to `now`, at least 1, as printer-up-time counts them (RFC 8011
+ *  section 5.4.29). */
+std::int32_t printerUpTime(std::chrono::system_clock::time_point base,
+                           std::chrono::system_clock::time_point now);
 
 } // namespace korvane::ipp

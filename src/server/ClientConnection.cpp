@@ -6,17 +6,15 @@
 
 #include <exception>
 #include <utility>
-#include <variant>
 
 namespace korvane {
 
 namespace {
 
-/** The most that one read brings. */
-constexpr std::size_t readSize = 262144;
+constexpr std::size_t maxReadSize = 262144;
 
-/** The most that is read from a client after it was refused. */
-constexpr std::size_t longestDrain = std::size_t{16} << 20;
+/** What is read at most from a client after it was refused. */
+constexpr std::size_t maxDrainedBytes = std::size_t{16} << 20;
 
 const Data& interimContinue()
 {
@@ -24,127 +22,133 @@ const Data& interimContinue()
     return bytes;
 }
 
-template <typename... Cases>
-struct Overloaded : Cases... {
-    using Cases::operator()...;
-};
-template <typename... Cases>
-Overloaded(Cases...) -> Overloaded<Cases...>;
+/** The status line and the header section with the empty line that ends it (RFC 9112, section 2.1).
+ *  The connection is closed after every answer, and the header says so. */
+std::string header(const HTTPResponse& response)
+{
+    return fmt::format("HTTP/1.1 {}\r\n"
+                       "Server: Korvane/0.1\r\n"
+                       "Content-Type: {}\r\n"
+                       "Content-Length: {}\r\n"
+                       "Connection: close\r\n"
+                       "\r\n",
+                       response.status, response.contentType, response.body.size());
+}
 
 } // namespace
 
-/** Closes the connection when whoever should have answered has given up, on whatever thread. */
+/** Sends one answer; dropped before, it closes the connection. */
 class ClientConnection::PendingAnswer {
 public:
-    PendingAnswer(std::shared_ptr<ClientConnection> connection, SerialQueue& queue)
-        : connection_(std::move(connection)), queue_(queue)
+    PendingAnswer(std::weak_ptr<ClientConnection> connection, std::shared_ptr<SerialQueue> queue)
+        : connection_(std::move(connection)), queue_(std::move(queue))
     {
     }
     PendingAnswer(const PendingAnswer&) = delete;
     PendingAnswer& operator=(const PendingAnswer&) = delete;
     ~PendingAnswer()
     {
-        if (!connection_) return;
-        queue_.async([connection = std::move(connection_)] { connection->close(); });
+        if (connection_.expired()) return;
+        queue_->async([weak = connection_] {
+            if (const auto connection = weak.lock()) connection->close();
+        });
     }
 
     void send(const HTTPResponse& response)
     {
-        if (const auto connection = std::exchange(connection_, nullptr)) {
-            connection->sendResponse(response);
-        }
+        const auto connection = std::exchange(connection_, {}).lock();
+        if (connection) connection->sendResponse(response);
     }
 
 private:
-    std::shared_ptr<ClientConnection> connection_;
-    SerialQueue& queue_;
+    std::weak_ptr<ClientConnection> connection_;
+    std::shared_ptr<SerialQueue> queue_;
 };
 
 ClientConnection::ClientConnection(std::shared_ptr<TCPConnection> connection,
-                                   ConnectionTable& table, Router router, Log& log)
-    : connection_(std::move(connection)), table_(table), router_(std::move(router)), log_(log)
+                                   ConnectionTable& table, Log& log)
+    : connection_(std::move(connection)), table_(table), log_(log)
 {
 }
 
-void ClientConnection::start()
+void ClientConnection::read()
 {
-    readMore();
-}
-
-void ClientConnection::readMore()
-{
-    connection_->receive(readSize, [weak = weak_from_this()](const Received& received) {
+    connection_->receive(maxReadSize, [weak = weak_from_this()](const Received& received) {
         if (auto self = weak.lock()) self->handleReceived(received);
     });
 }
 
 void ClientConnection::handleReceived(const Received& received)
 {
+    if (auto* draining = std::get_if<Draining>(&state_)) {
+        drain(*draining, received);
+        return;
+    }
     if (received.error) {
         log_.error("IPPServer: receive error: " + received.error->description());
         close();
         return;
     }
     try {
-        process(received);
+        process(std::get<Receiving>(state_).parser, received);
     } catch (const std::exception& error) {
         log_.error(fmt::format("IPPServer: closing a connection: {}", error.what()));
         close();
     }
 }
 
-void ClientConnection::process(const Received& received)
+void ClientConnection::process(HTTPRequestParser& parser, const Received& received)
 {
-    table_.heardFrom(*this);
+    table_.recordActivity(*this);
     if (!received.bytes.empty()) {
-        if (!table_.hold(*this, parser_.bytesHeld() + received.bytes.size())) {
-            refuse("no room for the request, too much is being received");
+        if (!table_.charge(*this, parser.bytesHeld() + received.bytes.size())) {
+            refuse("memory quota exceeded");
             return;
         }
-        parser_.append(received.bytes);
+        parser.append(received.bytes);
     }
-    parse(received.ended);
-}
-
-void ClientConnection::parse(bool peerEnded)
-{
-    HTTPRequestParser::Result result = parser_.parse();
+    HTTPRequestParser::Result result = parser.parse();
     while (std::holds_alternative<HTTPRequestParser::SendContinue>(result)) {
         connection_->send({interimContinue()}, {});
-        result = parser_.parse();
+        result = parser.parse();
     }
-    std::visit(
-        Overloaded{
-            [this](HTTPRequestParser::Complete& complete) { route(std::move(complete.request)); },
-            [this](const HTTPRequestParser::Error& error) { refuse(error.text); },
-            [this, peerEnded](const auto&) { peerEnded ? close() : readMore(); },
-        },
-        result);
+    if (auto* complete = std::get_if<HTTPRequestParser::Complete>(&result)) {
+        route(std::move(complete->request), parser.unparsed().size());
+    } else if (const auto* error = std::get_if<HTTPRequestParser::Error>(&result)) {
+        refuse(error->text);
+    } else {
+        received.ended ? close() : read();
+    }
 }
 
-void ClientConnection::route(HTTPRequest request)
+void ClientConnection::drain(Draining& draining, const Received& received)
 {
-    table_.waitForUs(*this);
-    // What becomes of the body is counted by whoever keeps it.
-    table_.hold(*this, parser_.unparsed().size());
-    auto pending = std::make_shared<PendingAnswer>(shared_from_this(), table_.queue());
-    router_(std::move(request),
-            [pending](const HTTPResponse& response) { pending->send(response); });
+    draining.drainedBytes += received.bytes.size();
+    const bool done = received.ended || received.error || draining.drainedBytes > maxDrainedBytes;
+    done ? close() : read();
 }
 
 void ClientConnection::refuse(const std::string& message)
 {
     log_.error("IPPServer: HTTP parse error: " + message);
-    refused_ = true;
-    parser_ = HTTPRequestParser();
-    table_.hold(*this, 0);
+    state_ = Answering{.hasUnreadInput = true};
+    table_.charge(*this, 0);
     sendResponse({.status = "400 Bad Request", .body = {}});
+}
+
+void ClientConnection::route(HTTPRequest request, std::size_t unparsedBytes)
+{
+    state_ = Answering{.hasUnreadInput = unparsedBytes > 0};
+    table_.beginAnswering(*this);
+    auto pending = std::make_shared<PendingAnswer>(weak_from_this(), table_.queue());
+    table_.router()(std::move(request),
+                    [pending](const HTTPResponse& response) { pending->send(response); });
 }
 
 void ClientConnection::sendResponse(const HTTPResponse& response)
 {
-    table_.heardFrom(*this);
-    connection_->send({Data::copying(response.header()), response.body},
+    table_.recordActivity(*this);
+    connection_->send({Data::copying(header(response)), response.body},
                       [weak = weak_from_this()](const std::optional<SystemError>&) {
                           if (auto self = weak.lock()) self->handleSent();
                       });
@@ -152,23 +156,13 @@ void ClientConnection::sendResponse(const HTTPResponse& response)
 
 void ClientConnection::handleSent()
 {
-    if (!refused_ && parser_.unparsed().empty()) {
+    if (!std::get<Answering>(state_).hasUnreadInput) {
         close();
         return;
     }
     connection_->finishSending();
-    drain();
-}
-
-void ClientConnection::drain()
-{
-    connection_->receive(readSize, [weak = weak_from_this()](const Received& received) {
-        auto self = weak.lock();
-        if (!self) return;
-        self->drained_ += received.bytes.size();
-        const bool done = received.ended || received.error || self->drained_ > longestDrain;
-        done ? self->close() : self->drain();
-    });
+    state_ = Draining{};
+    read();
 }
 
 void ClientConnection::close()

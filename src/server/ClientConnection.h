@@ -1,21 +1,23 @@
 #pragma once
 
-#include "platform/log/Log.h"
-#include "platform/tcp/TCPConnection.h"
+#include "base/Log.h"
+#include "net/TCPConnection.h"
+#include "server/HTTPMessage.h"
 #include "server/HTTPRequestParser.h"
-#include "server/HTTPResponse.h"
 
 #include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
+#include <variant>
 
 namespace korvane {
 
 class ConnectionTable;
 
 /**
- * One client: reads one request, has it answered, and closes.
+ * One client: reads one request, has it answered, and closes. Owned by its table, which outlives
+ * it.
  *
  * A client whose request is refused half-way is still sending; what it sends is then read and
  * dropped for a while, because closing with unread bytes would make its system throw our answer
@@ -26,14 +28,13 @@ public:
     using Answer = std::function<void(HTTPResponse)>;
 
     /** Answers a complete request by calling the answer once, now or later on the same queue. When
-     *  the answer is dropped without a call, the connection is closed. */
+     *  the answer is dropped without a call, on whatever thread, the connection is closed. */
     using Router = std::function<void(HTTPRequest, Answer)>;
 
-    ClientConnection(std::shared_ptr<TCPConnection> connection, ConnectionTable& table,
-                     Router router, Log& log);
+    ClientConnection(std::shared_ptr<TCPConnection> connection, ConnectionTable& table, Log& log);
 
-    /** Issues the first read. */
-    void start();
+    /** Issues the next read. */
+    void read();
 
     /** Closes at once; the table forgets this connection. */
     void close();
@@ -41,23 +42,29 @@ public:
 private:
     class PendingAnswer;
 
-    void readMore();
+    struct Receiving {
+        HTTPRequestParser parser;
+    };
+    /** The request is complete or refused; its answer is being made or sent. */
+    struct Answering {
+        bool hasUnreadInput = false;
+    };
+    struct Draining {
+        std::size_t drainedBytes = 0;
+    };
+
     void handleReceived(const Received& received);
-    void process(const Received& received);
-    void parse(bool peerEnded);
+    void process(HTTPRequestParser& parser, const Received& received);
+    void drain(Draining& draining, const Received& received);
     void refuse(const std::string& message);
-    void route(HTTPRequest request);
+    void route(HTTPRequest request, std::size_t unparsedBytes);
     void sendResponse(const HTTPResponse& response);
     void handleSent();
-    void drain();
 
     std::shared_ptr<TCPConnection> connection_;
     ConnectionTable& table_;
-    Router router_;
     Log& log_;
-    HTTPRequestParser parser_;
-    bool refused_ = false;
-    std::size_t drained_ = 0;
+    std::variant<Receiving, Answering, Draining> state_;
 };
 
 } // namespace korvane

@@ -8,59 +8,71 @@
 
 namespace korvane {
 
-ConnectionTable::ConnectionTable(SerialQueue& queue, Log& log, const HeldBytes& held, Limits limits)
-    : queue_(queue), log_(log), held_(held), limits_(limits)
+ConnectionTable::ConnectionTable(std::shared_ptr<SerialQueue> queue, Log& log,
+                                 MemoryQuota documents, Limits limits,
+                                 ClientConnection::Router router)
+    : queue_(std::move(queue)), log_(log), documents_(std::move(documents)), limits_(limits),
+      router_(std::move(router))
 {
 }
 
-bool ConnectionTable::admit(const std::shared_ptr<ClientConnection>& connection)
+void ConnectionTable::accept(std::shared_ptr<TCPConnection> connection)
 {
     if (entries_.size() >= limits_.connections &&
-        !closeMostSilent(fmt::format("{} are open", entries_.size()))) {
+        !closeLeastRecentlyActive(fmt::format("{} are open", entries_.size()))) {
         log_.error(fmt::format("IPPServer: refusing a connection: {} are waiting for an answer",
                                entries_.size()));
-        return false;
+        return;
     }
-    entries_.push_back({.connection = connection, .lastHeard = queue_.now()});
-    armSilenceCheck();
-    return true;
+    const auto client = std::make_shared<ClientConnection>(std::move(connection), *this, log_);
+    entries_.push_back({.connection = client, .lastActive = queue_->now()});
+    armIdleCheck();
+    client->read();
 }
 
-bool ConnectionTable::closeMostSilent(std::string_view reason)
+bool ConnectionTable::closeLeastRecentlyActive(std::string_view reason)
 {
-    const Entry* entry = mostSilent();
+    const Entry* entry = leastRecentlyActive();
     if (entry == nullptr) return false;
-    log_.error(fmt::format("IPPServer: closing the connection silent longest: {}", reason));
+    log_.error(fmt::format("IPPServer: closing least recently active connection: {}", reason));
     entry->connection->close();
     return true;
 }
 
-void ConnectionTable::heardFrom(const ClientConnection& connection)
+void ConnectionTable::whenEmpty(std::function<void()> handler)
 {
-    if (Entry* entry = find(connection)) {
-        entry->lastHeard = queue_.now();
-        entry->hasSpoken = true;
-        entry->waitsForUs = false;
+    if (entries_.empty()) {
+        handler();
+    } else {
+        whenEmpty_ = std::move(handler);
     }
 }
 
-void ConnectionTable::waitForUs(const ClientConnection& connection)
+void ConnectionTable::recordActivity(const ClientConnection& connection)
 {
-    if (Entry* entry = find(connection)) entry->waitsForUs = true;
+    if (Entry* entry = find(connection)) {
+        entry->lastActive = queue_->now();
+        entry->phase = Phase::receiving;
+    }
 }
 
-bool ConnectionTable::hold(const ClientConnection& connection, std::size_t bytes)
+void ConnectionTable::beginAnswering(const ClientConnection& connection)
+{
+    charge(connection, 0);
+    if (Entry* entry = find(connection)) entry->phase = Phase::answering;
+}
+
+bool ConnectionTable::charge(const ClientConnection& connection, std::size_t bytes)
 {
     Entry* entry = find(connection);
     if (entry == nullptr) return false;
-    heldBytes_ += bytes - std::exchange(entry->heldBytes, bytes);
-    while (heldBytes_ + held_.total() > limits_.heldBytes) {
-        const Entry* most = holdingMost();
+    bytes_ += bytes - std::exchange(entry->bytes, bytes);
+    while (bytes_ + documents_.total() > limits_.memory) {
+        const Entry* most = largest();
         if (most == nullptr) return true;
         if (most->connection.get() == &connection) return false;
-        log_.error(fmt::format("IPPServer: closing the connection that holds most, {} bytes: too "
-                               "much is being received",
-                               most->heldBytes));
+        log_.error(fmt::format("IPPServer: closing connection with {} bytes: memory quota exceeded",
+                               most->bytes));
         most->connection->close();
     }
     return true;
@@ -70,11 +82,12 @@ void ConnectionTable::forget(const ClientConnection& connection)
 {
     Entry* entry = find(connection);
     if (entry == nullptr) return;
-    heldBytes_ -= entry->heldBytes;
-    // The connection may be running this very call, and it may be what keeps the server alive.
-    queue_.async([dropped = std::move(entry->connection)] {});
+    bytes_ -= entry->bytes;
+    // The connection may be running this very call.
+    queue_->async([dropped = std::move(entry->connection)] {});
     *entry = std::move(entries_.back());
     entries_.pop_back();
+    if (entries_.empty() && whenEmpty_) std::exchange(whenEmpty_, nullptr)();
 }
 
 ConnectionTable::Entry* ConnectionTable::find(const ClientConnection& connection)
@@ -85,50 +98,44 @@ ConnectionTable::Entry* ConnectionTable::find(const ClientConnection& connection
     return entry == entries_.end() ? nullptr : &*entry;
 }
 
-const ConnectionTable::Entry* ConnectionTable::mostSilent() const
+const ConnectionTable::Entry* ConnectionTable::leastRecentlyActive() const
 {
-    const Entry* oldest = nullptr;
+    const auto least = std::ranges::min_element(
+        entries_, {}, [](const Entry& entry) { return std::tuple(entry.phase, entry.lastActive); });
+    return least == entries_.end() || least->phase == Phase::answering ? nullptr : &*least;
+}
+
+const ConnectionTable::Entry* ConnectionTable::largest() const
+{
+    const auto most = std::ranges::max_element(entries_, {}, &Entry::bytes);
+    return most == entries_.end() || most->bytes <= limits_.smallRequest ? nullptr : &*most;
+}
+
+void ConnectionTable::armIdleCheck()
+{
+    if (idleCheck_ || entries_.empty()) return;
+    auto earliest = queue_->now();
     for (const Entry& entry : entries_) {
-        if (entry.waitsForUs) continue;
-        if (oldest == nullptr || std::tie(entry.hasSpoken, entry.lastHeard) <
-                                     std::tie(oldest->hasSpoken, oldest->lastHeard)) {
-            oldest = &entry;
-        }
+        if (entry.phase != Phase::answering) earliest = std::min(earliest, entry.lastActive);
     }
-    return oldest;
+    idleCheck_ =
+        queue_->after(earliest + limits_.idleTime - queue_->now(), [this] { closeIdle(); });
 }
 
-const ConnectionTable::Entry* ConnectionTable::holdingMost() const
+void ConnectionTable::closeIdle()
 {
-    const auto most = std::ranges::max_element(entries_, {}, &Entry::heldBytes);
-    return most == entries_.end() || most->heldBytes <= limits_.alwaysHeld ? nullptr : &*most;
-}
-
-void ConnectionTable::armSilenceCheck()
-{
-    if (silenceCheck_ || entries_.empty()) return;
-    auto earliest = queue_.now();
-    for (const Entry& entry : entries_) {
-        if (!entry.waitsForUs) earliest = std::min(earliest, entry.lastHeard);
-    }
-    silenceCheck_ =
-        queue_.after(earliest + limits_.silence - queue_.now(), [this] { closeSilent(); });
-}
-
-void ConnectionTable::closeSilent()
-{
-    silenceCheck_.reset();
-    const auto latest = queue_.now() - limits_.silence;
+    idleCheck_.reset();
+    const auto latest = queue_->now() - limits_.idleTime;
     for (;;) {
-        const auto silent = std::ranges::find_if(entries_, [&](const Entry& entry) {
-            return !entry.waitsForUs && entry.lastHeard <= latest;
+        const auto idle = std::ranges::find_if(entries_, [&](const Entry& entry) {
+            return entry.phase != Phase::answering && entry.lastActive <= latest;
         });
-        if (silent == entries_.end()) break;
-        log_.error(fmt::format("IPPServer: closing a connection: nothing came for {} s",
-                               limits_.silence.count()));
-        silent->connection->close();
+        if (idle == entries_.end()) break;
+        log_.error(fmt::format("IPPServer: closing a connection: idle for {} s",
+                               limits_.idleTime.count()));
+        idle->connection->close();
     }
-    armSilenceCheck();
+    armIdleCheck();
 }
 
 } // namespace korvane

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "platform/log/Log.h"
-#include "platform/queue/Queue.h"
+#include "base/Log.h"
+#include "event/Queue.h"
 #include "server/ClientConnection.h"
-#include "server/HeldBytes.h"
+#include "server/MemoryQuota.h"
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -14,72 +15,85 @@
 namespace korvane {
 
 /**
- * The open connections, and the bounds that keep one client from taking the printer away from the
- * others: how many there are, how long one may be silent, and how much is held for all of them.
+ * Owns the open connections, and keeps one client from taking the printer away from the others: it
+ * bounds how many connections there are, how long one may be idle, and the memory of them all.
  *
- * Used on the server's queue only.
+ * Used on the server's queue only, on which it ends as well; connections still open are closed
+ * then.
  */
 class ConnectionTable {
 public:
     struct Limits {
         std::size_t connections = 64;
-        std::chrono::seconds silence{60};
-        /** Bytes held in all: requests that are being received, and documents on their way. */
-        std::size_t heldBytes = std::size_t{2} << 30;
-        /** A request this small is always taken, so that a printer that is busy receiving can still
-         *  be asked for its attributes. */
-        std::size_t alwaysHeld = 65536;
+        /** How long a client may neither send nor take a byte, unless it waits for our answer. */
+        std::chrono::seconds idleTime{60};
+        /** Bytes in all: requests that are being received, and documents on their way. */
+        std::size_t memory = std::size_t{2} << 30;
+        /** A request this small is taken even beyond `memory`, so that a printer that is busy
+         *  receiving can still be asked for its attributes. */
+        std::size_t smallRequest = 65536;
     };
 
-    /** `held` counts what is held beyond the connections. */
-    ConnectionTable(SerialQueue& queue, Log& log, const HeldBytes& held, Limits limits);
+    /** `documents` counts the bytes beyond those of the connections. */
+    ConnectionTable(std::shared_ptr<SerialQueue> queue, Log& log, MemoryQuota documents,
+                    Limits limits, ClientConnection::Router router);
 
-    /** Takes a new connection in. When there are too many, the one silent longest is closed, those
-     *  that never said anything first. False when every connection waits for an answer of ours, so
-     *  that none can give way. */
-    bool admit(const std::shared_ptr<ClientConnection>& connection);
+    /** Takes a new connection in. When there are too many, the least recently active one is closed,
+     *  those that never sent anything first; when every one waits for its answer, the new one. */
+    void accept(std::shared_ptr<TCPConnection> connection);
 
-    /** Closes the connection that was silent longest, if any. */
-    bool closeMostSilent(std::string_view reason);
+    /** Closes the least recently active connection that does not wait for an answer; false when
+     *  there is none. */
+    bool closeLeastRecentlyActive(std::string_view reason);
+
+    /** Calls `handler` once, as soon as no connection is open: at once when none is. */
+    void whenEmpty(std::function<void()> handler);
+
+    // What connections say of themselves:
 
     /** The client sent or took something. */
-    void heardFrom(const ClientConnection& connection);
+    void recordActivity(const ClientConnection& connection);
 
-    /** The client waits for our answer: its silence does not count. */
-    void waitForUs(const ClientConnection& connection);
+    /** The request is complete: until its answer is sent the connection is not idle, and whoever
+     *  keeps the document counts its bytes. */
+    void beginAnswering(const ClientConnection& connection);
 
-    /** Counts what is held for a connection, `bytes` in all. When it is too much with all the rest,
-     *  the connection that holds most is closed; false when it is this one, which is left open. */
-    bool hold(const ClientConnection& connection, std::size_t bytes);
-
-    /** The queue that all of this happens on. */
-    SerialQueue& queue() const { return queue_; }
+    /** Counts `bytes` in all for a connection. When this is too much with all the rest, the
+     *  connection with the most is closed; false when that is this one, which is left open. */
+    bool charge(const ClientConnection& connection, std::size_t bytes);
 
     /** The connection has been closed. It is dropped after the task that closed it. */
     void forget(const ClientConnection& connection);
 
+    const std::shared_ptr<SerialQueue>& queue() const { return queue_; }
+    const ClientConnection::Router& router() const { return router_; }
+
 private:
+    /** In the order in which connections give way to new ones; those being answered never do. */
+    enum class Phase { connected, receiving, answering };
+
     struct Entry {
         std::shared_ptr<ClientConnection> connection;
-        std::chrono::steady_clock::time_point lastHeard;
-        std::size_t heldBytes = 0;
-        bool hasSpoken = false;
-        bool waitsForUs = false;
+        std::chrono::steady_clock::time_point lastActive;
+        std::size_t bytes = 0;
+        Phase phase = Phase::connected;
     };
 
     Entry* find(const ClientConnection& connection);
-    const Entry* mostSilent() const;
-    const Entry* holdingMost() const;
-    void closeSilent();
-    void armSilenceCheck();
+    const Entry* leastRecentlyActive() const;
+    const Entry* largest() const;
+    void closeIdle();
+    void armIdleCheck();
 
-    SerialQueue& queue_;
+    const std::shared_ptr<SerialQueue> queue_;
     Log& log_;
-    const HeldBytes held_;
+    const MemoryQuota documents_;
     const Limits limits_;
+    const ClientConnection::Router router_;
     std::vector<Entry> entries_;
-    std::size_t heldBytes_ = 0;
-    std::unique_ptr<DelayedTask> silenceCheck_;
+    std::size_t bytes_ = 0;
+    std::unique_ptr<DelayedTask> idleCheck_;
+    std::function<void()> whenEmpty_;
 };
 
 } // namespace korvane

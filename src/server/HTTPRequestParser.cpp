@@ -1,6 +1,6 @@
 #include "server/HTTPRequestParser.h"
 
-#include "platform/text/Text.h"
+#include "text/Text.h"
 
 #include <fmt/format.h>
 
@@ -203,11 +203,11 @@ HTTPRequestParser::Line HTTPRequestParser::takeSectionLine()
  *  counts as empty. */
 HTTPRequestParser::Line HTTPRequestParser::takeLine(std::size_t room)
 {
-    const std::size_t longest = limits_.line + lineEnd.size();
-    const auto length = findLineEnd(std::min(longest, room));
+    const std::size_t maxLine = limits_.line + lineEnd.size();
+    const auto length = findLineEnd(std::min(maxLine, room));
     if (!length) {
-        if (buffer_.size() < std::min(longest, room)) return failure(Result(NeedMore{}));
-        if (room < longest) return failure(Result(sectionTooLong()));
+        if (buffer_.size() < std::min(maxLine, room)) return failure(Result(NeedMore{}));
+        if (room < maxLine) return failure(Result(sectionTooLong()));
         return failure(Result(Error{fmt::format("line longer than {} bytes", limits_.line)}));
     }
     std::string line = text::decodeUTF8(buffer_.bytes().first(*length));

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/base/ByteBuffer.h"
-#include "platform/base/Result.h"
-#include "server/HTTPRequest.h"
+#include "base/ByteBuffer.h"
+#include "base/Result.h"
+#include "server/HTTPMessage.h"
 
 #include <cstddef>
 #include <cstdint>

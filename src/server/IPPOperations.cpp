@@ -1,9 +1,8 @@
 #include "server/IPPOperations.h"
 
-#include "document/URFDecoder.h"
+#include "base/TimeText.h"
 #include "ipp/IPPCodec.h"
 #include "ipp/PrinterAttributes.h"
-#include "platform/system/TimeText.h"
 
 #include <fmt/format.h>
 
@@ -31,12 +30,6 @@ std::optional<Value> firstOperationValue(const IPPMessage& request, std::string_
     return {};
 }
 
-std::string describeOperation(std::uint16_t code)
-{
-    const auto operation = makeIPPOperation(code);
-    return operation ? std::string(caseName(*operation)) : fmt::format("0x{:x}", code);
-}
-
 IPPMessage makeResponse(const IPPMessage& request, IPPStatus status,
                         std::vector<IPPAttributeGroup> groups)
 {
@@ -56,18 +49,18 @@ IPPMessage makeResponse(const IPPMessage& request, IPPStatus status,
 
 } // namespace
 
-IPPOperations::IPPOperations(SerialQueue& queue, Queue& converting, const Clock& clock, Log& log,
-                             const HeldBytes& held, DescriptorProvider descriptorProvider,
-                             JobHandler jobHandler)
-    : queue_(queue), converting_(converting), clock_(clock), log_(log), held_(held),
-      descriptorProvider_(std::move(descriptorProvider)), jobHandler_(std::move(jobHandler)),
-      pendingJobBuffers_(queue, log, {})
+IPPOperations::IPPOperations(std::shared_ptr<SerialQueue> queue, Queue& converting,
+                             const Clock& clock, Log& log, MemoryQuota documents,
+                             DescriptorProvider descriptorProvider, JobHandler jobHandler)
+    : queue_(std::move(queue)), converting_(converting), clock_(clock), log_(log),
+      documents_(std::move(documents)), descriptorProvider_(std::move(descriptorProvider)),
+      jobHandler_(std::move(jobHandler)), pendingJobBuffers_(*queue_, log, {})
 {
 }
 
 void IPPOperations::handleRequest(const HTTPRequest& request, const Answer& answer)
 {
-    auto decoded = ipp::decode(held_.track(request.body));
+    auto decoded = ipp::decode(documents_.track(request.body));
     if (!decoded) {
         log_.error(fmt::format("IPPServer: IPP decode failed ({} body bytes): {}",
                                request.body.size(), decoded.error().description()));
@@ -77,11 +70,13 @@ void IPPOperations::handleRequest(const HTTPRequest& request, const Answer& answ
     IPPMessage& message = *decoded;
     // A slice keeps the whole body: not worth it for a small document behind many attributes.
     if (message.documentData.size() < request.body.size() / 2) {
-        message.documentData = held_.track(Data::copying(message.documentData.bytes()));
+        message.documentData = documents_.track(Data::copying(message.documentData.bytes()));
     }
+    const IPPOperationName* operation = findIPPOperation(message.code);
     log_.note(fmt::format("IPPServer: op={} reqID={} bodyBytes={} docBytes={}",
-                          describeOperation(message.code), message.requestID, request.body.size(),
-                          message.documentData.size()));
+                          operation != nullptr ? std::string(operation->name)
+                                               : fmt::format("0x{:x}", message.code),
+                          message.requestID, request.body.size(), message.documentData.size()));
 
     const IPPMessage header{.versionMajor = message.versionMajor,
                             .versionMinor = message.versionMinor,
@@ -91,8 +86,8 @@ void IPPOperations::handleRequest(const HTTPRequest& request, const Answer& answ
         const IPPMessage response = makeResponse(header, outcome.status, std::move(outcome.groups));
         answer({.status = "200 OK", .body = ipp::encode(response)});
     };
-    if (const auto operation = makeIPPOperation(message.code)) {
-        perform(*operation, message, respond);
+    if (operation != nullptr) {
+        perform(operation->operation, message, respond);
     } else {
         respond({.status = IPPStatus::serverErrorOperationNotSupported});
     }
@@ -121,16 +116,7 @@ void IPPOperations::printJob(const IPPMessage& request, const Completion& comple
         completion({.status = IPPStatus::clientErrorBadRequest});
         return;
     }
-    convertToPDF(request.documentData, [this, name = jobName(request), completion](auto pdf) {
-        if (!pdf) {
-            log_.error("IPPServer: rejecting unrecognized document — " + pdf.error().description());
-            completion({.status = IPPStatus::clientErrorDocumentFormatNotSupported});
-            return;
-        }
-        const std::int32_t id = takeJobID();
-        jobHandler_(name, *pdf);
-        completion(completedJob(id));
-    });
+    submit({.name = jobName(request), .document = request.documentData}, completion);
 }
 
 IPPOperations::Outcome IPPOperations::createJob(const IPPMessage& request)
@@ -158,36 +144,46 @@ void IPPOperations::sendDocument(const IPPMessage& request, const Completion& co
         return;
     }
     if (!request.documentData.empty()) job->documents.push_back(request.documentData);
-    convertToPDF(joined(job->documents), [this, id, name = job->jobName, completion](auto pdf) {
-        if (!pdf) {
-            log_.error(fmt::format("IPPServer: send-document for job {} rejected — {}", id,
-                                   pdf.error().description()));
-            completion({.status = IPPStatus::clientErrorDocumentFormatNotSupported});
-            return;
-        }
-        jobHandler_(name, *pdf);
-        completion(completedJob(id));
+    submit({.name = job->jobName, .document = joined(job->documents), .id = id}, completion);
+}
+
+/** Has the document made PDF, and hands the job on. */
+void IPPOperations::submit(const SubmittedJob& job, const Completion& completion)
+{
+    const DocumentFormat* format = recognizeFormat(job.document.text());
+    if (format == nullptr || format->conversion == DocumentFormat::Conversion::none) {
+        completion(finish(job, DocumentNormalizer::normalize(job.document, format)));
+        return;
+    }
+    converting_.async([weak = weak_from_this(), queue = queue_, documents = documents_, format, job,
+                       completion] {
+        auto pdf = DocumentNormalizer::normalize(job.document, format).map([&](const Data& made) {
+            return documents.track(made);
+        });
+        queue->async([weak, job, completion, pdf = std::move(pdf)] {
+            if (const auto self = weak.lock()) completion(self->finish(job, pdf));
+        });
     });
+}
+
+IPPOperations::Outcome IPPOperations::finish(const SubmittedJob& job, const Normalized& pdf)
+{
+    if (!pdf) {
+        const std::string refusal = job.id
+                                        ? fmt::format("send-document for job {} rejected", *job.id)
+                                        : "rejecting unrecognized document";
+        log_.error(fmt::format("IPPServer: {} — {}", refusal, pdf.error().description()));
+        return {.status = IPPStatus::clientErrorDocumentFormatNotSupported};
+    }
+    const std::int32_t id = job.id ? *job.id : takeJobID();
+    jobHandler_(job.name, *pdf);
+    return completedJob(id);
 }
 
 /** One document after the other; a single one is not copied. */
 Data IPPOperations::joined(const std::vector<Data>& documents) const
 {
-    return documents.size() == 1 ? documents.front() : held_.track(Data::joining(documents));
-}
-
-void IPPOperations::convertToPDF(const Data& document, PDFHandler handler)
-{
-    if (!URFDecoder::isURF(document)) {
-        handler(DocumentNormalizer::normalize(document));
-        return;
-    }
-    // The handler keeps us alive, and is handed on: no other thread ends up as our last owner.
-    converting_.async([this, document, handler = std::move(handler)]() mutable {
-        auto pdf = DocumentNormalizer::normalize(document);
-        if (pdf) pdf = held_.track(*pdf);
-        queue_.async([handler = std::move(handler), pdf = std::move(pdf)] { handler(pdf); });
-    });
+    return documents.size() == 1 ? documents.front() : documents_.track(Data::joining(documents));
 }
 
 std::string IPPOperations::jobName(const IPPMessage& request) const
@@ -216,8 +212,8 @@ IPPAttributeGroup IPPOperations::makeJobGroup(std::int32_t id, std::int32_t stat
     return {.tag = IPPTag::jobAttributes,
             .attributes = {
                 ipp::makeTextAttribute("job-uri", {uri}, IPPTag::uri),
-                ipp::makeIntegerAttribute("job-id", {id}, ipp::IntegerSyntax::integer),
-                ipp::makeIntegerAttribute("job-state", {state}, ipp::IntegerSyntax::enumValue),
+                ipp::makeNumberAttribute<ipp::Integer>("job-id", {id}),
+                ipp::makeNumberAttribute<ipp::EnumValue>("job-state", {state}),
                 ipp::makeTextAttribute("job-state-reasons", {std::string(reason)}, IPPTag::keyword),
             }};
 }

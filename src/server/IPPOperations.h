@@ -1,21 +1,20 @@
 #pragma once
 
+#include "base/Clock.h"
+#include "base/Data.h"
+#include "base/Log.h"
 #include "document/DocumentNormalizer.h"
+#include "event/Queue.h"
 #include "ipp/IPPMessage.h"
 #include "ipp/IPPOperation.h"
 #include "ipp/PrinterDescriptor.h"
-#include "platform/base/Data.h"
-#include "platform/log/Log.h"
-#include "platform/queue/Queue.h"
-#include "platform/system/Clock.h"
-#include "server/HTTPRequest.h"
-#include "server/HTTPResponse.h"
-#include "server/HeldBytes.h"
-#include "server/IPPStatus.h"
+#include "server/HTTPMessage.h"
+#include "server/MemoryQuota.h"
 #include "server/PendingJobs.h"
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,27 +22,37 @@
 
 namespace korvane {
 
+/** The status codes of our responses (RFC 8011, appendix B). */
+enum class IPPStatus : std::uint16_t {
+    successfulOk = 0x0000,
+    clientErrorBadRequest = 0x0400,
+    clientErrorNotFound = 0x0406,
+    clientErrorDocumentFormatNotSupported = 0x040A,
+    serverErrorInternalError = 0x0500,
+    serverErrorOperationNotSupported = 0x0501,
+};
+
 /**
  * Carries out IPP requests (RFC 8011) and takes print jobs in. The printer has no job queue: a job
  * is handed on the moment it is complete, and reported as completed.
  *
- * Used on the server's queue only. PDF documents are handed on within the call; raster documents
- * are converted in the background first, so that other clients are answered meanwhile.
+ * Used on the server's queue only, on which it ends as well. PDF documents are handed on within the
+ * call; others are converted in the background first, so that other clients are answered meanwhile.
  */
-class IPPOperations {
+class IPPOperations : public std::enable_shared_from_this<IPPOperations> {
 public:
     using DescriptorProvider = std::function<PrinterDescriptor()>;
     /** Takes an accepted job: its name and its document as PDF. */
     using JobHandler = std::function<void(const std::string& jobName, const Data& pdf)>;
     using Answer = std::function<void(HTTPResponse)>;
 
-    /** Documents are converted on `converting` and counted by `held`. */
-    IPPOperations(SerialQueue& queue, Queue& converting, const Clock& clock, Log& log,
-                  const HeldBytes& held, DescriptorProvider descriptorProvider,
+    /** Documents are converted on `converting` and counted by `documents`. */
+    IPPOperations(std::shared_ptr<SerialQueue> queue, Queue& converting, const Clock& clock,
+                  Log& log, MemoryQuota documents, DescriptorProvider descriptorProvider,
                   JobHandler jobHandler);
 
-    /** Answers a request that carries IPP, once; `answer` keeps alive what must outlive the
-     *  conversion of the document. An answer that is dropped means that there will be none. */
+    /** Answers a request that carries IPP, once. The answer is dropped, perhaps on another thread,
+     *  when the operations end while the document is being converted. */
     void handleRequest(const HTTPRequest& request, const Answer& answer);
 
 private:
@@ -53,26 +62,34 @@ private:
         std::vector<IPPAttributeGroup> groups;
     };
     using Completion = std::function<void(Outcome)>;
-    using PDFHandler = std::function<void(Result<Data, DocumentNormalizer::NormalizeError>)>;
+    using Normalized = Result<Data, DocumentNormalizer::NormalizeError>;
+
+    /** A job whose document is complete; one of Print-Job gets its id when it is accepted. */
+    struct SubmittedJob {
+        std::string name;
+        Data document;
+        std::optional<std::int32_t> id;
+    };
 
     void perform(IPPOperation operation, const IPPMessage& request, const Completion& completion);
     void printJob(const IPPMessage& request, const Completion& completion);
     Outcome createJob(const IPPMessage& request);
     void sendDocument(const IPPMessage& request, const Completion& completion);
 
+    void submit(const SubmittedJob& job, const Completion& completion);
+    Outcome finish(const SubmittedJob& job, const Normalized& pdf);
     Data joined(const std::vector<Data>& documents) const;
-    void convertToPDF(const Data& document, PDFHandler handler);
     std::string jobName(const IPPMessage& request) const;
     std::int32_t takeJobID();
     Outcome completedJob(std::int32_t id) const;
     IPPAttributeGroup makeJobGroup(std::int32_t id, std::int32_t state,
                                    std::string_view reason) const;
 
-    SerialQueue& queue_;
+    const std::shared_ptr<SerialQueue> queue_;
     Queue& converting_;
     const Clock& clock_;
     Log& log_;
-    HeldBytes held_;
+    const MemoryQuota documents_;
     DescriptorProvider descriptorProvider_;
     JobHandler jobHandler_;
     std::int32_t nextJobID_ = 1;

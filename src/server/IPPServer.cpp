@@ -1,7 +1,7 @@
 #include "server/IPPServer.h"
 
 #include "discovery/TXTRecord.h"
-#include "platform/text/Text.h"
+#include "text/Text.h"
 
 #include <fmt/format.h>
 
@@ -23,6 +23,23 @@ bool carriesIPP(const HTTPRequest& request)
 bool isPortUnavailable(const SystemError& error)
 {
     return error.code == EADDRINUSE || error.code == EACCES;
+}
+
+/** Tells requests that carry IPP from others by their content type, before their method. */
+ClientConnection::Router makeRouter(std::shared_ptr<IPPOperations> operations)
+{
+    return [operations = std::move(operations)](const HTTPRequest& request,
+                                                const ClientConnection::Answer& answer) {
+        if (carriesIPP(request)) {
+            operations->handleRequest(request, answer);
+        } else if (request.method == "GET") {
+            answer({.status = "200 OK",
+                    .contentType = "text/plain",
+                    .body = Data::copying("Korvane IPP endpoint\n")});
+        } else {
+            answer({.status = "415 Unsupported Media Type", .body = {}});
+        }
+    };
 }
 
 } // namespace
@@ -48,22 +65,22 @@ IPPServer::IPPServer(std::uint16_t configuredPort,
       main_(environment.queues.main()), network_(environment.network), log_(environment.log),
       queue_(environment.queues.makeSerial("ipp.server")),
       bonjour_(environment.queues, environment.directory, environment.log),
-      interfaceMonitor_(environment.paths, environment.log),
-      operations_(std::make_unique<IPPOperations>(*queue_, environment.queues.utility(),
-                                                  environment.clock, environment.log, held_,
-                                                  descriptorProvider_, std::move(jobHandler))),
-      connections_(
-          std::make_unique<ConnectionTable>(*queue_, environment.log, held_, environment.limits))
+      interfaceMonitor_(environment.paths, environment.log)
 {
+    const MemoryQuota documents;
+    connections_ = std::make_unique<ConnectionTable>(
+        queue_, log_, documents, environment.limits,
+        makeRouter(std::make_shared<IPPOperations>(queue_, environment.queues.utility(),
+                                                   environment.clock, log_, documents,
+                                                   descriptorProvider_, std::move(jobHandler))));
 }
 
 IPPServer::~IPPServer()
 {
-    stop();
-    // Their delayed tasks belong to the queue, and so does their end.
+    // The delayed tasks of connections and operations belong to the queue, and so does their end.
     queue_->sync([this] {
+        stopListening();
         connections_.reset();
-        operations_.reset();
     });
 }
 
@@ -71,14 +88,10 @@ Result<void, IPPServer::StartFailure> IPPServer::start()
 {
     Result<void, StartFailure> started;
     queue_->sync([this, &started] {
-        shouldRun_ = true;
         restartDelay_.reset();
         reportedPortUnavailable_ = false;
         interfaceMonitor_.onChange = [weak = weak_from_this()](const auto&) {
-            const auto self = weak.lock();
-            if (self && self->shouldRun_ && self->port_ != 0) {
-                self->publish(self->descriptorProvider_());
-            }
+            if (const auto self = weak.lock()) self->publishIfListening();
         };
         interfaceMonitor_.start(*queue_);
         started = startListener();
@@ -89,67 +102,71 @@ Result<void, IPPServer::StartFailure> IPPServer::start()
 Result<void, IPPServer::StartFailure> IPPServer::startListener()
 {
     const auto port = TCPPort::make(configuredPort_);
-    if (!port) return failure(StartFailure(StartError::invalidPort(configuredPort_)));
+    if (!port) return failure(StartFailure(StartError{.invalidPort = configuredPort_}));
     auto listener = network_.makeListener(*port, *queue_);
     if (!listener) return failure(StartFailure(listener.error()));
-    listener_ = std::move(*listener);
-    listener_->start(
+    state_ = Starting{*listener};
+    (*listener)->start(
         [weakServer = weak_from_this(),
-         weakListener = std::weak_ptr(listener_)](const TCPListener::State& state) {
+         weakListener = std::weak_ptr(*listener)](const TCPListener::State& state) {
             const auto self = weakServer.lock();
             const auto sender = weakListener.lock();
             if (self && sender) self->handleState(sender, state);
         },
         [weak = weak_from_this()](std::shared_ptr<TCPConnection> connection) {
-            if (const auto self = weak.lock()) self->accept(std::move(connection));
+            if (const auto self = weak.lock()) self->connections_->accept(std::move(connection));
         });
     return {};
 }
 
-void IPPServer::handleState(const std::shared_ptr<TCPListener>& listener,
+void IPPServer::handleState(const std::shared_ptr<TCPListener>& sender,
                             const TCPListener::State& state)
 {
-    if (!listener_ && !shouldRun_) {
-        if (std::holds_alternative<TCPListener::Cancelled>(state)) handleCancelled();
-        return;
-    }
-    // A listener that a restart has replaced, or is about to, has nothing more to say.
-    if (listener != listener_) return;
-    if (std::holds_alternative<TCPListener::Ready>(state)) {
-        handleReady();
-    } else if (const auto* failed = std::get_if<TCPListener::Failed>(&state)) {
-        handleFailure(failed->error);
-    } else if (const auto* waiting = std::get_if<TCPListener::Waiting>(&state)) {
-        log_.error("IPPServer: can't accept connections for now: " + waiting->error.description());
-        connections_->closeMostSilent(waiting->error.description());
-    } else {
-        handleCancelled();
+    if (std::holds_alternative<Stopped>(state_)) {
+        if (std::holds_alternative<TCPListener::Cancelled>(state))
+            log_.note("IPPServer: listener cancelled");
+    } else if (sender == listener()) { // and not one that a restart has replaced, or is about to
+        std::visit([this](const auto& known) { handle(known); }, state);
     }
 }
 
-void IPPServer::handleReady()
+void IPPServer::handle(TCPListener::Ready /*state*/)
 {
-    const auto boundPort = listener_->port();
-    if (!boundPort) return;
-    port_ = *boundPort;
+    const auto listening = listener();
+    const auto port = listening->port();
+    if (!port) return;
+    state_ = Listening{listening, *port};
     restartDelay_.reset();
     const PrinterDescriptor descriptor = descriptorProvider_();
-    log_.note(fmt::format("IPPServer: listening on port {} as \"{}\" uuid={}", port_,
+    log_.note(fmt::format("IPPServer: listening on port {} as \"{}\" uuid={}", *port,
                           descriptor.name, descriptor.uuid));
-    publish(descriptor);
-    main_.async([weak = weak_from_this(), port = port_] {
+    publish(descriptor, *port);
+    main_.async([weak = weak_from_this(), port = *port] {
         const auto self = weak.lock();
         if (self && self->onReady) self->onReady(port);
     });
 }
 
-void IPPServer::handleFailure(const SystemError& error)
+void IPPServer::handle(const TCPListener::Waiting& state)
 {
-    if (isPortUnavailable(error)) {
-        reportPortUnavailable(error);
+    const std::string reason = state.error.description();
+    log_.error("IPPServer: can't accept connections for now: " + reason);
+    connections_->closeLeastRecentlyActive(reason);
+}
+
+void IPPServer::handle(const TCPListener::Failed& state)
+{
+    if (isPortUnavailable(state.error)) {
+        reportPortUnavailable(state.error);
     } else {
-        log_.error("IPPServer: listener failed: " + error.description());
+        log_.error("IPPServer: listener failed: " + state.error.description());
     }
+    scheduleRestart();
+}
+
+void IPPServer::handle(TCPListener::Cancelled /*state*/)
+{
+    log_.error("IPPServer: listener cancelled unexpectedly");
     scheduleRestart();
 }
 
@@ -157,8 +174,8 @@ void IPPServer::reportPortUnavailable(const SystemError& error)
 {
     log_.error(fmt::format(
         "IPPServer: can't bind port {} ({}). Not advertising — the printer will be unavailable, "
-        "and "
-        "clients keep whatever they already cached, rather than being pointed at a different port. "
+        "and clients keep whatever they already cached, rather than being pointed at a different "
+        "port. "
         "Free the port or change it in Settings; retrying meanwhile.",
         configuredPort_, error.description()));
     if (std::exchange(reportedPortUnavailable_, true)) return;
@@ -168,101 +185,76 @@ void IPPServer::reportPortUnavailable(const SystemError& error)
     });
 }
 
-void IPPServer::handleCancelled()
-{
-    if (!shouldRun_) {
-        log_.note("IPPServer: listener cancelled");
-        return;
-    }
-    log_.error("IPPServer: listener cancelled unexpectedly");
-    scheduleRestart();
-}
-
 void IPPServer::scheduleRestart()
 {
-    if (!shouldRun_) return;
     bonjour_.stop();
-    closeListener();
+    if (const auto former = listener()) former->cancel();
     const std::chrono::seconds delay = restartDelay_.advance();
     log_.note(fmt::format("IPPServer: restarting listener in {}s", delay.count()));
-    restartWork_ = queue_->after(delay, [weak = weak_from_this()] {
-        const auto self = weak.lock();
-        if (self && self->shouldRun_) self->restart();
-    });
+    state_ = WaitingToRestart{queue_->after(delay, [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->restart();
+    })};
 }
 
 void IPPServer::restart()
 {
-    restartWork_.reset();
     const auto started = startListener();
     if (started) return;
     log_.error("IPPServer: listener restart failed: " + describe(started.error()));
     scheduleRestart();
 }
 
-void IPPServer::closeListener()
+void IPPServer::stop(Task whenFinished)
 {
-    if (const auto listener = std::exchange(listener_, nullptr)) listener->cancel();
-    port_ = 0;
-}
-
-void IPPServer::stop()
-{
-    queue_->sync([this] {
-        shouldRun_ = false;
-        restartWork_.reset();
-        interfaceMonitor_.stop();
-        bonjour_.stop();
-        closeListener();
+    queue_->sync([this, &whenFinished] {
+        stopListening();
+        connections_->whenEmpty(
+            [&main = main_, whenFinished = std::move(whenFinished)] { main.async(whenFinished); });
     });
     // The listener's last state follows, and is waited for.
     queue_->sync([] {});
 }
 
+void IPPServer::stopListening()
+{
+    interfaceMonitor_.stop();
+    bonjour_.stop();
+    const auto former = listener();
+    state_ = Stopped{};
+    if (former) former->cancel();
+}
+
+/** The current listener, if there is one. */
+std::shared_ptr<TCPListener> IPPServer::listener() const
+{
+    if (const auto* starting = std::get_if<Starting>(&state_)) return starting->listener;
+    if (const auto* listening = std::get_if<Listening>(&state_)) return listening->listener;
+    return nullptr;
+}
+
 void IPPServer::republish()
 {
     queue_->async([weak = weak_from_this()] {
-        const auto self = weak.lock();
-        if (self && self->port_ != 0) self->publish(self->descriptorProvider_());
+        if (const auto self = weak.lock()) self->publishIfListening();
     });
 }
 
-void IPPServer::publish(const PrinterDescriptor& descriptor)
+void IPPServer::publishIfListening()
+{
+    const auto* listening = std::get_if<Listening>(&state_);
+    if (listening != nullptr) publish(descriptorProvider_(), listening->port);
+}
+
+void IPPServer::publish(const PrinterDescriptor& descriptor, std::uint16_t port)
 {
     const auto& choice = interfaceMonitor_.current();
-    log_.note(fmt::format("IPPServer: publishing \"{}\" on port {} via {}", descriptor.name, port_,
+    log_.note(fmt::format("IPPServer: publishing \"{}\" on port {} via {}", descriptor.name, port,
                           choice.description()));
     bonjour_.registerService({.name = descriptor.name,
                               .type = serviceType,
-                              .port = port_,
+                              .port = port,
                               .txt = makeTXTRecord(descriptor),
                               .interfaceIndex = choice.interfaceIndex});
-}
-
-void IPPServer::accept(std::shared_ptr<TCPConnection> connection)
-{
-    // The router holds the server: it lives on until its last client has been answered.
-    auto client = std::make_shared<ClientConnection>(
-        std::move(connection), *connections_,
-        [self = shared_from_this()](const HTTPRequest& request,
-                                    const ClientConnection::Answer& answer) {
-            self->route(request, answer);
-        },
-        log_);
-    if (connections_->admit(client)) client->start();
-}
-
-void IPPServer::route(const HTTPRequest& request, const ClientConnection::Answer& answer)
-{
-    if (carriesIPP(request)) {
-        operations_->handleRequest(request, answer);
-    } else if (request.method == "GET") {
-        answer({.status = "200 OK",
-                .contentType = "text/plain",
-                .body = Data::copying("Korvane IPP endpoint\n")});
-    } else {
-        answer({.status = "415 Unsupported Media Type", .body = {}});
-    }
 }
 
 } // namespace korvane

@@ -1,19 +1,17 @@
 #pragma once
 
+#include "base/Clock.h"
+#include "base/Log.h"
+#include "base/Result.h"
+#include "base/SystemError.h"
 #include "discovery/AdvertisingInterfaceMonitor.h"
 #include "discovery/BonjourRegistrar.h"
+#include "event/Backoff.h"
+#include "event/Queue.h"
 #include "ipp/PrinterDescriptor.h"
-#include "platform/base/Result.h"
-#include "platform/base/SystemError.h"
-#include "platform/log/Log.h"
-#include "platform/queue/Backoff.h"
-#include "platform/queue/Queue.h"
-#include "platform/system/Clock.h"
-#include "platform/tcp/TCPListener.h"
+#include "net/TCPListener.h"
 #include "server/ConnectionTable.h"
-#include "server/HeldBytes.h"
 #include "server/IPPOperations.h"
-#include "server/StartError.h"
 
 #include <cstdint>
 #include <functional>
@@ -36,12 +34,24 @@ struct ServerEnvironment {
     ConnectionTable::Limits limits = {};
 };
 
+/** The configured port is none that can be listened on, whatever the state of the machine. */
+struct StartError {
+    std::uint16_t invalidPort = 0;
+
+    /** For example "0 isn't a usable TCP port." */
+    std::string description() const
+    {
+        return std::to_string(invalidPort) + " isn't a usable TCP port.";
+    }
+};
+
 /**
  * The printer's network face: IPP over HTTP/1.1 on one TCP port (RFC 8010, section 4).
  *
  * Keeps its listener alive, restarting it with growing delays; advertises the printer while it
  * listens; answers one request on each connection. All of its state belongs to its serial queue
- * "ipp.server". Connections that are open when the server stops, or is dropped, are left to finish.
+ * "ipp.server". It owns its connections: those open when it stops are left to finish, those open
+ * when it is destroyed are closed.
  */
 class IPPServer : public std::enable_shared_from_this<IPPServer> {
 public:
@@ -57,12 +67,12 @@ public:
     IPPServer(const IPPServer&) = delete;
     IPPServer& operator=(const IPPServer&) = delete;
 
-    /** Told the port on the main queue, each time the listener becomes ready. Set before `start`.
-     */
+    /** Told the port on the main queue, each time the listener becomes ready. Set before `start`,
+     *  changed on the main queue only. */
     std::function<void(std::uint16_t port)> onReady;
 
     /** Told on the main queue that the port cannot be bound: once for each `start`, however many
-     *  retries fail. Set before `start`. */
+     *  retries fail. Set before `start`, changed on the main queue only. */
     std::function<void(std::uint16_t port, const SystemError& error)> onPortUnavailable;
 
     std::uint16_t configuredPort() const { return configuredPort_; }
@@ -70,28 +80,42 @@ public:
     /** Starts listening and advertising. Called on any other queue than the server's. */
     Result<void, StartFailure> start();
 
-    /** Stops listening, restarting and advertising, and returns when that is done. */
-    void stop();
+    /** Stops listening, restarting and advertising, and returns when that is done. `whenFinished`
+     *  is called on the main queue once no connection is open any more. */
+    void stop(Task whenFinished);
 
     /** Advertises again with a fresh descriptor, if listening. Returns at once. */
     void republish();
 
 private:
+    struct Stopped {};
+    struct Starting {
+        std::shared_ptr<TCPListener> listener;
+    };
+    struct Listening {
+        std::shared_ptr<TCPListener> listener;
+        std::uint16_t port = 0;
+    };
+    struct WaitingToRestart {
+        std::unique_ptr<DelayedTask> restart;
+    };
+
     IPPServer(std::uint16_t configuredPort, IPPOperations::DescriptorProvider descriptorProvider,
               IPPOperations::JobHandler jobHandler, const ServerEnvironment& environment);
 
     Result<void, StartFailure> startListener();
     void handleState(const std::shared_ptr<TCPListener>& listener, const TCPListener::State& state);
-    void handleReady();
-    void handleFailure(const SystemError& error);
-    void handleCancelled();
+    void handle(TCPListener::Ready state);
+    void handle(const TCPListener::Waiting& state);
+    void handle(const TCPListener::Failed& state);
+    void handle(TCPListener::Cancelled state);
     void reportPortUnavailable(const SystemError& error);
     void scheduleRestart();
     void restart();
-    void closeListener();
-    void accept(std::shared_ptr<TCPConnection> connection);
-    void route(const HTTPRequest& request, const ClientConnection::Answer& answer);
-    void publish(const PrinterDescriptor& descriptor);
+    void stopListening();
+    std::shared_ptr<TCPListener> listener() const;
+    void publishIfListening();
+    void publish(const PrinterDescriptor& descriptor, std::uint16_t port);
 
     const std::uint16_t configuredPort_;
     const IPPOperations::DescriptorProvider descriptorProvider_;
@@ -101,13 +125,8 @@ private:
     std::shared_ptr<SerialQueue> queue_;
     BonjourRegistrar bonjour_;
     AdvertisingInterfaceMonitor interfaceMonitor_;
-    const HeldBytes held_;
-    std::unique_ptr<IPPOperations> operations_;
     std::unique_ptr<ConnectionTable> connections_;
-    std::shared_ptr<TCPListener> listener_;
-    std::uint16_t port_ = 0;
-    bool shouldRun_ = false;
-    std::unique_ptr<DelayedTask> restartWork_;
+    std::variant<Stopped, Starting, Listening, WaitingToRestart> state_;
     Backoff restartDelay_;
     bool reportedPortUnavailable_ = false;
 };

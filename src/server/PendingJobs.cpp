@@ -52,8 +52,9 @@ std::optional<PendingJob> PendingJobs::take(std::int32_t id)
 void PendingJobs::keepWaiting(std::int32_t id, Entry& entry)
 {
     entry.lastSeen = ++clock_;
-    entry.expiry = queue_.after(
-        limits_.wait, [this, id] { drop(entries_.find(id), "its last document never came"); });
+    entry.expiry = queue_.after(limits_.wait, [this, id] {
+        drop(entries_.find(id), "timed out waiting for the last document");
+    });
 }
 
 void PendingJobs::grow(Entry& entry, std::size_t bytes)
@@ -67,7 +68,7 @@ void PendingJobs::makeRoom()
     while (entries_.size() > limits_.jobs || bytes_ > limits_.bytes) {
         drop(std::ranges::min_element(entries_, {},
                                       [](const auto& entry) { return entry.second.lastSeen; }),
-             "too much is waiting for last documents");
+             "too many or too large unfinished jobs");
     }
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/base/Data.h"
-#include "platform/log/Log.h"
-#include "platform/queue/Queue.h"
+#include "base/Data.h"
+#include "base/Log.h"
+#include "event/Queue.h"
 
 #include <chrono>
 #include <cstddef>
@@ -56,7 +56,7 @@ private:
     struct Entry {
         PendingJob job;
         std::size_t bytes = 0;
-        /** Counts up with every sign of life of any job. */
+        /** Higher for a job that was changed later. */
         std::uint64_t lastSeen = 0;
         std::unique_ptr<DelayedTask> expiry;
     };

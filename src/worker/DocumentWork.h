@@ -1,50 +1,58 @@
 #pragma once
 
-#include "platform/documents/DocumentOperations.h"
-#include "platform/poppler/PDFReader.h"
-#include "platform/tesseract/TextRecognizer.h"
-#include "worker/OperationTable.h"
+#include "lib/poppler/PDFReader.h"
+#include "lib/tesseract/PageRecognizer.h"
+#include "recognition/DocumentRequests.h"
+#include "recognition/DocumentService.h"
+#include "worker/RequestTable.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
 namespace korvane {
 
 /**
- * The operations on documents. Keeps the document and the picture that were worked on last, since
- * the next request is probably about them too.
+ * Serves the requests on documents. Keeps the document and the bitmap of the latest requests: the
+ * next one is probably about them too.
  */
 class DocumentWork {
 public:
-    /** Adds every operation of wire::DocumentOperation; this object outlives the table. */
-    void addTo(OperationTable& operations);
+    /** Has the table serve every request of DocumentRequests.h; this object outlives it. */
+    void serve(RequestTable& table);
 
 private:
-    using Status = wire::Status;
+    using Status = DocumentAnswer<void>;
 
-    bool listLanguages(WireReader& request, WireWriter& answer);
-    bool prepare(WireReader& request, WireWriter& answer);
-    bool open(WireReader& request, WireWriter& answer);
-    bool readPages(WireReader& request, WireWriter& answer);
-    bool layOut(WireReader& request, WireWriter& answer);
-    bool turn(WireReader& request, WireWriter& answer);
-    bool recognize(WireReader& request, WireWriter& answer);
-    bool orientation(WireReader& request, WireWriter& answer);
-    bool render(WireReader& request, WireWriter& answer);
-    bool write(WireReader& request, WireWriter& answer);
-    bool forget(WireReader& request, WireWriter& answer);
+    /** The page whose bitmap the recognizer has. */
+    struct LoadedPage {
+        std::uint64_t document = 0;
+        std::uint64_t page = 0;
+        double resolution = 0;
 
+        friend bool operator==(const LoadedPage&, const LoadedPage&) = default;
+    };
+
+    DocumentAnswer<requests::ListLanguages::Answer>
+    listLanguages(const requests::ListLanguages& request);
+    DocumentAnswer<requests::OpenDocument::Answer> open(const requests::OpenDocument& request);
+    DocumentAnswer<requests::ReadPages::Answer> readPages(const requests::ReadPages& request);
+    DocumentAnswer<PageReading> recognizePage(const requests::RecognizePage& request,
+                                              std::chrono::milliseconds limit);
+    DocumentAnswer<requests::WriteDocument::Answer> write(const requests::WriteDocument& request);
+    DocumentAnswer<requests::Nothing> release(const requests::ReleaseDocument& request);
+
+    bool hasOpen(const requests::SourceDocument& document) const;
+    Status openDocument(const requests::SourceDocument& document);
     void closeDocument();
-    Status openDocument(WireReader& request);
-    Status openPicture(WireReader& request);
-    bool answerPicture(std::uint64_t id, const FileDescriptor& file, WireWriter& answer);
+    Status loadPage(const requests::RecognizePage& request);
 
     std::uint64_t documentNumber_ = 0;
     std::optional<PDFReader> document_;
     /** What `document_` reads from. */
     Data source_;
-    std::uint64_t pictureNumber_ = 0;
-    TextRecognizer recognizer_;
+    std::optional<LoadedPage> loadedPage_;
+    PageRecognizer recognizer_;
 };
 
 } // namespace korvane

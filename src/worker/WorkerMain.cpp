@@ -1,7 +1,7 @@
 #include "worker/WorkerMain.h"
 
-#include "platform/sandbox/Sandbox.h"
-#include "platform/wire/DescriptorMessage.h"
+#include "lib/seccomp/Sandbox.h"
+#include "workerpool/DescriptorMessage.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -20,23 +20,26 @@ namespace {
 
 constexpr int agentSocket = 3;
 
-/** Recognition makes the machine busy for a while; who works on it does not notice. */
+/** Recognition takes all cores for a while; the user's programs come first. */
 constexpr int niceness = 5;
 
-/** When memory runs short, this process is the first to go: it costs a text layer. */
-void offerMemory()
+/** When the system is out of memory, this process is the first to be killed: it costs a text layer.
+ */
+void raiseOOMScore()
 {
-    constexpr std::string_view mostWilling = "1000";
+    constexpr std::string_view maxScoreAdjustment = "1000";
     const FileDescriptor file(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
-    if (file) static_cast<void>(::write(file.get(), mostWilling.data(), mostWilling.size()));
+    if (file)
+        static_cast<void>(
+            ::write(file.get(), maxScoreAdjustment.data(), maxScoreAdjustment.size()));
 }
 
-void standBack()
+void lowerPriority()
 {
-    // An agent that was gone before this call is seen by its closed socket.
+    // An agent that exited before this call has closed its socket.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::setpriority(PRIO_PROCESS, 0, niceness);
-    offerMemory();
+    raiseOOMScore();
 }
 
 bool receive(FrameDecoder& decoder)
@@ -54,23 +57,23 @@ bool send(const WorkerMessage& message)
     return transfer == Transfer::done;
 }
 
-void answerRequests(const OperationTable& operations)
+void answerRequests(const RequestTable& table)
 {
-    FrameDecoder decoder(WorkerMessage::maximumDescriptors);
-    while (receive(decoder) && send(operations.answer(decoder.take()))) {
+    FrameDecoder decoder(WorkerMessage::maxDescriptors);
+    while (receive(decoder) && send(table.answer(decoder.take()))) {
     }
 }
 
 } // namespace
 
-int serveWorker(const OperationTable& operations)
+int serveWorker(const RequestTable& table)
 {
-    standBack();
+    lowerPriority();
     if (const auto entered = enterSandbox(); !entered) return entered.error().code;
     try {
-        answerRequests(operations);
+        answerRequests(table);
     } catch (const std::bad_alloc&) {
-        // What the libraries hold by now is anybody's guess. A new process begins with nothing.
+        // The state of the libraries is undefined now: a new process takes over.
         ::_exit(ENOMEM);
     }
     return 0;

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "worker/OperationTable.h"
+#include "worker/RequestTable.h"
 
 namespace korvane {
 
-/** The life of a worker process: gives up what it does not need, locks itself in, and answers the
- *  requests on descriptor 3 until the agent closes it. Returns the exit status. */
-int serveWorker(const OperationTable& operations);
+/** Runs a worker process: enters the sandbox, and answers the requests on descriptor 3 until the
+ *  agent closes it. Returns the exit status. */
+int serveWorker(const RequestTable& table);
 
 } // namespace korvane

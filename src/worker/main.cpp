@@ -6,7 +6,7 @@ int main()
     using namespace korvane;
 
     DocumentWork work;
-    OperationTable operations;
-    work.addTo(operations);
-    return serveWorker(operations);
+    RequestTable table;
+    work.serve(table);
+    return serveWorker(table);
 }

@@ -16,11 +16,12 @@ namespace {
 class AgentAppDelegateTest : public AgentFixture {
 protected:
     AgentAppDelegateTest()
-        : delegate(std::make_shared<AgentAppDelegate>("0.1.0", store, "Office Mac", environment,
-                                                      jobs, desktop, [this](Task handler) {
-                                                          signal = std::move(handler);
-                                                          return nullptr;
-                                                      }))
+        : delegate(std::make_shared<AgentAppDelegate>(
+              "0.1.0", AgentEnvironment{store, "Office Mac", environment, jobs, desktop},
+              [this](Task handler) {
+                  signal = std::move(handler);
+                  return nullptr;
+              }))
     {
     }
 

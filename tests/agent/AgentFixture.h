@@ -1,6 +1,7 @@
 #pragma once
 
-#include "agent/DesktopEnvironment.h"
+#include "agent/AgentEnvironment.h"
+#include "base/FileDescriptor.h"
 #include "config/SettingsStore.h"
 #include "document/JobPipeline.h"
 #include "ipp/IPPCodec.h"
@@ -17,7 +18,10 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -46,6 +50,33 @@ struct FakeDesktop final : FileViewer, Alert {
     }
 
     std::vector<std::string> shown;
+};
+
+/** The service manager's end of its socket. */
+class FakeServiceManager {
+public:
+    explicit FakeServiceManager(const std::filesystem::path& path)
+        : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+        path.string().copy(&address.sun_path[0], sizeof address.sun_path - 1);
+        EXPECT_EQ(
+            ::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    }
+
+    /** What it was told since it was last asked. */
+    std::vector<std::string> told()
+    {
+        std::vector<std::string> states;
+        std::array<char, 256> state{};
+        for (ssize_t size = 0; (size = ::recv(socket_.get(), state.data(), state.size(), 0)) > 0;) {
+            states.emplace_back(state.data(), static_cast<std::size_t>(size));
+        }
+        return states;
+    }
+
+private:
+    FileDescriptor socket_;
 };
 
 /** A user's machine: settings, a folder for documents, and clients that print. */
@@ -108,12 +139,22 @@ protected:
         return answerTo(*client);
     }
 
-    /** A printer attribute of one text, as a client sees it. */
-    std::string printerAttribute(std::string_view name)
+    /** A printer attribute of one text. */
+    static std::string printerAttributeIn(const IPPMessage& answer, std::string_view name)
     {
-        const IPPMessage answer = ask(network.latest(), request(0x000B));
         const IPPAttribute* attribute = ipp::findAttribute(answer, name, IPPTag::printerAttributes);
         return attribute == nullptr ? "none" : std::get<ipp::Text>(attribute->values[0]).text;
+    }
+
+    std::string printerAttribute(std::string_view name, FakeListener& listener)
+    {
+        return printerAttributeIn(ask(listener, request(0x000B)), name);
+    }
+
+    /** The same as a client of the latest listener sees it. */
+    std::string printerAttribute(std::string_view name)
+    {
+        return printerAttribute(name, network.latest());
     }
 
     std::string printerURI() { return printerAttribute("printer-uri-supported"); }
@@ -129,13 +170,19 @@ protected:
     SettingsStore store{home.path(), "Office Mac"};
     ServerEnvironment environment{
         .queues = queues, .network = network, .clock = clock, .log = log, .directory = &directory};
-    JobEnvironment jobs{
-        .queues = queues, .clock = clock, .log = log, .documents = documents, .author = "ann"};
+    OCR ocr{queues, documents, {"eng"}, log};
+    JobEnvironment jobs{.queues = queues,
+                        .clock = clock,
+                        .log = log,
+                        .documents = documents,
+                        .ocr = ocr,
+                        .author = "ann"};
 
     FakeSessionBus bus;
     FakeNotificationCenter notifications;
     FakeDesktop screen;
-    ServiceManager serviceManager{""};
+    FakeServiceManager systemd{home.path() / "notify"};
+    ServiceManager serviceManager{(home.path() / "notify").string()};
     /** What the Notes application answers. */
     Result<void, std::string> noteOutcome;
     /** The notes that it was given. */

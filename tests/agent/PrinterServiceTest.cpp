@@ -5,11 +5,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 
 namespace korvane {
 namespace {
@@ -43,8 +45,8 @@ protected:
         listenerIsReady();
     }
 
-    std::shared_ptr<PrinterService> service =
-        std::make_shared<PrinterService>(store, "Office Mac", environment, jobs, desktop);
+    std::shared_ptr<PrinterService> service = std::make_shared<PrinterService>(
+        AgentEnvironment{store, "Office Mac", environment, jobs, desktop});
 };
 
 TEST_F(PrinterServiceTest, DescribesThePrinterWithItsPortOnceItIsReady)
@@ -155,38 +157,58 @@ TEST_F(PrinterServiceTest, FinishesAJobThatIsBeingReceivedWhileThePortChanges)
     client->clientSends(message.substr(0, message.size() - 3));
     choose({.port = 9000});
     reload();
+    const auto old = network.listeners.front();
+    EXPECT_EQ(printerAttribute("printer-name", *old), "Office")
+        << "it serves as long as it has a client";
     client->clientSends(message.substr(message.size() - 3));
     queues.run();
+    EXPECT_EQ(printerAttribute("printer-name", *old), "none");
     EXPECT_THAT(client->answer, StartsWith("HTTP/1.1 200 OK"));
     EXPECT_TRUE(client->closed);
     EXPECT_EQ(scans.read("Letter 2025-03-01 140509.pdf"), "%PDF letter");
 }
 
-TEST_F(PrinterServiceTest, ForgetsThePortOfAServerThatIsReplacedTheMomentItIsReady)
+TEST_F(PrinterServiceTest, IgnoresWhatAReplacedServerStillReports)
 {
-    choose({});
-    reload();
-    const auto client = network.latest().connect();
-    network.latest().tell(TCPListener::Ready{});
-    choose({.port = 9000});
-    reload();
-    EXPECT_FALSE(client->closed) << "it keeps the first server alive";
-    EXPECT_EQ(printerURI(), "ipp://Office Mac.local./ipp/print");
-    client->clientFinishes();
+    const std::vector<TCPListener::State> reports = {TCPListener::Ready{},
+                                                     TCPListener::Failed{SystemError{EADDRINUSE}}};
+    for (const TCPListener::State& report : reports) {
+        choose({});
+        reload();
+        const auto client = network.latest().connect();
+        network.latest().tell(report); // and before the main queue learns of it:
+        choose({.port = 9000});
+        systemd.told();
+        log.clear();
+        reload();
+        EXPECT_FALSE(client->closed) << "it is left to finish";
+        EXPECT_EQ(printerURI(), "ipp://Office Mac.local./ipp/print");
+        EXPECT_THAT(systemd.told(), IsEmpty());
+        EXPECT_THAT(notifications.requests, IsEmpty());
+        EXPECT_EQ(std::ranges::count(log.lines(),
+                                     "PrinterService: ready on port 8631, Bonjour advertising"),
+                  std::holds_alternative<TCPListener::Ready>(report) ? 1 : 0);
+        listenerIsReady();
+        EXPECT_THAT(systemd.told(), ElementsAre("STATUS=Ready on port 9000"));
+    }
 }
 
-TEST_F(PrinterServiceTest, LeavesAPrinterThatAnswersButSavesNothingWhenItIsGone)
+TEST_F(PrinterServiceTest, DescribesAPlaceholderAndSavesNothingWhileItEnds)
 {
     startPrinter();
-    const auto last = network.latest().connect();
-    service.reset();
-    queues.run();
+    const auto asking = network.latest().connect();
+    const auto printing = network.latest().connect();
     log.clear();
-    EXPECT_EQ(printerURI(), "ipp://localhost/ipp/print");
-    EXPECT_EQ(printerAttribute("printer-name"), "Korvane");
-    last->clientSends(printJob("Letter", "%PDF letter"));
+    queues.queue("ipp.server")->async([&] {
+        asking->clientSends(request(0x000B));
+        printing->clientSends(printJob("Letter", "%PDF letter"));
+    });
+    service.reset();
+    EXPECT_EQ(printerAttributeIn(answerTo(*asking), "printer-uri-supported"),
+              "ipp://localhost/ipp/print");
+    EXPECT_EQ(printerAttributeIn(answerTo(*asking), "printer-name"), "Korvane");
+    EXPECT_EQ(answerTo(*printing).code, 0x0000);
     queues.run();
-    EXPECT_EQ(answerTo(*last).code, 0x0000);
     EXPECT_EQ(scans.entryCount(), 0);
     EXPECT_THAT(log.lines(), Not(Contains(StartsWith("PrinterService"))));
 }

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Checks what the sources include: usage check_includes.py <src>.
 
-The headers of a foreign library are included in one folder only, below platform/, so that the
-rest of the code does not know the library. Our own headers are included by their path from src/.
+The headers of a foreign library are included in one folder only, below lib/ for most, so that
+the rest of the code does not know the library. Our own headers are included by their path from src/.
 """
 
 import pathlib
@@ -12,19 +12,21 @@ import sys
 FOREIGN = {
     "asio": r"asio(\.hpp$|/)",
     "avahi": r"avahi-(client|common|core)/",
+    "cld2": r"cld2/",
+    "fribidi": r"fribidi",
     "leptonica": r"leptonica/",
     "libdeflate": r"libdeflate\.h$",
     "libseccomp": r"seccomp\.h$",
+    "libxml2": r"libxml/",
     "nlohmann-json": r"nlohmann/",
     "poppler": r"poppler-",
     "qpdf": r"qpdf/",
-    "sd-bus": r"systemd/sd-bus\.h$",
-    "sd-journal": r"systemd/(?!sd-bus)",
+    "systemd": r"systemd/",
     "tesseract": r"tesseract/",
     "utf8proc": r"utf8proc\.h$",
 }
-# JSON is read in one place only, which is where its meaning is known.
-HOMES = {"nlohmann-json": "config"}
+# Those that a folder of ours is built on; the others have a folder of their own.
+HOMES = {"asio": "event", "nlohmann-json": "config", "utf8proc": "text"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 
 
@@ -39,7 +41,7 @@ def violations(src):
             if ".." in header.split("/"):
                 yield f"{name}: {header} climbs out of its folder"
             for library in (l for l, form in FOREIGN.items() if mark == "<" and re.match(form, header)):
-                if library not in HOMES and not folder.startswith("platform/"):
+                if library not in HOMES and not folder.startswith("lib/"):
                     yield f"{name}: {library} has no place in {folder}/"
                 elif homes.setdefault(library, folder) != folder:
                     yield f"{name}: {library} is in {homes[library]}/ already"

@@ -1,4 +1,4 @@
-#include "config/SettingsDecoder.h"
+#include "config/AppSettings.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

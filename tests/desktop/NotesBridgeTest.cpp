@@ -1,35 +1,35 @@
 #include "desktop/NotesBridge.h"
 
-#include "platform/script/NotesScriptRunner.h"
-#include "support/FakeNotesApplication.h"
+#include "desktop/NotesProgram.h"
+#include "desktop/NotesScriptRunner.h"
 #include "support/TemporaryFolder.h"
+#include "text/Markup.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace korvane::NotesBridge {
 
 namespace {
 
+namespace fs = std::filesystem;
 using namespace std::string_literals;
 
-/** Has one outcome for every script, or makes none. */
-class FakeScriptRunner final : public ScriptRunner {
+/** A notes application that keeps what it is given, or fails. */
+class FakeNotes final : public NotesApplication {
 public:
-    std::optional<Result<ScriptDescriptor, ScriptError>> outcome;
-
-    std::unique_ptr<Script> makeScript(std::string /*source*/) const override
+    Result<std::string, NotesFailure> addNote(const Note& note) override
     {
-        struct FakeScript final : Script {
-            Result<ScriptDescriptor, ScriptError> outcome;
-            Result<ScriptDescriptor, ScriptError> execute() override { return outcome; }
-        };
-        if (!outcome) return nullptr;
-        auto script = std::make_unique<FakeScript>();
-        script->outcome = *outcome;
-        return script;
+        notes.push_back(note);
+        return outcome;
     }
+
+    std::vector<Note> notes;
+    Result<std::string, NotesFailure> outcome = "note";
 };
 
 } // namespace
@@ -79,51 +79,95 @@ TEST(NotesBridge, EscapesForHTMLFirstAndFillsInWhatIsBlank)
 
 TEST(NotesBridge, SaysInWordsWhyThereIsNoNote)
 {
-    const std::pair<std::optional<Result<ScriptDescriptor, ScriptError>>, std::string> cases[] = {
-        {std::nullopt, "AppleScript compile failed: NSAppleScript init returned nil"},
-        {failure(ScriptError{.message = "Not allowed.", .number = -1743}),
+    const std::pair<Script, std::string> cases[] = {
+        {{}, "AppleScript compile failed: NSAppleScript init returned nil"},
+        {[] {
+             return failure(ScriptError{"Not allowed.", -1743});
+         },
          "AppleScript run failed: Not allowed."},
-        {failure(ScriptError{.number = -1743, .line = 10}),
-         "AppleScript run failed: {Kind = run; Number = -1743; Line = 10}"},
-        {ScriptDescriptor{}, "Notes did not return a result."},
+        {[] { return failure(ScriptError{.number = -1743}); },
+         "AppleScript run failed: {Number = -1743}"},
+        {[] { return std::nullopt; }, "Notes did not return a result."},
     };
-    FakeScriptRunner runner;
-    for (const auto& [outcome, description] : cases) {
-        runner.outcome = outcome;
+    for (const auto& [script, description] : cases) {
+        const auto runner = [&script = script](const std::string& /*source*/) { return script; };
         EXPECT_EQ(addNote("t", "x", "f", "/p", runner).error().description(), description);
     }
-    runner.outcome = ScriptDescriptor{ScriptDescriptor::Type::text, ""};
-    EXPECT_TRUE(addNote("t", "x", "f", "/p", runner));
+    EXPECT_TRUE(addNote("t", "x", "f", "/p", [](const std::string& /*source*/) {
+        return Script([] { return std::optional(""s); });
+    }));
 }
 
 TEST(NotesBridge, BringsAnyTextToTheApplicationAsItIs)
 {
     const TemporaryFolder folder;
+    const fs::path pdf = folder.write("\"\\.pdf", "%PDF");
     const std::string hostile[] = {
         "\"} \nreturn id of 1\nend tell\n--\\",
         "\u00AC\n\\\" & \"do shell script\" \\",
         "<script>&amp;</h1>\u202Egpj.exe\r\n\x01\x7F"s + '\0',
-        std::string(1 << 20, '"'),
+        std::string(1 << 16, '"'),
     };
+    FakeNotes notes;
+    const ScriptRunner runner = notesScriptRunner(notes);
     for (const std::string& text : hostile) {
-        FakeNotesApplication::Record record;
-        const NotesScriptRunner runner(
-            [&] { return std::make_unique<FakeNotesApplication>(record); });
-        const std::string name = text.substr(0, 200).substr(0, text.find('\0'));
-        const auto pdf =
-            folder.write(NotesBridge::htmlEscape(name).substr(0, 5) + "\"\\.pdf", "%PDF");
         ASSERT_TRUE(addNote(text, text, text, pdf, runner));
-        const FakeNotesApplication::Note& note = record.notes.at(0);
-        EXPECT_TRUE(note.folder == text && note.name == text);
-        EXPECT_TRUE(note.body == "<h1>" + htmlEscape(text) +
-                                     "</h1>\n<p style=\"white-space: pre-wrap;\">" +
-                                     htmlEscape(text) + "</p>");
-        EXPECT_EQ(note.attachments, std::vector{pdf});
-        EXPECT_EQ(record.folders, std::vector{text});
+        const std::string html = text::htmlEscape(text);
+        const std::string body =
+            "<h1>" + html + "</h1>\n<p style=\"white-space: pre-wrap;\">" + html + "</p>";
+        EXPECT_TRUE(
+            (notes.notes.back() == Note{.folder = text, .title = text, .body = body, .file = pdf}));
     }
-    EXPECT_EQ(
-        addNote("\xFF", "x", "f", "/p", NotesScriptRunner(nullptr)),
-        failure(NotesError{NotesError::ScriptCompileFailed{"NSAppleScript init returned nil"}}));
+    EXPECT_EQ(addNote("\xFF", "x", "f", pdf, runner).error().code,
+              NotesError::Code::scriptCompileFailed);
+}
+
+TEST(NotesScript, IsTheProgramThatAddsANoteAndNoOther)
+{
+    const Note note{.folder = "f", .title = "t", .body = "b\"", .file = "/"};
+    const std::string program = composeNotesProgram(note);
+    EXPECT_EQ(matchNotesProgram(program), note);
+    const auto changed = [&](const std::string& part, const std::string& other) {
+        return std::string(program).replace(program.find(part), part.size(), other);
+    };
+    const std::string others[] = {
+        "",
+        program + "\n",
+        " " + program,
+        changed("\"Notes\"", "\"Mail\""),
+        changed("make new attachment", "delete"),
+        changed("\"t\"", "\"t"),
+        changed("\"t\"", "\"t\" & \"u\""),
+        changed("\"t\"", "\"\\t\""),
+        changed("b\\\"\"}", "b\\\"}"),
+        changed("\"/\"", "\"/\\"),
+    };
+    FakeNotes notes;
+    for (const std::string& other : others) {
+        const auto result = notesScriptRunner(notes)(other)();
+        ASSERT_FALSE(result) << other;
+        EXPECT_EQ(result.error(),
+                  (ScriptError{"This is not the program that adds a note.", -2741}));
+    }
+    EXPECT_TRUE(notes.notes.empty());
+    for (std::size_t size = 0; size < program.size(); ++size) {
+        EXPECT_FALSE(matchNotesProgram(program.substr(0, size))) << size;
+    }
+}
+
+TEST(NotesScript, SaysWhyThereIsNoNote)
+{
+    FakeNotes notes;
+    const ScriptRunner runner = notesScriptRunner(notes);
+    EXPECT_EQ(addNote("t", "x", "f", "/none", runner).error().description(),
+              "AppleScript run failed: File /none wasn't found.");
+    EXPECT_TRUE(notes.notes.empty());
+    notes.outcome = failure(NotesFailure{"The disk is full."});
+    EXPECT_EQ(addNote("t", "x", "f", "/", runner).error().description(),
+              "AppleScript run failed: The disk is full.");
+    notes.outcome = "";
+    EXPECT_EQ(addNote("t", "x", "f", "/", runner).error().code,
+              NotesError::Code::scriptReturnedNothing);
 }
 
 } // namespace korvane::NotesBridge

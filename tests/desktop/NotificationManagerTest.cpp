@@ -106,14 +106,14 @@ TEST_F(NotificationManagerTest, OffersWhatItsCategoriesSay)
                 MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[0-9A-F]{4}-[0-9A-F]{12}"));
 }
 
-TEST_F(NotificationManagerTest, DoesNothingForANoteUntilSomebodyTakesNotes)
+TEST_F(NotificationManagerTest, IgnoresAddToNotesUntilItsCallbackIsSet)
 {
     post("Letter", true);
     center.choose("KV_ACTION_ADD_TO_NOTES");
     EXPECT_THAT(done, IsEmpty());
 }
 
-TEST_F(NotificationManagerTest, SaysOnceThatNobodyShowsNotificationsButEveryRefusal)
+TEST_F(NotificationManagerTest, LogsOnceThatThereIsNoServiceButEveryOtherFailure)
 {
     center.failure = NotificationError{.isUnavailable = true, .text = "There is no session bus"};
     manager->configure();
@@ -131,7 +131,7 @@ TEST_F(NotificationManagerTest, SaysOnceThatNobodyShowsNotificationsButEveryRefu
                                           "Notifications: port-unavailable post failed: refused"));
 }
 
-TEST_F(NotificationManagerTest, ForgetsTheOldestOfVeryManyOrVeryLargeJobs)
+TEST_F(NotificationManagerTest, DropsTheOldestOf257JobsOrBeyond32MiBOfText)
 {
     for (const auto& [count, bytes] : {std::pair(256, 0), std::pair(1, 32 << 20)}) {
         SCOPED_TRACE(count);

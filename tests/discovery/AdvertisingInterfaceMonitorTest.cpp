@@ -97,6 +97,8 @@ TEST(TXTRecord, HoldsTwentyThreePairsWithThePrintersOwnNames)
                                     .location = "desk"});
     EXPECT_EQ(txt.size(), 23U);
     EXPECT_EQ(txt.at("ty"), "Office");
+    EXPECT_EQ(txt.at("pdl"), "application/pdf,image/urf");
+    EXPECT_EQ(txt.at("URF"), "SRGB24,W8,RS300,DM1,V1.4");
     EXPECT_EQ(txt.at("note"), "desk");
     EXPECT_EQ(txt.at("UUID"), "0a0b");
     EXPECT_EQ(txt.at("product"), "(Korvane Virtual Printer)");

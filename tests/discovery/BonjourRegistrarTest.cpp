@@ -86,6 +86,17 @@ TEST_F(BonjourRegistrarTest, StartsAgainAtOneSecondAfterASuccess)
     EXPECT_THAT(directory.live, ElementsAre("Office"));
 }
 
+TEST_F(BonjourRegistrarTest, StartsAgainAtOneSecondForAnotherService)
+{
+    directory.refusals = {1, 1, 1};
+    registerService(service("Office"));
+    queues.advance(seconds(1));
+    registerService(service("Home"));
+    queues.advance(seconds(1));
+    EXPECT_EQ(log.count("BonjourRegistrar: DNSServiceRegister failed: 1; retrying in 1s"), 2);
+    EXPECT_THAT(directory.live, ElementsAre("Home"));
+}
+
 TEST_F(BonjourRegistrarTest, StaysAwayOnceStopped)
 {
     directory.refusals = {1};

@@ -4,11 +4,20 @@
 
 namespace korvane {
 
+namespace {
+
+auto normalize(const Data& document)
+{
+    return DocumentNormalizer::normalize(document, recognizeFormat(document.text()));
+}
+
+} // namespace
+
 TEST(DocumentNormalizer, HandsPDFOnUntouched)
 {
     const Data document = Data::copying("%PDF and then rubbish");
-    EXPECT_EQ(DocumentNormalizer::normalize(document), document);
-    EXPECT_EQ(DocumentNormalizer::normalize(document)->bytes().data(), document.bytes().data());
+    EXPECT_EQ(normalize(document), document);
+    EXPECT_EQ(normalize(document)->bytes().data(), document.bytes().data());
 }
 
 TEST(DocumentNormalizer, QuotesTheFirstBytesOfWhatItRefuses)
@@ -22,7 +31,7 @@ TEST(DocumentNormalizer, QuotesTheFirstBytesOfWhatItRefuses)
         {"%!PS-Adobe", "25 21 50 53 2D 41 64 6F"},
         {"UNIRAST", "55 4E 49 52 41 53 54"}};
     for (const auto& [document, quoted] : cases) {
-        const auto pdf = DocumentNormalizer::normalize(Data::copying(std::string_view(document)));
+        const auto pdf = normalize(Data::copying(std::string_view(document)));
         ASSERT_FALSE(pdf) << document;
         EXPECT_EQ(pdf.error().description(),
                   "Unrecognized document format (first bytes: " + std::string(quoted) + ")");

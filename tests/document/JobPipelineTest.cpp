@@ -48,8 +48,12 @@ TEST(TextSummary, IsOneLineOfAtMostTheLimit)
                                                          {"a   b    c", "a  b  c"},
                                                          {"\nDear\nreader\n", "Dear reader"}};
     for (const auto& [text, summary] : cases) EXPECT_EQ(makeSummary(text, 200), summary);
-    EXPECT_EQ(makeSummary(families(200), 200), families(200));
-    EXPECT_EQ(makeSummary(families(201), 200), families(200) + "…");
+    // Characters of one byte and of many, at the limit and one past it.
+    for (const std::string& character : {std::string("x"), families(1)}) {
+        const std::string atLimit = families(199) + character;
+        EXPECT_EQ(makeSummary(atLimit, 200), atLimit);
+        EXPECT_EQ(makeSummary(atLimit + character, 200), atLimit + "…");
+    }
 }
 
 class JobPipelineTest : public testing::Test {
@@ -61,14 +65,30 @@ protected:
         pipeline->process(name, Data::copying(document), folder.path());
     }
 
+    /** Keeps the workers' answers back from now on. */
+    void holdAnswers()
+    {
+        documents.deliver = [this](Task answer) { held.push_back(std::move(answer)); };
+    }
+
+    void release()
+    {
+        Task answer = std::move(held.front());
+        held.erase(held.begin());
+        std::exchange(answer, nullptr)();
+        queues.run();
+    }
+
     ManualQueues queues;
     ManualClock clock;
     RecordingLog log;
     FakeDocuments documents;
     TemporaryFolder folder;
     std::vector<CompletedJob> completed;
+    std::vector<Task> held;
+    OCR ocr{queues, documents, {"eng"}, log};
     std::shared_ptr<JobPipeline> pipeline = std::make_shared<JobPipeline>(
-        JobEnvironment{queues, clock, log, documents, {"eng"}, "ann"},
+        JobEnvironment{queues, clock, log, documents, ocr, "ann"},
         [this](const CompletedJob& job) { completed.push_back(job); });
 };
 
@@ -92,29 +112,30 @@ TEST_F(JobPipelineTest, SavesDocumentsAsTheyCameTheLaterOfOneNameAndSecondInTheF
     EXPECT_THAT(log.errors(), testing::IsEmpty());
 }
 
-TEST_F(JobPipelineTest, LaysTheRecognisedWordsOverTheDocument)
+TEST_F(JobPipelineTest, LaysTheRecognizedWordsOverTheDocument)
 {
-    const std::string letter = "A letter that can be copied already.";
-    documents.pages = {{.text = letter}, {}, {.lines = {"B"}}};
+    const std::string letter(197, 'x');
+    documents.pages = {{.text = letter}, {}, {.lines = {"BC"}}};
     const std::string name = "Minutes " + std::string(100, 'x');
     process(name, "%PDF received");
     queues.run();
     ASSERT_EQ(completed.size(), 1U);
-    EXPECT_EQ(completed[0].plainText, letter + "\n\n\n\nB");
-    EXPECT_EQ(completed[0].summary, letter + "  B");
+    EXPECT_EQ(completed[0].plainText, letter + "\n\n\n\nBC");
+    EXPECT_EQ(completed[0].summary, letter + "  B…") << "it is one character over the limit";
     EXPECT_EQ(completed[0].jobName, name);
     EXPECT_EQ(folder.read(completed[0].pdfURL.filename()), "%PDF-searchable");
     EXPECT_EQ(folder.entryCount(), 1);
     EXPECT_EQ(documents.information, (DocumentInformation{{"Author", "ann"},
                                                           {"Creator", "Korvane"},
+                                                          {"ModDate", "D:20250301140509+00'00"},
                                                           {"Subject", "Captured by Korvane"},
                                                           {"Title", name}}));
     ASSERT_EQ(documents.layers.size(), 3U);
     EXPECT_TRUE(documents.layers[0].lines.empty());
-    EXPECT_EQ(documents.layers[2].lines.at(0).text, "B");
+    EXPECT_EQ(documents.layers[2].lines.at(0).words.at(0).text, "BC");
 }
 
-TEST_F(JobPipelineTest, LeavesADocumentWithoutAnythingRecognisedAsItIs)
+TEST_F(JobPipelineTest, LeavesADocumentWithoutAnythingRecognizedAsItIs)
 {
     documents.pages = {{.text = "A letter that can be copied already."}, {}};
     process("Letter", "%PDF received");
@@ -148,6 +169,78 @@ TEST_F(JobPipelineTest, TriesOnceMoreAndThenGivesTheJobUp)
         log.errors(),
         testing::ElementsAre("JobPipeline: write failed: No such file or directory",
                              "JobPipeline: fallback write also failed: No such file or directory"));
+}
+
+TEST_F(JobPipelineTest, WritesWhereFilesMayBeWaitedForAndReportsOnTheMainQueue)
+{
+    documents.pages = {{.lines = {"word"}}};
+    holdAnswers();
+    process("Letter", "%PDF received");
+    queues.run();
+    for (int answer = 0; answer < 4; ++answer) {
+        EXPECT_EQ(held.size(), 1U) << "to open, to read, for the languages, to recognize";
+        release();
+    }
+    ASSERT_EQ(held.size(), 1U) << "to write";
+    const Task written = std::move(held.front());
+    held.clear();
+    written();
+    const auto file = folder.path() / "Letter 2025-03-01 140509.pdf";
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_TRUE(queues.queue("background")->runWaiting());
+    EXPECT_EQ(folder.read(file.filename()), "%PDF-searchable");
+    EXPECT_TRUE(completed.empty());
+    EXPECT_TRUE(queues.queue("main")->runWaiting());
+    EXPECT_EQ(completed.size(), 1U);
+}
+
+TEST_F(JobPipelineTest, SavesWhatItReceivedWhenTheAgentEndsMeanwhile)
+{
+    const DocumentError ending{.kind = DocumentError::Kind::worker,
+                               .failure = {.kind = WorkerFailure::Kind::stopped}};
+    documents.pages = {{.lines = {"word"}, .recognitionError = ending}};
+    process("Recognized", "%PDF one");
+    queues.run();
+    documents.openError = ending;
+    process("Opened", "%PDF two");
+    queues.run();
+    EXPECT_EQ(folder.read("Recognized 2025-03-01 140509.pdf"), "%PDF one");
+    EXPECT_EQ(folder.read("Opened 2025-03-01 140509.pdf"), "%PDF two");
+    EXPECT_EQ(completed.size(), 2U);
+    EXPECT_THAT(log.lines(), testing::IsEmpty());
+}
+
+TEST_F(JobPipelineTest, SavesWhatItReceivedWhenAStepIsDropped)
+{
+    documents.pages = {{.lines = {"word"}}};
+    for (int steps : {0, 1, 4}) {
+        holdAnswers();
+        process("Letter " + std::to_string(steps), "%PDF received");
+        queues.run();
+        for (int step = 0; step < steps; ++step) release();
+        held.clear();
+        queues.run();
+        EXPECT_EQ(folder.read("Letter " + std::to_string(steps) + " 2025-03-01 140509.pdf"),
+                  "%PDF received");
+    }
+    EXPECT_EQ(folder.entryCount(), 3);
+    EXPECT_EQ(completed.size(), 3U);
+}
+
+TEST_F(JobPipelineTest, WorksOnABoundedNumberOfJobsAndOnTheOthersInTheirOrder)
+{
+    documents.openError = DocumentError{DocumentError::Kind::needsPassword};
+    holdAnswers();
+    for (int job = 0; job < 66; ++job) process("Job " + std::to_string(job), "%PDF");
+    queues.run();
+    EXPECT_EQ(held.size(), 64U);
+    release();
+    EXPECT_EQ(held.size(), 64U);
+    EXPECT_EQ(completed.size(), 1U);
+    while (!held.empty()) release();
+    ASSERT_EQ(completed.size(), 66U);
+    EXPECT_EQ(completed[65].jobName, "Job 65");
+    EXPECT_EQ(folder.entryCount(), 66);
 }
 
 } // namespace

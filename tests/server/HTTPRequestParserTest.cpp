@@ -84,7 +84,7 @@ TEST(HTTPRequestParser, AsksForTheBodyAfterTheHeadersAndOnce)
     Parser parser;
     append(parser, expect + "Content-Length: 5\r\n");
     EXPECT_EQ(parser.parse(), Parser::Result(Parser::NeedMore{}));
-    append(parser, "\r\nab"); // an impatient client
+    append(parser, "\r\nab"); // a client that does not wait for 100
     EXPECT_EQ(parser.parse(), Parser::Result(Parser::SendContinue{}));
     EXPECT_EQ(feed(parser, "cde", 2).continues, 0);
     EXPECT_EQ(std::get<Parser::Complete>(parser.parse()).request.body.text(), "abcde");

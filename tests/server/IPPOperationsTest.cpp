@@ -68,7 +68,7 @@ protected:
         std::vector<HTTPResponse> answers;
         HTTPRequest http;
         http.body = body;
-        operations.handleRequest(http, [&](HTTPResponse answer) { answers.push_back(answer); });
+        operations->handleRequest(http, [&](HTTPResponse answer) { answers.push_back(answer); });
         queues.run();
         EXPECT_THAT(answers, SizeIs(1));
         return answers.empty() ? HTTPResponse{} : answers.front();
@@ -107,19 +107,15 @@ protected:
     ManualClock clock;
     RecordingLog log;
     std::vector<Job> jobs;
-    HeldBytes held;
-    IPPOperations operations{
-        *queues.queue("ipp.server"),
-        queues.utility(),
-        clock,
-        log,
-        held,
+    MemoryQuota documents;
+    std::shared_ptr<IPPOperations> operations = std::make_shared<IPPOperations>(
+        queues.queue("ipp.server"), queues.utility(), clock, log, documents,
         [] {
             return PrinterDescriptor{"Office", "ipp://desk/print", "0a0b", "desk"};
         },
         [this](const std::string& name, const Data& pdf) {
             jobs.push_back({name, std::string(pdf.text())});
-        }};
+        });
 };
 
 TEST_F(IPPOperationsTest, PrintJobHandsTheDocumentOnAndReportsItCompleted)
@@ -170,7 +166,7 @@ TEST_F(IPPOperationsTest, ARasterDocumentIsConvertedWhileOthersAreAnswered)
     HTTPRequest http;
     http.body = ipp::encode(request(0x0002, named("Photo"), smallRaster().text()));
     std::optional<HTTPResponse> answer;
-    operations.handleRequest(http, [&](HTTPResponse response) { answer = std::move(response); });
+    operations->handleRequest(http, [&](HTTPResponse response) { answer = std::move(response); });
     EXPECT_FALSE(answer);
     EXPECT_EQ(jobOf(ask(request(0x0002, named("Letter"), "%PDF"))), completed(1));
     ASSERT_TRUE(answer);
@@ -178,12 +174,26 @@ TEST_F(IPPOperationsTest, ARasterDocumentIsConvertedWhileOthersAreAnswered)
     EXPECT_THAT(jobs, Contains(testing::Field(&Job::document, StartsWith("%PDF-"))));
 
     http.body = ipp::encode(request(0x0002, {}, std::string_view("UNIRAST\0\0\0\0\0", 12)));
-    operations.handleRequest(http, [&](HTTPResponse response) { answer = std::move(response); });
+    operations->handleRequest(http, [&](HTTPResponse response) { answer = std::move(response); });
     queues.run();
     EXPECT_EQ(ipp::decode(answer->body)->code,
               code(IPPStatus::clientErrorDocumentFormatNotSupported));
     EXPECT_THAT(log.errors(), ElementsAre("IPPServer: rejecting unrecognized document — URF decode "
                                           "failed: Unsupported URF: zero pages"));
+}
+
+TEST_F(IPPOperationsTest, AConversionThatOutlivesThemIsDroppedWithItsAnswer)
+{
+    HTTPRequest http;
+    http.body = ipp::encode(request(0x0002, named("Photo"), smallRaster().text()));
+    const auto client = std::make_shared<int>();
+    operations->handleRequest(http, [client](const HTTPResponse&) { FAIL() << "nobody waits"; });
+    http = {};
+    operations.reset();
+    queues.run();
+    EXPECT_EQ(client.use_count(), 1);
+    EXPECT_THAT(jobs, IsEmpty());
+    EXPECT_EQ(documents.total(), 0U);
 }
 
 TEST_F(IPPOperationsTest, DocumentsOfOneJobAreJoinedInOrder)
@@ -192,10 +202,10 @@ TEST_F(IPPOperationsTest, DocumentsOfOneJobAreJoinedInOrder)
     EXPECT_EQ(jobOf(created), "1 4 job-incoming ipp://desk/print/1");
     EXPECT_EQ(jobOf(ask(request(0x0006, jobPart(ipp::Integer{1}, false), "%PDF one "))),
               completed(1));
-    EXPECT_EQ(held.total(), 9U) << "the document, and not the request around it";
+    EXPECT_EQ(documents.total(), 9U) << "the document, and not the request around it";
     EXPECT_THAT(jobs, IsEmpty());
     EXPECT_EQ(jobOf(ask(request(0x0006, jobPart(ipp::Integer{1}, true), "two"))), completed(1));
-    EXPECT_EQ(held.total(), 0U);
+    EXPECT_EQ(documents.total(), 0U);
     EXPECT_THAT(jobs, ElementsAre(Job{"Two parts", "%PDF one two"}));
     ask(request(0x0006, jobPart(ipp::Integer{1}, true), "%PDF again"));
     EXPECT_THAT(jobs, SizeIs(1));
@@ -242,10 +252,11 @@ TEST_F(IPPOperationsTest, AnUnfinishedJobIsDroppedAQuarterOfAnHourAfterItsLatest
     queues.advance(std::chrono::minutes(14));
     ask(request(0x0006, jobPart(ipp::Integer{1}, false), "%PDF"));
     queues.advance(std::chrono::minutes(14));
-    EXPECT_EQ(held.total(), 4U);
+    EXPECT_EQ(documents.total(), 4U);
     queues.advance(std::chrono::minutes(1));
-    EXPECT_EQ(held.total(), 0U);
-    EXPECT_THAT(log.errors(), ElementsAre(HasSubstr("dropping job 1")));
+    EXPECT_EQ(documents.total(), 0U);
+    EXPECT_THAT(log.errors(),
+                ElementsAre("IPPServer: dropping job 1: timed out waiting for the last document"));
 }
 
 TEST_F(IPPOperationsTest, TheOldestOfTooManyUnfinishedJobsIsDropped)

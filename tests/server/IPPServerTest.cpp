@@ -6,6 +6,7 @@
 #include "support/ManualClock.h"
 #include "support/ManualQueues.h"
 #include "support/RecordingLog.h"
+#include "support/URFBuilder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,16 +31,9 @@ using testing::StartsWith;
 
 constexpr std::uint16_t printerPort = 8631;
 
-/** A server on hand-cranked queues, with every peer played by the test. */
+/** A server on manual queues, with every peer played by the test. */
 class IPPServerTest : public testing::Test {
 protected:
-    ~IPPServerTest() override
-    {
-        // The server goes with its last clients, and these when they have been silent long enough.
-        server.reset();
-        queues.advance(std::chrono::minutes(2));
-    }
-
     std::shared_ptr<IPPServer> makeServer(std::uint16_t port, ConnectionTable::Limits limits = {})
     {
         auto made = IPPServer::make(
@@ -83,6 +77,27 @@ protected:
 
     std::shared_ptr<FakeConnection> connect() { return network.latest().connect(); }
 
+    /** A client that has sent a raster document, whose conversion waits for the utility queue. */
+    std::shared_ptr<FakeConnection> connectPrinting()
+    {
+        const auto client = connect();
+        client->clientSends(printJob(
+            test::URFBuilder(1).page(test::Raster{.width = 1, .height = 1}, 72).build().text()));
+        return client;
+    }
+
+    static std::string printJob(std::string_view document)
+    {
+        const std::string body = std::string("\1\1\0\2\0\0\0\1\3", 9).append(document);
+        return "POST / HTTP/1.1\r\nContent-Type: application/ipp\r\nContent-Length: " +
+               std::to_string(body.size()) + "\r\n\r\n" + body;
+    }
+
+    void stop()
+    {
+        server->stop([this] { ++timesFinished; });
+    }
+
     std::string answerTo(std::string_view request)
     {
         const auto client = connect();
@@ -103,6 +118,7 @@ protected:
     std::vector<int> unavailable;
     std::vector<Data> documents;
     bool failInside = false;
+    int timesFinished = 0;
     std::shared_ptr<IPPServer> server;
 };
 
@@ -120,7 +136,7 @@ TEST_F(Listening, AdvertisesThePrinterAndTellsItsOwner)
                 Contains("IPPServer: publishing \"Office\" on port 8631 via all interfaces"));
 }
 
-TEST_F(Listening, RefusesAPortThatNobodyCanUse)
+TEST_F(Listening, RefusesPortZero)
 {
     server = makeServer(0);
     const auto started = server->start();
@@ -166,7 +182,7 @@ TEST_F(Listening, SaysNothingToTheNetworkBeforeItListens)
 TEST_F(Listening, WithdrawsEverythingWhenStopped)
 {
     startListening();
-    server->stop();
+    stop();
     EXPECT_TRUE(network.latest().cancelled);
     EXPECT_THAT(directory.live, IsEmpty());
     tell(TCPListener::Cancelled{});
@@ -233,12 +249,12 @@ TEST_F(ListenerRestart, IsCalledOffByStop)
 {
     startListening();
     tell(TCPListener::Failed{SystemError{ENETDOWN}});
-    server->stop();
+    stop();
     queues.advance(seconds(60));
     EXPECT_EQ(network.listeners.size(), 1U);
 }
 
-TEST_F(ListenerRestart, IgnoresWhatAnEarlierListenerStillSays)
+TEST_F(ListenerRestart, IgnoresLateStatesOfAnEarlierListener)
 {
     startListening();
     const auto earlier = network.listeners.front();
@@ -300,7 +316,7 @@ TEST_F(Answering, SendsTheInterimAnswerBeforeTheBodyAndOneFinalAnswer)
     EXPECT_THAT(client->answer, StartsWith("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 415 "));
 }
 
-TEST_F(Answering, ClosesWithoutAnAnswerWhenTheClientGivesUp)
+TEST_F(Answering, ClosesWithoutAnAnswerWhenTheClientEndsOrBreaksOff)
 {
     startListening();
     const auto finished = connect();
@@ -326,23 +342,46 @@ TEST_F(Answering, LetsARefusedClientFinishSendingSoThatItReadsTheAnswer)
     EXPECT_TRUE(client->closed);
 }
 
-TEST_F(Answering, FinishesOpenConnectionsAfterTheServerIsGone)
+TEST_F(Answering, FinishesOpenConnectionsAfterTheServerHasStopped)
 {
     startListening();
-    const auto client = connect();
-    client->clientSends("GET / HTTP/1.1\r\n");
-    const std::weak_ptr<IPPServer> watched = server;
-    server->stop();
-    server.reset();
-    client->clientSends("\r\n");
-    EXPECT_THAT(client->answer, StartsWith("HTTP/1.1 200 OK"));
+    const auto asking = connect();
+    const auto printing = connectPrinting();
+    asking->clientSends("GET / HTTP/1.1\r\n");
+    stop();
+    asking->clientSends("\r\n");
+    EXPECT_THAT(asking->answer, StartsWith("HTTP/1.1 200 OK"));
+    queues.queue("main")->runWaiting();
+    EXPECT_EQ(timesFinished, 0);
     queues.run();
+    EXPECT_THAT(printing->answer, StartsWith("HTTP/1.1 200 OK"));
+    EXPECT_THAT(documents, testing::SizeIs(1));
+    EXPECT_EQ(timesFinished, 1);
+    stop();
+    queues.run();
+    EXPECT_EQ(timesFinished, 2) << "without a connection it is finished at once";
+}
+
+TEST_F(Answering, EndsWithItsServerWhateverIsOpen)
+{
+    startListening();
+    const auto idle = connect();
+    const auto printing = connectPrinting();
+    const std::weak_ptr<IPPServer> watched = server;
+    stop();
+    server.reset();
     EXPECT_TRUE(watched.expired());
+    idle->clientSends("GET / HTTP/1.1\r\n\r\n");
+    queues.run();
+    EXPECT_EQ(idle.use_count(), 1) << "the connection is dropped, and with that closed";
+    EXPECT_EQ(printing.use_count(), 1);
+    EXPECT_EQ(idle->answer + printing->answer, "");
+    EXPECT_THAT(documents, IsEmpty());
 }
 
 class Bounds : public IPPServerTest {};
 
-TEST_F(Bounds, TheClientSilentLongestGivesWayToANewOne)
+TEST_F(Bounds, TheLeastRecentlyActiveConnectionGivesWayToANewOne)
 {
     startListening({.connections = 3});
     const auto first = connect();
@@ -356,10 +395,37 @@ TEST_F(Bounds, TheClientSilentLongestGivesWayToANewOne)
     EXPECT_TRUE(second->closed);
     fourth->clientSends("GET / HTTP/1.1\r\n\r\n");
     EXPECT_THAT(fourth->answer, StartsWith("HTTP/1.1 200 OK"));
-    EXPECT_EQ(log.errors().size(), 1U);
+    EXPECT_THAT(log.errors(),
+                ElementsAre("IPPServer: closing least recently active connection: 3 are open"));
 }
 
-TEST_F(Bounds, ClientsThatNeverSaidAnythingGiveWayFirst)
+TEST_F(Bounds, AConnectionBeingAnsweredIsNeitherClosedForANewOneNorIdle)
+{
+    startListening({.connections = 2});
+    const auto printing = connectPrinting();
+    const auto receiving = connect();
+    receiving->clientSends("GET ");
+    const auto alsoPrinting = connectPrinting();
+    EXPECT_TRUE(receiving->closed);
+    const auto refused = connect();
+    EXPECT_EQ(refused.use_count(), 1) << "refused, it is dropped";
+    network.latest().tell(TCPListener::Waiting{SystemError{EMFILE}});
+    // A minute passes for the connections, but no conversion is made.
+    const auto queue = queues.queue("ipp.server");
+    queue->moveTo(queue->now() + seconds(61));
+    queue->runWaiting();
+    EXPECT_FALSE(printing->closed);
+    EXPECT_FALSE(alsoPrinting->closed);
+    EXPECT_THAT(log.errors(),
+                ElementsAre("IPPServer: closing least recently active connection: 2 are open",
+                            "IPPServer: refusing a connection: 2 are waiting for an answer",
+                            "IPPServer: can't accept connections for now: Too many open files"));
+    queues.run();
+    EXPECT_THAT(printing->answer, StartsWith("HTTP/1.1 200 OK"));
+    EXPECT_THAT(alsoPrinting->answer, StartsWith("HTTP/1.1 200 OK"));
+}
+
+TEST_F(Bounds, ConnectionsThatNeverSentAnythingGiveWayFirst)
 {
     startListening({.connections = 3});
     const auto talking = connect();
@@ -371,26 +437,26 @@ TEST_F(Bounds, ClientsThatNeverSaidAnythingGiveWayFirst)
     EXPECT_TRUE(flood.front()->closed);
 }
 
-TEST_F(Bounds, AClientIsClosedAfterAMinuteWithoutAByte)
+TEST_F(Bounds, AConnectionIsClosedAfterAMinuteWithoutAByte)
 {
     startListening();
-    const auto silent = connect();
+    const auto idle = connect();
     const auto slow = connect();
     for (int i = 0; i < 3; ++i) {
         queues.advance(seconds(29));
         slow->clientSends("x");
     }
-    EXPECT_TRUE(silent->closed);
+    EXPECT_TRUE(idle->closed);
     EXPECT_FALSE(slow->closed);
     queues.advance(seconds(61));
     EXPECT_TRUE(slow->closed);
-    EXPECT_EQ(log.count("IPPServer: closing a connection: nothing came for 60 s"), 2);
-    EXPECT_FALSE(queues.queue("ipp.server")->hasDelayedTask()) << "it wakes up for nobody";
+    EXPECT_EQ(log.count("IPPServer: closing a connection: idle for 60 s"), 2);
+    EXPECT_FALSE(queues.queue("ipp.server")->hasDelayedTask()) << "no wake-up without a connection";
 }
 
-TEST_F(Bounds, TheClientThatHoldsMostGivesWayWhenTooMuchIsReceived)
+TEST_F(Bounds, TheLargestConnectionGivesWayWhenTheMemoryQuotaIsExceeded)
 {
-    startListening({.heldBytes = 1000, .alwaysHeld = 100});
+    startListening({.memory = 1000, .smallRequest = 100});
     const auto large = connect();
     large->clientSends("POST / HTTP/1.1\r\nContent-Length: 5000\r\n\r\n" + std::string(800, 'x'));
     const auto other = connect();
@@ -401,25 +467,21 @@ TEST_F(Bounds, TheClientThatHoldsMostGivesWayWhenTooMuchIsReceived)
     const auto alone = connect();
     alone->clientSends("POST / HTTP/1.1\r\nContent-Length: 5000\r\n\r\n" + std::string(999, 'x'));
     EXPECT_THAT(alone->answer, StartsWith("HTTP/1.1 400"));
-    EXPECT_THAT(log.errors(), ElementsAre(HasSubstr("closing the connection that holds most"),
-                                          HasSubstr("no room for the request")));
+    EXPECT_THAT(log.errors(), ElementsAre(HasSubstr("closing connection with 8"),
+                                          "IPPServer: HTTP parse error: memory quota exceeded"));
 }
 
-TEST_F(Bounds, ADocumentCountsForAsLongAsAnybodyKeepsIt)
+TEST_F(Bounds, ADocumentCountsForAsLongAsItIsKept)
 {
-    startListening({.heldBytes = 1000, .alwaysHeld = 100});
-    const std::string job =
-        "\1\1" + std::string("\0\2\0\0\0\1\3", 7) + "%PDF" + std::string(700, 'x');
-    const std::string printJob =
-        "POST / HTTP/1.1\r\nContent-Type: application/ipp\r\nContent-Length: " +
-        std::to_string(job.size()) + "\r\n\r\n" + job;
-    EXPECT_THAT(answerTo(printJob), StartsWith("HTTP/1.1 200 OK"));
+    startListening({.memory = 1000, .smallRequest = 100});
+    const std::string job = printJob("%PDF" + std::string(700, 'x'));
+    EXPECT_THAT(answerTo(job), StartsWith("HTTP/1.1 200 OK"));
     const auto refused = connect();
-    refused->clientSends(printJob);
+    refused->clientSends(job);
     EXPECT_THAT(refused->answer, StartsWith("HTTP/1.1 400"));
     EXPECT_THAT(answerTo("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 200 OK"));
     documents.clear();
-    EXPECT_THAT(answerTo(printJob), StartsWith("HTTP/1.1 200 OK"));
+    EXPECT_THAT(answerTo(job), StartsWith("HTTP/1.1 200 OK"));
 }
 
 TEST_F(Bounds, AClientWhoseJobFailsInsideIsClosedAndForgotten)
@@ -427,20 +489,18 @@ TEST_F(Bounds, AClientWhoseJobFailsInsideIsClosedAndForgotten)
     startListening();
     failInside = true;
     const auto client = connect();
-    client->clientSends(
-        "POST / HTTP/1.1\r\nContent-Type: application/ipp\r\nContent-Length: 13\r\n\r\n" +
-        std::string("\1\1\0\2\0\0\0\1\3%PDF", 13));
+    client->clientSends(printJob("%PDF"));
     queues.run();
     EXPECT_TRUE(client->closed);
     EXPECT_THAT(log.errors(), ElementsAre("IPPServer: closing a connection: std::bad_alloc"));
 }
 
-TEST_F(Bounds, AShortageOfDescriptorsIsSaidAndFreesTheClientSilentLongest)
+TEST_F(Bounds, AShortageOfDescriptorsIsLoggedAndClosesTheLeastRecentlyActiveConnection)
 {
     startListening();
-    const auto silent = connect();
+    const auto idle = connect();
     tell(TCPListener::Waiting{SystemError{EMFILE}});
-    EXPECT_TRUE(silent->closed);
+    EXPECT_TRUE(idle->closed);
     EXPECT_EQ(log.count("IPPServer: can't accept connections for now: Too many open files"), 1);
     EXPECT_THAT(directory.live, ElementsAre("Office"));
 }

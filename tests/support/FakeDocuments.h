@@ -1,13 +1,14 @@
 #pragma once
 
-#include "platform/documents/DocumentService.h"
+#include "event/Queue.h"
+#include "recognition/DocumentService.h"
+#include "recognition/LanguageNames.h"
 
 #include <unistd.h>
 
-#include <chrono>
 #include <cmath>
+#include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -20,17 +21,15 @@ namespace korvane {
 struct FakePage {
     /** That can be copied already. */
     std::string text;
-    /** That show: each 300 points wide, 16 high, 60 from the left; the first 400 from below. */
+    /** That show: each one word 300 points wide, 16 high, 60 from the left; the first 400 from
+     *  below. */
     std::vector<std::string> lines;
     std::string language = "eng";
-    /** The languages that look alike to the recogniser. */
-    std::string script = "Latin";
-    /** The quarter turns that set the page upright. */
-    int turns = 0;
-    std::optional<DocumentError> renderError;
-    std::optional<DocumentError> recognitionError;
-    /** What laying it out costs the workers. */
-    std::chrono::seconds work{0};
+    /** What the words tell when they are recognized in another language of the script. */
+    std::vector<std::string> likelyLanguages = {};
+    std::optional<DocumentError> readError = {};
+    std::optional<DocumentError> recognitionError = {};
+    bool isComplete = true;
 };
 
 /** What a test's documents are made of, and what was asked of them. */
@@ -39,15 +38,23 @@ struct FakeDocumentContent {
     std::optional<DocumentError> openError;
     std::optional<DocumentError> readError;
     std::optional<PDFWriteError> writeError;
+    /** Writes the searchable document. */
+    std::function<void(int output)> write = [](int output) {
+        static_cast<void>(::write(output, "%PDF-searchable", 15));
+    };
     std::vector<std::string> languages = {"deu", "eng", "fra", "rus"};
+    std::optional<DocumentError> languagesError;
     /** The languages whose data cannot be read. */
     std::set<std::string> damaged;
+    /** Delivers an answer; the test may do that later. */
+    std::function<void(Task)> deliver = [](const Task& answer) { answer(); };
 
-    std::mutex mutex;
-    /** How many lines were read in each language. */
-    std::map<std::string, int> linesRead;
-    int layOuts = 0;
-    int orientations = 0;
+    /** The requests for text: the first page and the number of pages of each. */
+    std::vector<std::pair<std::size_t, std::size_t>> reads;
+    /** The languages in which each page was recognized, in order. */
+    std::map<std::size_t, std::vector<std::string>> trials;
+    double resolution = 0;
+    int languageRequests = 0;
     std::vector<PageTextLayer> layers;
     DocumentInformation information;
 };
@@ -58,111 +65,80 @@ public:
 
     std::size_t pageCount() const override { return content_.pages.size(); }
 
-    std::future<DocumentAnswer<std::vector<PageInfo>>> readPages(std::size_t first,
-                                                                 std::size_t count) override
+    void readPages(std::size_t first, std::size_t count,
+                   DocumentCompletion<std::vector<PageInfo>> completion) override
     {
+        content_.reads.emplace_back(first, count);
         std::vector<PageInfo> infos;
-        for (std::size_t page = first; page < first + count; ++page)
+        std::optional<DocumentError> error = content_.readError;
+        for (std::size_t page = first; page < first + count; ++page) {
             infos.push_back({.mediaBox = {0, 0, 600, 800}, .text = content_.pages[page].text});
-        return answer(std::move(infos), content_.readError);
+            if (!error) error = content_.pages[page].readError;
+        }
+        answer<std::vector<PageInfo>>(std::move(completion), std::move(infos), error);
     }
 
-    std::future<DocumentAnswer<LaidOutPage>> layOut(std::size_t page, double resolution) override
+    void recognizePage(std::size_t page, double resolution, std::string language,
+                       DocumentCompletion<PageReading> completion) override
     {
-        const std::scoped_lock lock(content_.mutex);
-        ++content_.layOuts;
-        return answer(laidOut(page, 0, resolution), content_.pages[page].renderError);
-    }
-
-    std::future<DocumentAnswer<LaidOutPage>> turn(const PagePicture& picture,
-                                                  int quarterTurns) override
-    {
-        return answer(
-            laidOut(pageOf(picture), turnsOf(picture) + quarterTurns, picture.resolution));
-    }
-
-    std::future<DocumentAnswer<std::vector<RecognizedLine>>>
-    recognize(const PagePicture& picture, std::vector<PixelBox> lines,
-              std::string language) override
-    {
-        const std::scoped_lock lock(content_.mutex);
-        content_.linesRead[language] += static_cast<int>(lines.size());
-        const FakePage& page = content_.pages[pageOf(picture)];
+        content_.trials[page].push_back(language);
+        content_.resolution = resolution;
+        std::optional<DocumentError> error = content_.pages[page].recognitionError;
         if (content_.damaged.contains(language))
-            return answer(std::vector<RecognizedLine>(),
-                          DocumentError{DocumentError::Kind::recognition, "no engine"});
-        std::vector<RecognizedLine> read;
-        for (const PixelBox& line : lines)
-            read.push_back(turnsOf(picture) == page.turns
-                               ? asRead(page, line.top / line.height() - 24, language)
-                               : RecognizedLine{"#", 30, 5, 0});
-        return answer(std::move(read), page.recognitionError);
+            error = DocumentError{DocumentError::Kind::recognition, "no engine"};
+        answer<PageReading>(std::move(completion), read(content_.pages[page], resolution, language),
+                            error);
     }
 
-    std::future<DocumentAnswer<PageOrientation>> orientation(const PagePicture& picture) override
+    void write(std::vector<PageTextLayer> layers, DocumentInformation information,
+               SharedDescriptor output,
+               std::function<void(Result<void, PDFWriteError>)> completion) override
     {
-        const std::scoped_lock lock(content_.mutex);
-        ++content_.orientations;
-        const FakePage& page = content_.pages[pageOf(picture)];
-        return answer(PageOrientation{page.turns, 9, page.script, 9});
-    }
-
-    DocumentAnswer<Data> render(std::size_t /*page*/, double /*resolution*/) override
-    {
-        return Data();
-    }
-
-    Result<void, PDFWriteError> write(const std::vector<PageTextLayer>& layers,
-                                      const DocumentInformation& information, int output) override
-    {
-        content_.layers = layers;
-        content_.information = information;
-        if (content_.writeError) return failure(*content_.writeError);
-        static_cast<void>(::write(output, "%PDF-searchable", 15));
-        return {};
+        content_.layers = std::move(layers);
+        content_.information = std::move(information);
+        content_.deliver([&content = content_, output, completion] {
+            if (content.writeError) return completion(failure(*content.writeError));
+            content.write(output->get());
+            completion({});
+        });
     }
 
 private:
     template <typename T>
-    static std::future<DocumentAnswer<T>> answer(T value, std::optional<DocumentError> error = {})
+    void answer(DocumentCompletion<T> completion, T value,
+                const std::optional<DocumentError>& error)
     {
-        std::promise<DocumentAnswer<T>> promise;
-        if (error) {
-            promise.set_value(failure(*error));
-        } else {
-            promise.set_value(std::move(value));
-        }
-        return promise.get_future();
+        content_.deliver([completion, value, error] {
+            if (error) return completion(failure(*error));
+            completion(value);
+        });
     }
 
-    static std::size_t pageOf(const PagePicture& picture) { return picture.id / 4; }
-    static int turnsOf(const PagePicture& picture) { return static_cast<int>(picture.id % 4); }
-
-    LaidOutPage laidOut(std::size_t page, int turns, double resolution) const
+    static PageReading read(const FakePage& page, double resolution, const std::string& language)
     {
         const auto pixels = [&](double points) {
             return static_cast<int>(std::lround(points * resolution / 72));
         };
-        LaidOutPage result{.picture = {.id = page * 4 + static_cast<std::size_t>(turns % 4),
-                                       .width = pixels(600),
-                                       .height = pixels(800),
-                                       .resolution = resolution,
-                                       .workTime = std::make_shared<WorkTime>()}};
-        result.picture.workTime->add(content_.pages[page].work);
-        const int height = pixels(16);
-        for (std::size_t line = 0; line < content_.pages[page].lines.size(); ++line) {
-            const int top = (24 + static_cast<int>(line)) * height;
-            result.lines.push_back({pixels(60), top, pixels(360), top + height});
+        PageReading reading{.bitmap = {pixels(600), pixels(800), resolution},
+                            .isComplete = page.isComplete};
+        const bool isOwn = language == page.language;
+        const bool isOwnScript = scriptOfLanguage(language) == scriptOfLanguage(page.language);
+        const std::string misread = isOwnScript ? "~" : "#";
+        for (const std::string& line : page.lines) {
+            const double bottom = 400 - 16.0 * static_cast<double>(reading.lines.size());
+            reading.lines.push_back({.x = 60,
+                                     .y = bottom + 4,
+                                     .ascent = 12,
+                                     .descent = 4,
+                                     .words = {{isOwn ? line : misread + line, 0, 300}}});
         }
-        return result;
-    }
-
-    static RecognizedLine asRead(const FakePage& page, int line, const std::string& language)
-    {
-        const std::string& text = page.lines[static_cast<std::size_t>(line)];
-        if (language == page.language) return {text, 95, 5, 5};
-        if ((language == "rus") == (page.script == "Cyrillic")) return {"~" + text, 88, 5, 2};
-        return {"#", 30, 5, 0};
+        reading.words = 5 * static_cast<int>(page.lines.size());
+        if (page.lines.empty()) return reading;
+        reading.confidence = isOwn ? 95 : isOwnScript ? 84 : 30;
+        reading.dictionaryWords = reading.words * (isOwn ? 5 : isOwnScript ? 2 : 0) / 5;
+        if (!isOwn) reading.script = scriptOfLanguage(page.language);
+        if (isOwnScript) reading.likelyLanguages = page.likelyLanguages;
+        return reading;
     }
 
     FakeDocumentContent& content_;
@@ -171,12 +147,24 @@ private:
 /** Opens the same document whatever it is given. */
 class FakeDocuments final : public DocumentService, public FakeDocumentContent {
 public:
-    DocumentAnswer<std::shared_ptr<OpenDocument>> open(const Data& /*pdf*/) override
+    void open(const Data& /*pdf*/,
+              DocumentCompletion<std::shared_ptr<OpenDocument>> completion) override
     {
-        if (openError) return failure(*openError);
-        return std::make_shared<FakeDocument>(*this);
+        deliver([this, completion] {
+            if (openError) return completion(failure(*openError));
+            completion(std::make_shared<FakeDocument>(*this));
+        });
     }
-    std::vector<std::string> languages() override { return FakeDocumentContent::languages; }
+
+    void languages(DocumentCompletion<std::vector<std::string>> completion) override
+    {
+        ++languageRequests;
+        deliver([this, completion] {
+            if (languagesError) return completion(failure(*languagesError));
+            completion(FakeDocumentContent::languages);
+        });
+    }
+
     std::size_t parallelism() const override { return 2; }
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/base/Data.h"
-#include "platform/tcp/TCPListener.h"
+#include "base/Data.h"
+#include "net/TCPListener.h"
 
 #include <deque>
 #include <memory>

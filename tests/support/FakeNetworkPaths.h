@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/network/NetworkPath.h"
+#include "net/NetworkPath.h"
 
 #include <memory>
 #include <utility>
@@ -10,8 +10,7 @@ namespace korvane {
 /** A network path that changes when the test says so. */
 class FakeNetworkPaths final : public NetworkPaths {
 public:
-    std::unique_ptr<NetworkPathMonitor> monitor(SerialQueue& /*queue*/,
-                                                UpdateHandler handler) override
+    std::unique_ptr<Subscription> monitor(SerialQueue& /*queue*/, UpdateHandler handler) override
     {
         update = std::move(handler);
         return std::make_unique<Watch>(update);
@@ -21,7 +20,7 @@ public:
     UpdateHandler update;
 
 private:
-    struct Watch final : NetworkPathMonitor {
+    struct Watch final : Subscription {
         explicit Watch(UpdateHandler& watched) : handler(watched) {}
         ~Watch() override { handler = nullptr; }
         Watch(const Watch&) = delete;

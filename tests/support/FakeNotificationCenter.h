@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/notifications/NotificationCenter.h"
+#include "desktop/NotificationCenter.h"
 
 #include <optional>
 #include <string>
@@ -41,7 +41,7 @@ public:
     std::vector<NotificationRequest> requests;
     std::vector<NotificationCategory> categories;
     ResponseHandler respond;
-    /** What every request meets. */
+    /** What every request fails with. */
     std::optional<NotificationError> failure;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/dnssd/ServiceDirectory.h"
+#include "lib/avahi/ServiceDirectory.h"
 
 #include <deque>
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/bus/SessionBus.h"
+#include "lib/systemd/SessionBus.h"
 
 #include <cstddef>
 #include <deque>
@@ -21,13 +21,13 @@ public:
         calls.push_back({call, std::move(handler)});
     }
 
-    std::unique_ptr<BusSubscription> subscribe(BusMatch match, SignalHandler handler) override
+    std::unique_ptr<Subscription> subscribe(BusMatch match, SignalHandler handler) override
     {
         return std::make_unique<Entry<Subscribed>>(
             signals_, Subscribed{std::move(match), std::move(handler)});
     }
 
-    std::unique_ptr<BusSubscription> watchState(StateHandler handler) override
+    std::unique_ptr<Subscription> watchState(StateHandler handler) override
     {
         return std::make_unique<Entry<StateHandler>>(states_, std::move(handler));
     }
@@ -72,7 +72,7 @@ private:
 
     /** In the list for as long as it lives. */
     template <typename T>
-    class Entry final : public BusSubscription {
+    class Entry final : public Subscription {
     public:
         Entry(std::vector<const T*>& entries, T value) : entries_(entries), value_(std::move(value))
         {

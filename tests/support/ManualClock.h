@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/system/Clock.h"
+#include "base/Clock.h"
 
 #include <chrono>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/queue/Queue.h"
+#include "event/Queue.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/log/Log.h"
+#include "base/Log.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/base/Data.h"
+#include "base/Data.h"
 
 #include <algorithm>
 #include <cstddef>

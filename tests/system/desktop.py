@@ -1,9 +1,10 @@
-"""A session bus of the test's own, with a notification server and a file manager that it plays."""
+"""A desktop session: a bus, a notification server and a file manager that the tests play."""
 
+import contextlib
 import pathlib
+import queue
 import shutil
-import socket
-import subprocess
+import signal
 import tempfile
 import threading
 
@@ -13,10 +14,11 @@ import dbus.service
 from dbus.mainloop.glib import DBusGMainLoop, threads_init
 from gi.repository import GLib
 
-from harness import wait_until
+from harness import HANG, Agent, Events, Program, make_pdf
 
+DOCUMENT = make_pdf("BT /F1 12 Tf 72 700 Td (Hello) Tj ET")
 SERVICE = "org.freedesktop.Notifications"
-EXPIRED, DISMISSED, TAKEN_BACK = 1, 2, 3
+EXPIRED, DISMISSED = 1, 2
 
 # Nothing is activated on it: the real desktop's programs are not to take part.
 CONFIGURATION = """<busconfig><type>session</type><listen>{}</listen><auth>EXTERNAL</auth>
@@ -30,11 +32,9 @@ threading.Thread(target=GLib.MainLoop().run, daemon=True).start()
 
 def on_loop(function):
     """Runs the function where D-Bus is served and gives its result."""
-    results = []
-    GLib.idle_add(lambda: results.append(function()) and False)
-    if not wait_until(lambda: results):
-        raise AssertionError("the bus did not take it")
-    return results[0]
+    results = queue.SimpleQueue()
+    GLib.idle_add(lambda: results.put(function()))
+    return results.get(timeout=HANG)
 
 
 class SessionBus:
@@ -42,11 +42,10 @@ class SessionBus:
 
     def __init__(self, running=True, environment=None):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="korvane-bus-"))
-        self.socket = self.folder / "bus"
-        self.environment = environment or {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.socket}"}
+        self.environment = environment or {
+            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/bus"}
         self.address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
         self.daemon = None
-        self.connections = []
         if running and not environment:
             self.start()
 
@@ -60,55 +59,62 @@ class SessionBus:
     def start(self):
         file = self.folder / "bus.conf"
         file.write_text(CONFIGURATION.format(self.address))
-        self.daemon = subprocess.Popen(["dbus-daemon", f"--config-file={file}", "--nofork"],
-                                       stderr=subprocess.DEVNULL)
-        if not wait_until(self._listens):
-            self.stop()
-            raise AssertionError("there is no bus")
-
-    def _listens(self):
-        with socket.socket(socket.AF_UNIX) as probe:
-            return probe.connect_ex(str(self.socket)) == 0
+        self.daemon = Program("dbus-daemon", f"--config-file={file}", "--nofork", "--print-address")
+        self.daemon.lines.wait_line("unix:")
 
     def stop(self):
         if self.daemon:
-            self.daemon.kill()
-            self.daemon.wait()
+            self.daemon.stop(signal.SIGKILL)
             self.daemon = None
 
     def connect(self):
-        connection = on_loop(lambda: dbus.bus.BusConnection(self.address))
+        """A new connection; used on the loop only, as its library is for one thread."""
+        connection = dbus.bus.BusConnection(self.address)
         connection.set_exit_on_disconnect(False)
-        self.connections.append(connection)
         return connection
 
     def send_signal(self, path, interface, member, signature, *arguments, to=None):
+        """Sends a signal from a connection of its own; the bus has it before this returns."""
         message = dbus.lowlevel.SignalMessage(path, interface, member)
         message.append(signature=signature, *arguments)
         if to:
             message.set_destination(to)
-        connection = self.connect()
-        on_loop(lambda: (connection.send_message(message), connection.flush()))
+
+        def send():
+            connection = self.connect()
+            connection.send_message(message)
+            connection.list_names()
+            connection.close()
+        on_loop(send)
 
     def post_settings_changed(self, name="org.korvane.Agent.settings-changed"):
         self.send_signal("/org/korvane/NamedSignal", "org.korvane.NamedSignal", "Posted", "s", name)
 
 
-class Server(dbus.service.Object):
-    """What is shown, and what the user does with it."""
+class Service(dbus.service.Object):
+    """An object on a connection of its own, which owns a well-known name until it is closed."""
 
-    def __init__(self, bus, capabilities=("actions", "body", "body-markup"), answers="numbers"):
-        self.capabilities, self.answers = capabilities, answers
-        self.shown, self.next_number, self.agent = [], 1, None
-        self.link = bus.connect()
-        on_loop(lambda: super(Server, self).__init__(self.link, "/org/freedesktop/Notifications"))
-        on_loop(lambda: self.link.request_name(SERVICE))
+    def __init__(self, bus, name, path):
+        def own():
+            self.link = bus.connect()
+            super(Service, self).__init__(self.link, path)
+            self.link.request_name(name)
+        on_loop(own)
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
         on_loop(self.link.close)
+
+
+class Server(Service):
+    """The notification server: what it shows, and what the user does with it."""
+
+    def __init__(self, bus, answers="numbers"):
+        self.answers = answers
+        self.shown, self.next_number, self.agent = Events(), 1, None
+        super().__init__(bus, SERVICE, "/org/freedesktop/Notifications")
 
     def _answer(self, give, refuse, result):
         if self.answers == "numbers":
@@ -119,7 +125,7 @@ class Server(dbus.service.Object):
     @dbus.service.method(SERVICE, in_signature="", out_signature="as",
                          async_callbacks=("give", "refuse"))
     def GetCapabilities(self, give, refuse):
-        self._answer(give, refuse, self.capabilities)
+        self._answer(give, refuse, ("actions", "body", "body-markup"))
 
     @dbus.service.method(SERVICE, in_signature="susssasa{sv}i", out_signature="u",
                          async_callbacks=("give", "refuse"), sender_keyword="sender")
@@ -127,10 +133,10 @@ class Server(dbus.service.Object):
         number = replaces or self.next_number
         self.next_number += not replaces
         self.agent = sender
+        self._answer(give, refuse, dbus.UInt32(number))
         self.shown.append(dict(number=int(number), replaces=int(replaces), name=str(name),
                                icon=str(icon), title=str(title), body=str(body), expires=int(expires),
                                actions=[str(a) for a in actions], hints=dict(hints)))
-        self._answer(give, refuse, dbus.UInt32(number))
 
     @dbus.service.signal(SERVICE, signature="us")
     def ActionInvoked(self, number, key):
@@ -140,11 +146,9 @@ class Server(dbus.service.Object):
     def NotificationClosed(self, number, reason):
         pass
 
-    def wait_shown(self, count=1, seconds=10):
+    def wait_shown(self, count=1):
         """The latest notification, once there have been that many."""
-        if not wait_until(lambda: len(self.shown) >= count, seconds):
-            raise AssertionError(f"{len(self.shown)} notifications")
-        return self.shown[count - 1]
+        return self.shown.wait_count(count)[count - 1]
 
     def choose(self, number, key):
         on_loop(lambda: self.ActionInvoked(number, key))
@@ -153,27 +157,34 @@ class Server(dbus.service.Object):
         on_loop(lambda: self.NotificationClosed(number, reason))
 
 
-class FileManager(dbus.service.Object):
+class FileManager(Service):
     """What the user was shown of the files."""
 
     INTERFACE = "org.freedesktop.FileManager1"
 
     def __init__(self, bus):
-        self.revealed = []
-        self.link = bus.connect()
-        on_loop(lambda: super(FileManager, self).__init__(self.link,
-                                                          "/org/freedesktop/FileManager1"))
-        on_loop(lambda: self.link.request_name(self.INTERFACE))
+        self.revealed = Events()
+        super().__init__(bus, self.INTERFACE, "/org/freedesktop/FileManager1")
 
     @dbus.service.method(INTERFACE, in_signature="ass")
     def ShowItems(self, uris, _):
-        self.revealed += [str(uri) for uri in uris]
+        for uri in uris:
+            self.revealed.append(str(uri))
 
-    def __enter__(self):
-        return self
 
-    def __exit__(self, *_):
-        on_loop(self.link.close)
+class Session(contextlib.ExitStack):
+    """A bus, a server and a file manager on it, and the agent, ready."""
 
-    def wait_revealed(self, count=1):
-        return wait_until(lambda: len(self.revealed) >= count) and self.revealed
+    def __init__(self, settings=None, environment=None, **server):
+        super().__init__()
+        with contextlib.ExitStack() as opened:
+            self.bus = opened.enter_context(SessionBus(environment=environment))
+            self.files = opened.enter_context(FileManager(self.bus))
+            self.server = opened.enter_context(Server(self.bus, **server))
+            self.agent = opened.enter_context(Agent(settings, environment=self.bus.environment))
+            self.agent.wait_ready()
+            self.push(opened.pop_all())
+
+    def show_job(self, name="Letter", count=1):
+        self.agent.print_job(DOCUMENT, name)
+        return self.server.wait_shown(count)

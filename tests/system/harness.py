@@ -20,9 +20,16 @@ import unittest
 
 AGENT = os.environ.get("KORVANE_AGENT", "build/release/bin/korvane-agent")
 
+# The system calls in which a thread waits without a time limit, as /proc tells them: epoll_wait,
+# epoll_pwait and futex of x86-64 and of arm64, whose fourth argument is the limit.
+WAITS = re.compile(r"((232|281|22) (\S+ ){3}0xffffffff |(202|98) (\S+ ){3}0x0 )")
+
+# How long a test waits for what is to come before it fails; no test measures time with it.
+HANG = 120
+
 
 def leave_the_network():
-    """Moves the tests to a network of their own, where they may: the neighbours are to see neither
+    """Moves the tests to a network of their own, where they may: the neighbors are to see neither
     these printers nor have a say in the tests."""
     new_user, new_network = 0x10000000, 0x40000000
     libc = ctypes.CDLL(None)
@@ -53,15 +60,92 @@ def free_port():
                 continue
 
 
-def wait_until(condition, seconds=10):
-    """What the condition gives once it gives something; None when it never does."""
-    deadline = time.monotonic() + seconds
+class Events(list):
+    """What a thread saw, in order; tests wait on it for what is still to come."""
+
+    def __init__(self):
+        super().__init__()
+        self._changed = threading.Condition()
+        self._ended = False
+
+    def append(self, event):
+        with self._changed:
+            super().append(event)
+            self._changed.notify_all()
+
+    def end(self):
+        """No more will come: nobody waits any longer."""
+        with self._changed:
+            self._ended = True
+            self._changed.notify_all()
+
+    def wait(self, condition, seconds=HANG):
+        """What the condition gives, asked after each event, once it gives something."""
+        with self._changed:
+            self._changed.wait_for(lambda: self._ended or condition(), seconds)
+            result = condition()
+        if not result:
+            raise AssertionError("not among these:\n" + "\n".join(map(str, self)))
+        return result
+
+    def wait_count(self, count):
+        """All of them, once there are so many."""
+        return self.wait(lambda: len(self) >= count and self)
+
+    def wait_line(self, text, start=0, seconds=HANG):
+        """The first line, from that index on, that holds the text."""
+        try:
+            return self.wait(lambda: next((l for l in self[start:] if text in l), None), seconds)
+        except AssertionError as error:
+            raise AssertionError(f"{text}: {error}") from None
+
+
+def wait_until(condition):
+    """What the condition gives, once it gives something: for what sends no event when it changes."""
+    deadline = time.monotonic() + HANG
     while time.monotonic() < deadline:
         result = condition()
         if result:
             return result
         time.sleep(0.01)
-    return None
+    raise AssertionError("waited in vain")
+
+
+class Program:
+    """A running program and the lines that it writes, on standard output unless told otherwise."""
+
+    def __init__(self, *command, errors=False, **options):
+        streams = {"stderr" if errors else "stdout": subprocess.PIPE,
+                   "stdout" if errors else "stderr": subprocess.DEVNULL}
+        self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, **streams, **options)
+        self.lines = Events()
+        self._stream = self.process.stderr if errors else self.process.stdout
+        self._reader = threading.Thread(target=self._read, daemon=True)
+        self._reader.start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.stop()
+
+    def _read(self):
+        for line in self._stream:
+            self.lines.append(line.decode("utf-8").rstrip("\n"))
+        self.lines.end()
+
+    def stop(self, with_signal=signal.SIGTERM):
+        """Asks the program to end and gives its exit status."""
+        if self.process.poll() is None:
+            self.process.send_signal(with_signal)
+        try:
+            status = self.process.wait(HANG)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            raise
+        self._reader.join(HANG)
+        self._stream.close()
+        return status
 
 
 def memory_kib(process, measure):
@@ -70,14 +154,7 @@ def memory_kib(process, measure):
     return int(status.split(measure + ":")[1].split()[0])
 
 
-def cpu_ticks(process):
-    """The processor time that a process has used, in hundredths of a second."""
-    stat = pathlib.Path(f"/proc/{process}/stat").read_text(encoding="ascii")
-    fields = stat.rsplit(")")[1].split()
-    return int(fields[11]) + int(fields[12])
-
-
-class Agent:
+class Agent(Program):
     """One running agent with a home and a save folder of its own."""
 
     def __init__(self, settings=None, configured=True, preexec=None, folder=None,
@@ -87,27 +164,16 @@ class Agent:
         self.saved = folder or self.home / "saved"
         self.saved.mkdir(exist_ok=True)
         self.port = free_port()
-        self.lines = []
         if configured:
             self.write_settings(**(settings or {}))
         variables = {"PATH": os.environ["PATH"], "HOME": str(self.home),
                      "XDG_CONFIG_HOME": str(self.home / "config"), "TZ": "UTC"}
         variables.update(environment or {})
-        self.process = subprocess.Popen([AGENT], env=variables, stderr=subprocess.PIPE,
-                                        stdin=subprocess.DEVNULL, preexec_fn=preexec)
-        self.reader = threading.Thread(target=self._read, daemon=True)
-        self.reader.start()
-
-    def __enter__(self):
-        return self
+        super().__init__(AGENT, errors=True, env=variables, preexec_fn=preexec)
 
     def __exit__(self, *_):
         self.stop()
         shutil.rmtree(self.home, ignore_errors=True)
-
-    def _read(self):
-        for line in self.process.stderr:
-            self.lines.append(line.decode("utf-8").rstrip("\n"))
 
     def write_settings(self, **changes):
         self.support.mkdir(parents=True, exist_ok=True)
@@ -120,36 +186,26 @@ class Agent:
     def uri(self):
         return f"ipp://localhost:{self.port}/ipp/print"
 
-    def logged(self, text, seconds=10):
-        """The first line that holds the text, waited for."""
-        return wait_until(lambda: next((l for l in list(self.lines) if text in l), None), seconds)
+    def wait_logged(self, text, start=0):
+        """The first line, from that index on, that holds the text."""
+        return self.lines.wait_line(text, start)
+
+    def has_logged(self, text):
+        return any(text in line for line in self.lines)
 
     def wait_ready(self):
-        if not self.logged("PrinterService: ready on port"):
-            raise AssertionError("the agent is not ready:\n" + "\n".join(self.lines))
+        self.wait_logged("PrinterService: ready on port")
         return self
 
-    def stop(self, with_signal=signal.SIGTERM):
-        """Asks the agent to end and gives its exit status."""
-        if self.process.poll() is None:
-            self.process.send_signal(with_signal)
-        try:
-            status = self.process.wait(60)
-        except subprocess.TimeoutExpired:
-            self.process.kill()
-            raise
-        self.reader.join(10)
-        self.process.stderr.close()
-        return status
+    def reload(self):
+        self.process.send_signal(signal.SIGHUP)
 
     def files(self):
         return sorted(self.saved.iterdir())
 
-    def wait_saved(self, count=1, seconds=20):
+    def wait_saved(self, count=1, seconds=HANG):
         """The saved documents, once there are that many."""
-        done = lambda: len([l for l in list(self.lines) if "job saved at" in l]) >= count
-        if not wait_until(done, seconds):
-            raise AssertionError("nothing was saved:\n" + "\n".join(self.lines))
+        self.lines.wait(lambda: sum("job saved at" in l for l in self.lines) >= count, seconds)
         return self.files()
 
     def resident_kib(self):
@@ -167,17 +223,20 @@ class Agent:
                 found.append(int(process.parent.name))
         return found
 
-    def cpu_ticks(self):
-        return cpu_ticks(self.process.pid)
-
-    def wake_ups(self):
-        """How often the agent's threads have gone to sleep so far."""
-        tasks = pathlib.Path(f"/proc/{self.process.pid}/task").iterdir()
-        texts = [(task / "status").read_text(encoding="ascii") for task in tasks]
-        return sum(int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", t, re.M)[1]) for t in texts)
+    def sleeps(self, seconds=60):
+        """Whether each thread waits for an event, and no timer ends the wait within so many seconds."""
+        process = pathlib.Path(f"/proc/{self.process.pid}")
+        try:
+            calls = [file.read_text(encoding="ascii") for file in process.glob("task/*/syscall")]
+            descriptors = "".join(file.read_text() for file in process.glob("fdinfo/*"))
+        except OSError:
+            return False  # a thread has ended or a descriptor was closed meanwhile
+        timers = re.findall(r"it_value: \((\d+), (\d+)\)", descriptors)
+        return all(WAITS.match(call) for call in calls) and all(
+            timer == ("0", "0") or int(timer[0]) >= seconds for timer in timers)
 
     def connect(self, host="127.0.0.1"):
-        return socket.create_connection((host, self.port), timeout=10)
+        return socket.create_connection((host, self.port), timeout=HANG)
 
     def exchange(self, raw, host="127.0.0.1"):
         """Sends the bytes, finishes sending, and gives all that comes back."""
@@ -187,7 +246,7 @@ class Agent:
             return read_all(client)
 
     def post(self, body, host="127.0.0.1"):
-        client = http.client.HTTPConnection(host, self.port, timeout=60)
+        client = http.client.HTTPConnection(host, self.port, timeout=HANG)
         client.request("POST", "/ipp/print", body, {"Content-Type": "application/ipp"})
         response = client.getresponse()
         return response.status, response.read()

@@ -1,6 +1,7 @@
 """Hosts on a network that the test makes itself: each has its own network, name and /run, so that it
 can run a system bus and an Avahi daemon of its own. All of it is gone with the processes in it."""
 
+import contextlib
 import ctypes
 import os
 import pathlib
@@ -8,10 +9,8 @@ import shutil
 import signal
 import subprocess
 import tempfile
-import threading
-import time
 
-from harness import wait_until
+from harness import HANG, Program
 
 NAMESPACES = ("net", "mnt", "uts")
 PARENT_DEATH_SIGNAL = 1
@@ -48,134 +47,107 @@ def die_with_the_test():
     LIBC.prctl(PARENT_DEATH_SIGNAL, signal.SIGKILL)
 
 
-def end(process, with_signal=signal.SIGTERM):
-    if process.poll() is None:
-        process.send_signal(with_signal)
-    try:
-        process.wait(5)
-    except subprocess.TimeoutExpired:
-        process.kill()
-        process.wait()
-
-
-class Host:
+class Host(contextlib.ExitStack):
     """A machine without a cable, a bus or a daemon yet."""
 
     def __init__(self, name):
-        self.name = name
+        super().__init__()
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="korvane-host-"))
+        self.callback(shutil.rmtree, self.folder, ignore_errors=True)
         (self.folder / "bus.conf").write_text(BUS)
         (self.folder / "daemon.conf").write_text(DAEMON)
-        self.processes = []
-        self.holder = subprocess.Popen(["unshare", "-num", "sh", "-c", PREPARE, name],
-                                       stdout=subprocess.PIPE, preexec_fn=die_with_the_test)
-        if not self.holder.stdout.readline():
-            raise AssertionError(f"no host {name}")
+        holder = self.enter_context(Program("unshare", "-num", "sh", "-c", PREPARE, name,
+                                            preexec_fn=die_with_the_test))
+        holder.lines.wait_line("ready")
+        self.pid = holder.process.pid
         self.bus = self.daemon = None
 
     def enter(self):
         """Moves the calling process into the host; for a child before it begins."""
         die_with_the_test()
-        files = [os.open(f"/proc/{self.holder.pid}/ns/{n}", os.O_RDONLY) for n in NAMESPACES]
+        files = [os.open(f"/proc/{self.pid}/ns/{n}", os.O_RDONLY) for n in NAMESPACES]
         for file in files:
             if LIBC.setns(file, 0) != 0:
                 raise OSError(ctypes.get_errno(), "setns")
 
-    def popen(self, *command, **options):
+    def start(self, *command, **options):
         environment = {**os.environ, "PATH": os.environ["PATH"] + ":/usr/sbin"}
-        process = subprocess.Popen(command, preexec_fn=self.enter, env=environment, **options)
-        self.processes.append(process)
-        return process
+        return self.enter_context(Program(*command, preexec_fn=self.enter, env=environment, **options))
 
-    def run(self, *command, check=True, timeout=30):
+    def run(self, *command):
+        """Runs a command to its end and gives what it writes."""
         return subprocess.run(command, preexec_fn=self.enter, capture_output=True, text=True,
-                              check=check, timeout=timeout)
+                              check=True, timeout=HANG).stdout
 
     def path(self, name):
         """A file of the host, as seen from outside."""
-        return pathlib.Path(f"/proc/{self.holder.pid}/root/{name}")
+        return pathlib.Path(f"/proc/{self.pid}/root/{name}")
 
     def start_bus(self):
-        self.bus = self.popen("dbus-daemon", "--nofork", "--nopidfile",
-                              f"--config-file={self.folder}/bus.conf", stderr=subprocess.DEVNULL)
-        if not wait_until(self.path("run/dbus/system_bus_socket").exists):
-            raise AssertionError(f"no bus on {self.name}")
-
-    def start_daemon(self):
-        self.daemon = self.popen("avahi-daemon", "--no-drop-root", "--no-chroot", "--no-rlimits",
-                                 "-f", f"{self.folder}/daemon.conf", stderr=subprocess.DEVNULL)
+        self.bus = self.start("dbus-daemon", "--nofork", "--nopidfile", "--print-address",
+                              f"--config-file={self.folder}/bus.conf")
+        self.bus.lines.wait_line("unix:")
 
     def stop_bus(self):
-        end(self.bus)
+        """Stops the bus, after the daemon if there is one."""
+        if self.daemon:
+            self.daemon.stop()
+        self.bus.stop()
         self.path("run/dbus/system_bus_socket").unlink(missing_ok=True)
 
-    def close(self):
-        for process in reversed(self.processes):
-            end(process)
-        end(self.holder, signal.SIGKILL)
-        self.holder.stdout.close()
-        shutil.rmtree(self.folder, ignore_errors=True)
+    def start_daemon(self):
+        """Starts the Avahi daemon, which then has found that its host's name is free."""
+        self.path("run/avahi-daemon/pid").unlink(missing_ok=True)
+        self.daemon = self.start("avahi-daemon", "--no-drop-root", "--no-chroot", "--no-rlimits",
+                                 "-f", f"{self.folder}/daemon.conf", errors=True)
+        self.daemon.lines.wait_line("Server startup complete")
 
 
-class Switch:
+class Switch(Host):
     """A bridge that hosts are plugged into, with addresses from 10.77.0.1 on."""
 
     def __init__(self):
-        self.host = Host("switch")
-        self.host.run("ip", "link", "add", "switch", "type", "bridge", "mcast_snooping", "0")
-        self.host.run("ip", "link", "set", "switch", "up")
+        super().__init__("switch")
+        self.run("ip", "link", "add", "switch", "type", "bridge", "mcast_snooping", "0")
+        self.run("ip", "link", "set", "switch", "up")
         self.count = 0
 
     def plug_in(self, host):
         self.count += 1
         host.port = f"port{self.count}"
         host.address = f"10.77.0.{self.count}"
-        self.host.run("ip", "link", "add", host.port, "type", "veth", "peer", "name", "eth0",
-                      "netns", str(host.holder.pid))
-        self.host.run("ip", "link", "set", host.port, "master", "switch", "up")
+        self.run("ip", "link", "add", host.port, "type", "veth", "peer", "name", "eth0",
+                 "netns", str(host.pid))
+        self.run("ip", "link", "set", host.port, "master", "switch", "up")
         host.run("ip", "address", "add", f"{host.address}/24", "dev", "eth0")
         host.run("ip", "link", "set", "eth0", "up")
         host.run("ip", "route", "add", "default", "via", "10.77.0.254")
 
     def pull(self, host):
-        self.host.run("ip", "link", "set", host.port, "down")
+        self.run("ip", "link", "set", host.port, "down")
 
     def plug_back(self, host):
-        self.host.run("ip", "link", "set", host.port, "up")
-
-    def close(self):
-        self.host.close()
+        self.run("ip", "link", "set", host.port, "up")
 
 
 class Browser:
-    """What a host sees of a service type as time goes by."""
+    """What a host sees of a service type."""
 
     def __init__(self, host, service_type):
-        self.events = []
-        self.process = host.popen("avahi-browse", "-rpk", service_type, stdout=subprocess.PIPE,
-                                  stderr=subprocess.DEVNULL)
-        self.reader = threading.Thread(target=self._read, daemon=True)
-        self.reader.start()
+        self.lines = host.start("avahi-browse", "-rpk", service_type).lines
 
-    def _read(self):
-        for line in self.process.stdout:
-            fields = split_entry(line.decode())
-            self.events.append((time.monotonic(), fields[0], fields[3], fields))
-
-    def wait(self, mark, name, since, seconds=10):
-        """The first event after a moment that marks the name: + - or = (resolved)."""
-        return wait_until(lambda: next((e for e in list(self.events)
-                                        if e[0] >= since and e[1:3] == (mark, name)), None), seconds)
-
-    def close(self):
-        end(self.process)
-        self.reader.join(5)
-        self.process.stdout.close()
+    def wait(self, mark, name, start=0, family=""):
+        """The fields of the first event, from that index on, that marks the name: as found (+), gone
+        (-) or resolved (=)."""
+        def event():
+            events = map(split_entry, self.lines[start:])
+            return next((e for e in events if (e[0], e[3]) == (mark, name) and family in e[2]), None)
+        return self.lines.wait(event)
 
 
 def split_entry(line):
     """The fields of a line that avahi-browse wrote for programs: \\032 stands for a space."""
-    fields = line.rstrip("\n").split(";", 9)
+    fields = line.split(";", 9)
     parts = fields[3].split("\\")
     fields[3] = parts[0] + "".join(chr(int(p[:3])) + p[3:] if p[:3].isdigit() else "\\" + p
                                    for p in parts[1:])

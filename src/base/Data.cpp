@@ -1,0 +1,71 @@
+#include "base/Data.h"
+
+#include "base/ByteBuffer.h"
+#include "base/SharedMemory.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace korvane {
+
+Data::Data(std::shared_ptr<const SharedMemory> memory, std::span<const std::uint8_t> bytes)
+    : memory_(memory.get()), bytes_(bytes)
+{
+    owner_ = std::move(memory);
+}
+
+Data::Data(std::vector<std::uint8_t> bytes)
+{
+    auto storage = std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes));
+    bytes_ = *storage;
+    owner_ = std::move(storage);
+}
+
+Data Data::copying(std::span<const std::uint8_t> bytes)
+{
+    return Data(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
+}
+
+Data Data::copying(std::string_view text)
+{
+    return Data(std::vector<std::uint8_t>(text.begin(), text.end()));
+}
+
+Data Data::joining(std::span<const Data> pieces)
+{
+    if (pieces.size() == 1) return pieces.front();
+    std::size_t size = 0;
+    for (const Data& piece : pieces) size += piece.size();
+    ByteBuffer joined;
+    joined.reserve(size);
+    for (const Data& piece : pieces) joined.append(piece.bytes());
+    return joined.take();
+}
+
+std::string_view Data::text() const
+{
+    return {reinterpret_cast<const char*>(bytes_.data()), bytes_.size()};
+}
+
+Data Data::slice(std::size_t offset, std::size_t count) const
+{
+    const std::size_t start = std::min(offset, bytes_.size());
+    Data sliced = *this;
+    sliced.bytes_ = bytes_.subspan(start, std::min(count, bytes_.size() - start));
+    return sliced;
+}
+
+std::optional<SharedBytes> Data::shared() const
+{
+    if (memory_ == nullptr) return std::nullopt;
+    return SharedBytes{.descriptor = memory_->descriptor(),
+                       .offset = static_cast<std::size_t>(bytes_.data() - memory_->data()),
+                       .length = bytes_.size()};
+}
+
+bool operator==(const Data& left, const Data& right)
+{
+    return std::ranges::equal(left.bytes_, right.bytes_);
+}
+
+} // namespace korvane

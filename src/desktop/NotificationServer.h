@@ -1,0 +1,40 @@
+#pragma once
+
+#include "lib/systemd/BusNameWatch.h"
+#include "lib/systemd/SessionBus.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+/** The service org.freedesktop.Notifications as it is on the bus: its calls and its signals. */
+class NotificationServer {
+public:
+    struct Handlers {
+        /** Another server, or none: the IDs of the earlier one are invalid. */
+        std::function<void()> onChange;
+        std::function<void(std::uint32_t id, const std::string& key)> onAction;
+        std::function<void(std::uint32_t id, std::uint32_t reason)> onClosed;
+    };
+
+    /** The bus outlives the server; the handlers are called on its queue. */
+    NotificationServer(SessionBus& bus, Handlers handlers);
+
+    /** Calls a method; the service is started if need be. */
+    void call(const std::string& member, std::vector<BusValue> arguments,
+              SessionBus::ReplyHandler handler);
+
+private:
+    void handle(const BusSignal& signal) const;
+
+    SessionBus& bus_;
+    const Handlers handlers_;
+    BusNameWatch owner_;
+    std::unique_ptr<Subscription> signals_;
+};
+
+} // namespace korvane

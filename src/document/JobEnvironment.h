@@ -1,0 +1,24 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Log.h"
+#include "event/Queue.h"
+#include "recognition/DocumentService.h"
+#include "recognition/OCR.h"
+
+#include <string>
+
+namespace korvane {
+
+/** What jobs are worked on with. All that is referred to outlives the jobs. */
+struct JobEnvironment {
+    Queues& queues;
+    const Clock& clock;
+    Log& log;
+    DocumentService& documents;
+    OCR& ocr;
+    /** The login name of the user, who becomes the author of searchable PDFs. */
+    std::string author;
+};
+
+} // namespace korvane

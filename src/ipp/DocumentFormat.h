@@ -1,0 +1,51 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace korvane {
+
+/** A document format that the printer takes. */
+struct DocumentFormat {
+    /** How a document of the format becomes PDF. */
+    enum class Conversion { none, urf };
+
+    /** As "document-format" and the "pdl" key of the TXT record name it (RFC 8011, section 5.1.10).
+     */
+    std::string_view mediaType;
+    /** What every document of the format begins with. */
+    std::string_view magic;
+    Conversion conversion = Conversion::none;
+};
+
+/** All of them, the default one first. What clients are told and what is taken comes from here. */
+inline constexpr std::array documentFormats = {
+    DocumentFormat{"application/pdf", "%PDF", DocumentFormat::Conversion::none},
+    DocumentFormat{"image/urf", {"UNIRAST\0", 8}, DocumentFormat::Conversion::urf},
+};
+
+inline std::vector<std::string> supportedMediaTypes()
+{
+    std::vector<std::string> types;
+    types.reserve(documentFormats.size());
+    for (const DocumentFormat& format : documentFormats) types.emplace_back(format.mediaType);
+    return types;
+}
+
+/** What a URF document may use: color and gray at 8 bits, 300 dpi, one-sided. */
+inline constexpr std::array<std::string_view, 5> urfCapabilities = {"SRGB24", "W8", "RS300", "DM1",
+                                                                    "V1.4"};
+
+/** The format of a document by its first bytes alone; null when it is none of the above. */
+inline const DocumentFormat* recognizeFormat(std::string_view document)
+{
+    const auto* format = std::ranges::find_if(documentFormats, [&](const DocumentFormat& known) {
+        return document.starts_with(known.magic);
+    });
+    return format == documentFormats.end() ? nullptr : format;
+}
+
+} // namespace korvane

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "recognition/DocumentService.h"
+#include "recognition/InstalledLanguages.h"
+#include "workerpool/WorkerService.h"
+
+#include <memory>
+
+namespace korvane {
+
+/** Opens documents in worker processes. */
+class WorkerDocuments final : public DocumentService {
+public:
+    /** `workers` outlives all documents. */
+    explicit WorkerDocuments(WorkerService& workers) : workers_(workers) {}
+
+    void open(const Data& pdf,
+              DocumentCompletion<std::shared_ptr<OpenDocument>> completion) override;
+    void languages(DocumentCompletion<std::vector<std::string>> completion) override;
+    std::size_t parallelism() const override { return workers_.parallelism(); }
+
+private:
+    WorkerService& workers_;
+    const std::shared_ptr<InstalledLanguages> languages_ = std::make_shared<InstalledLanguages>();
+};
+
+} // namespace korvane

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "base/Data.h"
+
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace korvane {
+
+/** One HTTP/1.1 request (RFC 9112). */
+struct HTTPRequest {
+    // The parts of the request line as received: nothing is decoded, checked or put in upper case.
+    std::string method;
+    std::string path;
+    std::string version;
+
+    /** Values by header name in lower case; of a repeated header the last one. */
+    std::map<std::string, std::string, std::less<>> headers;
+
+    /** Already put together from its chunks. */
+    Data body;
+
+    /** The value of a header, given its name in lower case; empty when the request has none. */
+    std::string_view header(std::string_view name) const
+    {
+        const auto found = headers.find(name);
+        return found == headers.end() ? std::string_view() : found->second;
+    }
+
+    friend bool operator==(const HTTPRequest&, const HTTPRequest&) = default;
+};
+
+/** The final answer to one HTTP request. */
+struct HTTPResponse {
+    /** Status code and reason, for example "200 OK". */
+    std::string status;
+    std::string contentType = "application/ipp";
+    Data body;
+};
+
+} // namespace korvane

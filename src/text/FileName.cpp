@@ -1,0 +1,25 @@
+#include "text/FileName.h"
+
+#include "text/Text.h"
+
+#include <algorithm>
+
+namespace korvane::text {
+
+std::string withoutRefusedCharacters(std::string_view text)
+{
+    static constexpr std::string_view refused = R"(/:\?%*|"<>)";
+    std::string name(text);
+    std::ranges::replace_if(
+        name, [](char c) { return refused.find(c) != std::string_view::npos; }, '_');
+    return name;
+}
+
+std::string fittingFileName(std::string_view name, std::string_view ending)
+{
+    constexpr std::size_t maxFileNameLength = 255;
+    const std::size_t left = maxFileNameLength - std::min(ending.size(), maxFileNameLength);
+    return std::string(prefixFitting(name, left)).append(ending);
+}
+
+} // namespace korvane::text

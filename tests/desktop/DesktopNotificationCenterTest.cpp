@@ -1,0 +1,159 @@
+#include "desktop/DesktopNotificationCenter.h"
+
+#include "support/FakeSessionBus.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+namespace korvane {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr const char* serverName = ":1.7";
+
+/** A server on the bus, played by the test. */
+class DesktopNotificationCenterTest : public testing::Test {
+protected:
+    DesktopNotificationCenterTest()
+    {
+        center.setCategories({{.identifier = "JOB", .actions = {{"OPEN", "Open it"}}}});
+        center.setResponseHandler([this](const NotificationResponse& response) {
+            outcomes.push_back(response.identifier + " " + response.action);
+        });
+        bus.answer(std::vector<BusValue>{std::string(serverName)});
+    }
+
+    void add(const std::string& identifier)
+    {
+        center.add({.identifier = identifier, .content = {.title = "T", .category = "JOB"}},
+                   [this, identifier](const auto& added) {
+                       outcomes.push_back(identifier +
+                                          (added ? " added" : ": " + added.error().description()));
+                   });
+    }
+
+    void tellCapabilities(const std::vector<std::string>& capabilities = {"actions"})
+    {
+        EXPECT_EQ(bus.answer(std::vector<BusValue>{capabilities}).member, "GetCapabilities");
+    }
+
+    /** Answers a Notify, and gives the ID that it was to replace. */
+    std::uint32_t show(std::uint32_t id)
+    {
+        const BusCall call = bus.answer(std::vector<BusValue>{id});
+        EXPECT_EQ(call.member, "Notify");
+        return *busArgument<std::uint32_t>(call.arguments, 1);
+    }
+
+    void choose(std::uint32_t id, const std::string& key, const std::string& sender = serverName)
+    {
+        bus.emit({.sender = sender, .member = "ActionInvoked", .arguments = {id, key}});
+    }
+
+    static BusError noReply()
+    {
+        return {.name = "org.freedesktop.DBus.Error.NoReply", .message = "timed out"};
+    }
+
+    FakeSessionBus bus;
+    DesktopNotificationCenter center{bus, "Korvane", "org.korvane.Agent"};
+    std::vector<std::string> outcomes;
+};
+
+TEST_F(DesktopNotificationCenterTest, UsesOnlyTheCapabilitiesOfEachServer)
+{
+    const struct {
+        std::vector<std::string> capabilities;
+        std::string body;
+        std::vector<std::string> actions;
+    } servers[] = {{{}, "<b> & \"x\"", {}},
+                   {{"body-markup"}, "&lt;b&gt; &amp; \"x\"", {}},
+                   {{"actions"}, "<b> & \"x\"", {"default", "Open", "OPEN", "Open it"}}};
+    for (const auto& server : servers) {
+        bus.emit({.sender = "org.freedesktop.DBus",
+                  .member = "NameOwnerChanged",
+                  .arguments = {std::string(), std::string(), ":1." + server.body}});
+        center.add({.identifier = "A", .content = {.body = "<b> & \"x\"", .category = "JOB"}},
+                   [](const auto&) {});
+        tellCapabilities(server.capabilities);
+        const BusCall notify = bus.answer(std::vector<BusValue>{1U});
+        EXPECT_EQ(*busArgument<std::string>(notify.arguments, 4), server.body);
+        EXPECT_EQ(*busArgument<std::vector<std::string>>(notify.arguments, 5), server.actions);
+        bus.emit({.sender = "org.freedesktop.DBus",
+                  .member = "NameOwnerChanged",
+                  .arguments = {std::string(), std::string(), std::string()}});
+    }
+}
+
+TEST_F(DesktopNotificationCenterTest, ReplacesARequestWhoseIDIsNotYetKnownByTheLatestOnly)
+{
+    add("PORT");
+    tellCapabilities();
+    add("PORT");
+    add("PORT");
+    EXPECT_EQ(show(5), 0U);
+    EXPECT_EQ(show(5), 5U);
+    EXPECT_THAT(bus.calls, IsEmpty());
+    EXPECT_THAT(outcomes, ElementsAre("PORT added", "PORT added", "PORT added"));
+}
+
+TEST_F(DesktopNotificationCenterTest, AcceptsResponsesToItsOwnNotificationsFromItsServerOnly)
+{
+    add("A");
+    tellCapabilities();
+    show(5);
+    outcomes.clear();
+    choose(6, "OPEN");
+    choose(5, "OPEN", ":1.66");
+    choose(5, "never offered");
+    bus.emit({.sender = serverName, .member = "ActionInvoked", .arguments = {5, true}});
+    bus.emit({.sender = serverName, .member = "ActionInvoked"});
+    EXPECT_THAT(outcomes, IsEmpty());
+    choose(5, "OPEN");
+    choose(5, "OPEN");
+    EXPECT_THAT(outcomes, ElementsAre("A OPEN"));
+}
+
+TEST_F(DesktopNotificationCenterTest, KeepsAtMost64RequestsWhileTheServerDoesNotAnswer)
+{
+    for (int i = 0; i < 100; ++i) add("A" + std::to_string(i));
+    EXPECT_THAT(bus.calls, SizeIs(1));
+    EXPECT_THAT(outcomes, SizeIs(100 - 64));
+    bus.answer(failure(noReply()));
+    EXPECT_THAT(outcomes, SizeIs(100));
+    EXPECT_EQ(outcomes.back(), "A63: timed out");
+    add("B");
+    tellCapabilities();
+    show(1);
+    EXPECT_EQ(outcomes.back(), "B added") << "it is asked again";
+}
+
+TEST_F(DesktopNotificationCenterTest, WaitsForABusThatIsConnectingAndDropsTheIDsOfTheLast)
+{
+    add("A");
+    tellCapabilities();
+    show(5);
+    bus.setState(SessionBus::State::absent);
+    bus.setState(SessionBus::State::connecting);
+    center.requestAuthorization([this](bool granted, const auto& /*error*/) {
+        outcomes.push_back(granted ? "granted" : "refused");
+    });
+    EXPECT_THAT(bus.calls, IsEmpty());
+    bus.setState(SessionBus::State::connected);
+    EXPECT_EQ(bus.calls.size(), 2U);
+    bus.answer(std::vector<BusValue>{std::string(serverName)});
+    tellCapabilities();
+    EXPECT_EQ(outcomes.back(), "granted");
+    choose(5, "OPEN");
+    EXPECT_EQ(outcomes.back(), "granted");
+    add("A");
+    EXPECT_EQ(show(1), 0U) << "the ID of the last server is not replaced";
+}
+
+} // namespace
+} // namespace korvane

@@ -1,0 +1,127 @@
+#include "document/JobPipeline.h"
+#include "event/SystemQueues.h"
+#include "recognition/WorkerDocuments.h"
+#include "support/FakeDocuments.h"
+#include "support/ManualClock.h"
+#include "support/RecordingLog.h"
+#include "support/TemporaryFolder.h"
+#include "workerpool/WorkerPool.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <vector>
+
+namespace korvane {
+namespace {
+
+/** Never answers. */
+class SilentWorker final : public Worker {
+public:
+    explicit SilentWorker(const std::function<void()>& asked) : asked_(asked) {}
+
+    void send(WorkerMessage /*request*/) override { asked_(); }
+    void release() override {}
+    void kill() override {}
+    bool hasEnded() const override { return false; }
+    std::chrono::milliseconds processorTime() const override { return {}; }
+    std::size_t memory() const override { return 0; }
+
+private:
+    const std::function<void()>& asked_;
+};
+
+struct SilentLauncher final : WorkerLauncher {
+    explicit SilentLauncher(std::function<void()> calledWhenAsked)
+        : asked(std::move(calledWhenAsked))
+    {
+    }
+
+    Result<std::unique_ptr<Worker>, WorkerFailure> launch(SerialQueue& /*queue*/,
+                                                          Worker::Events /*events*/) override
+    {
+        return std::make_unique<SilentWorker>(asked);
+    }
+
+    const std::function<void()> asked;
+};
+
+/** The agent's queues from the arrival of jobs to their end. */
+class AgentEndTest : public testing::Test {
+protected:
+    AgentEndTest()
+    {
+        ::setenv("TZ", "UTC", 1);
+        // Before the threads start: the C library's lock is none that the thread sanitizer sees.
+        ::tzset();
+    }
+
+    /** More than are worked on at a time. */
+    static constexpr int jobCount = 70;
+
+    void print(DocumentService& documents, OCR& ocr)
+    {
+        pipeline = std::make_shared<JobPipeline>(
+            JobEnvironment{queues, clock, log, documents, ocr, "ann"},
+            [this](const CompletedJob& job) { completed.push_back(job.jobName); });
+        for (int job = 0; job < jobCount; ++job)
+            pipeline->process(std::to_string(job), Data::copying("%PDF received"), folder.path());
+    }
+
+    void expectAllSavedAsReceived() const
+    {
+        EXPECT_EQ(std::ssize(completed), jobCount);
+        EXPECT_EQ(folder.entryCount(), jobCount);
+        for (int job = 0; job < jobCount; ++job)
+            EXPECT_EQ(folder.read(std::to_string(job) + " 2025-03-01 140509.pdf"), "%PDF received");
+        EXPECT_THAT(log.lines(), testing::IsEmpty());
+    }
+
+    RecordingLog log;
+    ManualClock clock;
+    TemporaryFolder folder;
+    std::vector<std::string> completed;
+    SystemQueues queues{log};
+    std::shared_ptr<JobPipeline> pipeline;
+};
+
+TEST_F(AgentEndTest, SavesJobsThatAreBeingOpenedAndThoseThatWait)
+{
+    WorkerPool* pool = nullptr;
+    WorkerPool workers(queues, std::make_unique<SilentLauncher>([&] {
+                           queues.main().async([&] {
+                               pool->stop();
+                               queues.stopMain();
+                           });
+                       }));
+    pool = &workers;
+    WorkerDocuments documents(workers);
+    OCR ocr(queues, documents, {"eng"}, log);
+    queues.main().async([&] { print(documents, ocr); });
+    queues.runMain();
+    expectAllSavedAsReceived();
+}
+
+TEST_F(AgentEndTest, SavesJobsWhateverStepTheyAreAt)
+{
+    const auto workers = queues.makeSerial("workers");
+    FakeDocuments documents;
+    documents.pages = {
+        {.lines = {"word"},
+         .recognitionError = DocumentError{.kind = DocumentError::Kind::worker,
+                                           .failure = {.kind = WorkerFailure::Kind::stopped}}}};
+    // Dropped once that queue has ended.
+    documents.deliver = [&](Task answer) { workers->async(std::move(answer)); };
+    OCR ocr(queues, documents, {"eng"}, log);
+    queues.main().async([&] {
+        print(documents, ocr);
+        queues.stopMain();
+    });
+    queues.runMain();
+    expectAllSavedAsReceived();
+}
+
+} // namespace
+} // namespace korvane

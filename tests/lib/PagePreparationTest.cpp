@@ -1,0 +1,238 @@
+#include "lib/tesseract/PagePreparation.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <numbers>
+#include <random>
+
+using namespace korvane;
+
+namespace {
+
+constexpr double resolution = 300;
+
+OwnedPix whitePage(int width = 1500, int height = 2000)
+{
+    OwnedPix page(pixCreate(width, height, 8));
+    pixSetAll(page.get());
+    return page;
+}
+
+void fill(const OwnedPix& page, int left, int top, int width, int height, unsigned value)
+{
+    Box* box = boxCreate(left, top, width, height);
+    pixSetInRectArbitrary(page.get(), box, value);
+    boxDestroy(&box);
+}
+
+/** Words of bars whose lengths and places never repeat: lines in one direction only. */
+void drawLines(const OwnedPix& page, int top = 150)
+{
+    std::mt19937 random(7);
+    const int right = pixGetWidth(page.get()) - 150;
+    for (int y = top; y < pixGetHeight(page.get()) - 150; y += 50) {
+        int x = 150;
+        while (x < right - 200) {
+            const int width = 20 + static_cast<int>(random() % 150);
+            fill(page, x, y, width, 14, 0);
+            x += width + 12 + static_cast<int>(random() % 15);
+        }
+    }
+}
+
+OwnedPix tilted(const OwnedPix& page, double degrees)
+{
+    return OwnedPix(pixRotate(page.get(), static_cast<l_float32>(-degrees * std::numbers::pi / 180),
+                              L_ROTATE_AREA_MAP, L_BRING_IN_WHITE, pixGetWidth(page.get()),
+                              pixGetHeight(page.get())));
+}
+
+int inkPixels(const OwnedPix& ink)
+{
+    l_int32 count = 0;
+    pixCountPixels(ink.get(), &count, nullptr);
+    return count;
+}
+
+int inkIn(const OwnedPix& ink, int left, int top, int width, int height)
+{
+    Box* box = boxCreate(left, top, width, height);
+    const OwnedPix part(pixClipRectangle(ink.get(), box, nullptr));
+    boxDestroy(&box);
+    return inkPixels(part);
+}
+
+/** The middle of all ink. */
+PixelPoint middleOfInk(const OwnedPix& ink)
+{
+    l_float32 x = 0;
+    l_float32 y = 0;
+    pixCentroid(ink.get(), nullptr, nullptr, &x, &y);
+    return {static_cast<double>(x) + 0.5, static_cast<double>(y) + 0.5};
+}
+
+} // namespace
+
+TEST(Straightening, BringsEveryPointOfThePageBackToWhereItWas)
+{
+    struct Case {
+        int turns;
+        double degrees;
+        double fan;
+    };
+    constexpr Case cases[] = {{0, 0, 0},    {1, 0, 0},     {2, 0, 0},   {3, 0, 0},
+                              {0, 7, 0},    {1, -9.5, 0},  {2, 3, 0},   {3, 12, 0},
+                              {0, 0, 0.03}, {2, 2, -0.02}, {1, 4, 0.02}};
+    for (const Case& each : cases) {
+        for (const PixelPoint spot : {PixelPoint{200, 150}, PixelPoint{1301, 1777}}) {
+            SCOPED_TRACE(testing::Message() << each.turns << " turns, " << each.degrees
+                                            << " degrees, fan " << each.fan << ", at " << spot.x);
+            const OwnedPix page = whitePage();
+            fill(page, static_cast<int>(spot.x) - 4, static_cast<int>(spot.y) - 4, 9, 9, 0);
+            const CleanedPage cleaned{.gray = share(page),
+                                      .ink = OwnedPix(pixThresholdToBinary(page.get(), 128))};
+            PageGeometry geometry{.width = 1500,
+                                  .height = 2000,
+                                  .resolution = resolution,
+                                  .quarterTurns = each.turns,
+                                  .rotation = each.degrees * std::numbers::pi / 180};
+            const CleanedPage rotated = straightened(cleaned, geometry);
+            geometry.rotatedWidth = pixGetWidth(rotated.ink.get());
+            geometry.rotatedHeight = pixGetHeight(rotated.ink.get());
+            geometry.fanOffset = -each.fan / 2;
+            geometry.fanSlope = each.fan / geometry.rotatedHeight;
+            const CleanedPage straight = straightened(cleaned, geometry);
+            const PagePoint found = geometry.onPage(middleOfInk(straight.ink));
+            EXPECT_NEAR(found.x, (spot.x + 0.5) * 72 / resolution, 0.4);
+            EXPECT_NEAR(found.y, (2000 - spot.y - 0.5) * 72 / resolution, 0.4);
+        }
+    }
+}
+
+TEST(Straightening, TurnsAPageThatIsLevelAlready)
+{
+    const OwnedPix page = whitePage();
+    fill(page, 300, 400, 9, 9, 0);
+    const CleanedPage cleaned{.gray = share(page),
+                              .ink = OwnedPix(pixThresholdToBinary(page.get(), 128))};
+    PageGeometry geometry{.width = 1500, .height = 2000, .resolution = 72, .rotation = 0.1};
+    const CleanedPage rotated = straightened(cleaned, geometry);
+    geometry.rotatedWidth = pixGetWidth(rotated.ink.get());
+    geometry.rotatedHeight = pixGetHeight(rotated.ink.get());
+    geometry.fanOffset = -0.01;
+    geometry.fanSlope = 0.02 / geometry.rotatedHeight;
+    for (const int turns : {1, 2, 3}) {
+        const PageGeometry turned = turnedFurther(geometry, turns);
+        const CleanedPage straight = straightened(cleaned, turned);
+        const PagePoint found = turned.onPage(middleOfInk(straight.ink));
+        EXPECT_NEAR(found.x, 304.5, 1.6) << turns;
+        EXPECT_NEAR(found.y, 2000 - 404.5, 1.6) << turns;
+    }
+}
+
+TEST(Leveling, FindsTheTiltOfLinesOnUprightAndOnTurnedPages)
+{
+    const OwnedPix page = whitePage();
+    drawLines(page);
+    for (const double degrees : {0.0, 0.7, -2.0, 5.0, -10.0, 12.0}) {
+        for (const int turns : {0, 1}) {
+            SCOPED_TRACE(testing::Message() << degrees << " degrees, " << turns << " turns");
+            const OwnedPix upright = tilted(page, degrees);
+            const OwnedPix seen(pixRotateOrth(upright.get(), turns));
+            const CleanedPage cleaned{.gray = share(seen),
+                                      .ink = OwnedPix(pixThresholdToBinary(seen.get(), 128))};
+            const Leveling leveling = findLeveling(cleaned, resolution);
+            EXPECT_EQ(leveling.lines, Leveling::Lines::level);
+            EXPECT_EQ(leveling.geometry.quarterTurns, turns);
+            EXPECT_NEAR(leveling.geometry.rotation * 180 / std::numbers::pi, degrees, 0.2);
+            EXPECT_FALSE(leveling.geometry.isFanned());
+        }
+    }
+}
+
+TEST(Leveling, LevelsLinesThatFanOut)
+{
+    const OwnedPix page = whitePage();
+    drawLines(page);
+    // Columns are shifted up and down: a line at the top falls by 2 %, one at the bottom rises.
+    l_float32 fan[] = {1, 0, 0, 0, 0.02F, 1 - 0.00002F * -750, 0.00002F * -1, -0.02F * 750};
+    const OwnedPix seen(pixBilinearGray(page.get(), fan, 255));
+    const CleanedPage cleaned{.gray = share(seen),
+                              .ink = OwnedPix(pixThresholdToBinary(seen.get(), 128))};
+    const Leveling leveling = findLeveling(cleaned, resolution);
+    EXPECT_TRUE(leveling.geometry.isFanned());
+    const CleanedPage straight = straightened(cleaned, leveling.geometry);
+    EXPECT_FALSE(findLeveling(straight, resolution).geometry.isFanned());
+    const double tilt = findLeveling(straight, resolution).geometry.rotation;
+    EXPECT_NEAR(tilt * 180 / std::numbers::pi, 0, 0.3);
+}
+
+TEST(Cleaning, KeepsTextInUnevenLight)
+{
+    const OwnedPix page = whitePage();
+    drawLines(page);
+    const int ink = inkPixels(cleanPage(page).ink);
+    ASSERT_GT(ink, 100'000);
+    // The light falls off to a third: the paper there is darker than ink in the light may be.
+    for (int y = 0; y < 2000; ++y)
+        for (int x = 0; x < 1500; ++x) {
+            l_uint32 value = 0;
+            pixGetPixel(page.get(), x, y, &value);
+            const unsigned light = 255U - static_cast<unsigned>(x * 100 / 1500 + y * 70 / 2000);
+            pixSetPixel(page.get(), x, y, (60 + value * 195 / 255) * light / 255);
+        }
+    EXPECT_NEAR(inkPixels(cleanPage(page).ink), ink, ink * 0.02);
+}
+
+TEST(Cleaning, ErasesPicturesAndKeepsTheTextBelow)
+{
+    // Both are of the same motif: as a camera sees it, and as a printer of newspapers sets it.
+    const auto motif = [](int x, int y) {
+        return 110 + 40 * std::sin(x / 40.0) * std::cos(y / 55.0);
+    };
+    const auto photograph = [&](int x, int y) { return static_cast<unsigned>(motif(x, y)); };
+    const auto halftone = [&](int x, int y) {
+        const int dot[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
+        return motif(x, y) > 16 * dot[y % 4][x % 4] + 8 ? 255U : 0U;
+    };
+    const std::function<unsigned(int, int)> pictures[] = {photograph, halftone};
+    for (const auto& picture : pictures) {
+        const OwnedPix page = whitePage();
+        drawLines(page, 1000);
+        const int text = inkPixels(cleanPage(page).ink);
+        for (int y = 100; y < 900; ++y)
+            for (int x = 100; x < 1400; ++x) pixSetPixel(page.get(), x, y, picture(x, y));
+        const CleanedPage cleaned = cleanPage(page);
+        EXPECT_LT(inkIn(cleaned.ink, 100, 100, 1300, 800), 1300 * 800 / 10);
+        EXPECT_NEAR(inkIn(cleaned.ink, 0, 950, 1500, 1050), text, text * 0.02);
+    }
+}
+
+TEST(Cleaning, ErasesSpecksWhereThereAreMany)
+{
+    const OwnedPix page = whitePage();
+    drawLines(page);
+    const int ink = inkPixels(cleanPage(page).ink);
+    std::mt19937 random(11);
+    for (int speck = 0; speck < 6000; ++speck)
+        fill(page, static_cast<int>(random() % 1498), static_cast<int>(random() % 1998), 2, 2, 0);
+    EXPECT_NEAR(inkPixels(cleanPage(page).ink), ink, ink * 0.02);
+}
+
+TEST(Cleaning, KeepsTheFullStopsOfSmallPrint)
+{
+    const OwnedPix page = whitePage();
+    drawLines(page);
+    for (int stop = 0; stop < 200; ++stop) fill(page, 60 + stop * 7, 60, 3, 3, 0);
+    EXPECT_GE(inkIn(cleanPage(page).ink, 0, 50, 1500, 30), 200 * 6);
+}
+
+TEST(Cleaning, TellsABlankPageFromOneWithASingleWord)
+{
+    const OwnedPix page = whitePage();
+    EXPECT_TRUE(cleanPage(page).isBlank());
+    fill(page, 700, 900, 40, 6, 0);
+    EXPECT_FALSE(cleanPage(page).isBlank());
+}

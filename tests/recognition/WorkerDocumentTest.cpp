@@ -1,0 +1,220 @@
+#include "base/MemoryFile.h"
+#include "recognition/RequestCoding.h"
+#include "recognition/WorkerDocuments.h"
+#include "support/FakeWorkers.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <optional>
+
+namespace korvane {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using Kind = WorkerFailure::Kind;
+
+template <typename Request>
+Request asRequest(WorkerMessage message)
+{
+    EXPECT_EQ(message.code, requests::codeOf<Request>());
+    WireReader in(std::move(message));
+    auto request = decodeRequest<Request>(in);
+    EXPECT_TRUE(request);
+    return std::move(request).value_or(Request());
+}
+
+class WorkerDocumentTest : public testing::Test {
+protected:
+    /** Keeps the answer in `into`. */
+    template <typename T>
+    static auto keep(std::optional<T>& into)
+    {
+        return [&into](T answer) { into = std::move(answer); };
+    }
+
+    /** Answers the oldest request. */
+    template <typename Answer>
+    void answer(const DocumentAnswer<Answer>& with)
+    {
+        WireWriter out;
+        encodeAnswer(out, with);
+        workers.take().completion(out.message());
+    }
+
+    void fail(Kind kind) { workers.take().completion(failure(WorkerFailure{kind})); }
+
+    std::shared_ptr<OpenDocument> open(std::uint64_t pageCount)
+    {
+        std::optional<DocumentAnswer<std::shared_ptr<OpenDocument>>> opened;
+        documents.open(Data::copying("%PDF"), keep(opened));
+        EXPECT_FALSE(opened) << "nothing waits for the worker";
+        answer<requests::OpenDocument::Answer>({{pageCount}});
+        return opened->value();
+    }
+
+    FakeWorkers workers;
+    WorkerDocuments documents{workers};
+};
+
+TEST_F(WorkerDocumentTest, IsOpenOnceItsPagesAreCounted)
+{
+    const auto document = open(3);
+    EXPECT_EQ(document->pageCount(), 3U);
+    EXPECT_THAT(workers.submitted, IsEmpty()) << "no language is needed yet";
+    EXPECT_THAT(workers.ended, IsEmpty());
+}
+
+TEST_F(WorkerDocumentTest, CannotBeOpenedWhenTheWorkerCannot)
+{
+    std::optional<DocumentAnswer<std::shared_ptr<OpenDocument>>> opened;
+    documents.open(Data::copying("%PDF"), keep(opened));
+    answer<requests::OpenDocument::Answer>(
+        failure(DocumentError{.kind = DocumentError::Kind::needsPassword}));
+    EXPECT_EQ(opened->error().kind, DocumentError::Kind::needsPassword);
+    documents.open(Data::copying("%PDF"), keep(opened));
+    fail(Kind::timedOut);
+    EXPECT_EQ(opened->error().description(), "the worker took too long");
+    EXPECT_THAT(workers.ended, SizeIs(2)) << "workers need not keep them";
+}
+
+TEST_F(WorkerDocumentTest, HandsOverOneDocumentHoweverManyRequestsThereAre)
+{
+    const auto document = open(9);
+    document->readPages(2, 3, [](const auto&) {});
+    document->recognizePage(5, 300, "deu", [](const auto&) {});
+    const auto reading = workers.take();
+    const auto recognition = workers.take();
+    const auto pages = asRequest<requests::ReadPages>(reading.request.message);
+    const auto page = asRequest<requests::RecognizePage>(recognition.request.message);
+    EXPECT_EQ(pages.first, 2U);
+    EXPECT_EQ(pages.count, 3U);
+    EXPECT_EQ(page.page, 5U);
+    EXPECT_EQ(page.resolution, 300);
+    EXPECT_EQ(page.language, "deu");
+    EXPECT_EQ(pages.document.bytes.file, page.document.bytes.file);
+    EXPECT_EQ(mapSealedBytes(page.document.bytes)->text(), "%PDF");
+    EXPECT_EQ(pages.document.number, page.document.number);
+    EXPECT_EQ(recognition.job, reading.job);
+    EXPECT_EQ(reading.request.page, std::nullopt);
+    EXPECT_EQ(recognition.request.page, 5U) << "which has a budget of its own";
+}
+
+TEST_F(WorkerDocumentTest, RefusesOtherThanThePagesItAskedFor)
+{
+    const auto document = open(9);
+    for (const std::size_t count : {0U, 1U, 3U}) {
+        std::optional<DocumentAnswer<std::vector<PageInfo>>> pages;
+        document->readPages(0, 2, keep(pages));
+        answer<requests::ReadPages::Answer>({{std::vector<PageInfo>(count)}});
+        EXPECT_EQ(pages->error().description(), "invalid response from worker");
+    }
+}
+
+TEST_F(WorkerDocumentTest, ReplacesWhatIsInTheOutputBeforeEachTry)
+{
+    const auto document = open(1);
+    const SharedDescriptor output = share(makeMemoryFile());
+    const auto size = [&] {
+        struct stat status {};
+        EXPECT_EQ(::fstat(output->get(), &status), 0);
+        return status.st_size;
+    };
+    const auto write = [&] { return ::write(output->get(), "half of a PDF", 13); };
+    ASSERT_EQ(write(), 13);
+    document->write({}, {}, output, [](const auto&) {});
+    EXPECT_EQ(size(), 0);
+    ASSERT_EQ(write(), 13);
+    EXPECT_EQ(size(), 13) << "from the start";
+    ASSERT_TRUE(workers.submitted.front().request.beforeRetry());
+    EXPECT_EQ(size(), 0);
+    ASSERT_EQ(write(), 13);
+    EXPECT_EQ(size(), 13);
+}
+
+TEST_F(WorkerDocumentTest, TellsWhyItWasNotWritten)
+{
+    using WriteKind = PDFWriteError::Kind;
+    const auto document = open(1);
+    std::optional<Result<void, PDFWriteError>> written;
+    const auto write = [&] { document->write({}, {}, share(makeMemoryFile()), keep(written)); };
+    write();
+    answer<requests::WriteDocument::Answer>({});
+    EXPECT_TRUE(*written);
+    write();
+    answer<requests::WriteDocument::Answer>({{PDFWriteError{WriteKind::sourceIsSigned, ""}}});
+    EXPECT_EQ(written->error(), (PDFWriteError{WriteKind::sourceIsSigned, ""}));
+    write();
+    fail(Kind::outOfMemory);
+    EXPECT_EQ(written->error(),
+              (PDFWriteError{WriteKind::workerFailed, "the worker ran out of memory"}));
+    document->write({}, {}, share(FileDescriptor()), keep(written));
+    EXPECT_EQ(written->error().kind, WriteKind::cannotWrite);
+}
+
+TEST_F(WorkerDocumentTest, MayBeWrittenWhateverItsPagesHaveLost)
+{
+    const auto document = open(1);
+    document->write({}, {}, share(makeMemoryFile()), [](const auto&) {});
+    document->recognizePage(0, 300, "eng", [](const auto&) {});
+    EXPECT_GE(workers.take().request.reservedTime, 5s);
+    EXPECT_EQ(workers.take().request.reservedTime, 0s);
+}
+
+TEST_F(WorkerDocumentTest, EndsItsRequestsWhenItIsDestroyed)
+{
+    auto document = open(1);
+    std::optional<DocumentAnswer<PageReading>> reading;
+    document->recognizePage(0, 300, "eng", keep(reading));
+    document.reset();
+    EXPECT_THAT(workers.ended,
+                ElementsAre(std::pair(workers.submitted.front().job,
+                                      requests::codeOf<requests::ReleaseDocument>())));
+    fail(Kind::cancelled);
+    EXPECT_TRUE(reading->error().stopped());
+}
+
+TEST_F(WorkerDocumentTest, AsksForTheLanguagesOnceAndRemembersThem)
+{
+    using Names = std::vector<std::string>;
+    std::optional<DocumentAnswer<Names>> first, second, third;
+    const auto listed = [](const Names& names) {
+        return DocumentAnswer<requests::ListLanguages::Answer>(
+            requests::ListLanguages::Answer{names});
+    };
+    documents.languages(keep(first));
+    documents.languages(keep(second));
+    fail(Kind::crashed);
+    EXPECT_EQ(first->error().failure.kind, Kind::crashed);
+    EXPECT_EQ(second->error().failure.kind, Kind::crashed);
+    documents.languages(keep(first));
+    answer(listed({}));
+    EXPECT_THAT(first->value(), IsEmpty());
+    documents.languages(keep(first));
+    documents.languages(keep(second));
+    answer(listed({"deu", "eng"}));
+    documents.languages(keep(third));
+    for (const auto& answer : {first, second, third})
+        EXPECT_THAT(answer->value(), ElementsAre("deu", "eng"));
+    EXPECT_THAT(workers.submitted, IsEmpty());
+}
+
+TEST_F(WorkerDocumentTest, AsksForTheLanguagesAgainAfterThereWasNoMemoryForIt)
+{
+    std::optional<DocumentAnswer<std::vector<std::string>>> first, second;
+    workers.isOutOfMemory = true;
+    documents.languages(keep(first));
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->error().failure.kind, Kind::outOfMemory);
+    documents.languages(keep(second));
+    ASSERT_THAT(workers.submitted, SizeIs(1));
+    answer(DocumentAnswer<requests::ListLanguages::Answer>({{"deu"}}));
+    EXPECT_THAT(second->value(), ElementsAre("deu"));
+}
+
+} // namespace
+} // namespace korvane
