@@ -168,6 +168,7 @@ class Bus(unittest.TestCase):
     def test_reloads_once_for_every_signal_of_its_name(self):
         with Session() as session:
             agent = session.agent
+            session.show_job() # asked for after the signals were, and the bus keeps the order
             for name in ("settings-changed", "other", "settings-changed"):
                 session.bus.post_settings_changed("org.korvane.Agent." + name)
             agent.lines.wait(lambda: agent.lines.count(RELOADING) == 2)
