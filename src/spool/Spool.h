@@ -1,0 +1,81 @@
+#pragma once
+
+#include "base/DocumentFile.h"
+#include "base/FileDescriptor.h"
+#include "base/Log.h"
+#include "base/Result.h"
+#include "base/SystemError.h"
+#include "spool/JobTicket.h"
+#include "spool/SpooledJob.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+/**
+ * Where documents are while they arrive, and jobs from the moment in which they are accepted until
+ * they are saved: files in `spool/` of the state folder. A job that is there is finished by whatever
+ * agent finds it, after any end of the one that accepted it.
+ *
+ * What cannot be saved for now, or is no document, is kept in `unsaved/` beside it, under a name
+ * that the user can tell.
+ *
+ * All calls may be made on any thread, and wait for the disk.
+ */
+class Spool {
+public:
+    struct Limits {
+        /** Bytes that must stay free on the spool's file system. */
+        std::uint64_t reserve = std::uint64_t{256} << 20;
+        /** How many refused documents are kept, the newest ones, and how many bytes of them. */
+        std::size_t refusedDocuments = 100;
+        std::uint64_t refusedBytes = std::uint64_t{1} << 30;
+    };
+
+    /** Makes the folders for the user's eyes only. One agent uses a spool at a time: while another
+     *  does, every call fails with EBUSY. */
+    Spool(const std::filesystem::path& stateFolder, Limits limits, Log& log);
+    Spool(const Spool&) = delete;
+    Spool& operator=(const Spool&) = delete;
+    ~Spool();
+
+    /** Whether so many bytes more can be written and leave the reserve free. */
+    bool hasRoom(std::uint64_t bytes) const;
+
+    /** A new file without a name, to be written and read; it is gone when it is closed. */
+    Result<FileDescriptor, SystemError> makeFile() const;
+
+    /**
+     * Takes a document from `makeFile` in: when this returns it is on the disk under a name, with
+     * its ticket, and will be found after a power cut. The file must not be written any more.
+     */
+    Result<std::shared_ptr<SpooledJob>, SystemError> accept(const JobTicket& ticket,
+                                                            const DocumentFile& document);
+
+    /** The jobs that an earlier agent left here, in the order in which they were accepted, those in
+     *  `unsaved/` included; what belongs to no job is removed. Called once, before `accept`. */
+    std::vector<std::shared_ptr<SpooledJob>> recover();
+
+    /** Removes what an agent that was killed has left half-written in a save folder. Such a file
+     *  that some running process still writes stays. */
+    void removeStrays(const std::filesystem::path& saveDirectory) const;
+
+    /** Keeps the bytes of a document that was refused in `unsaved/`, and says where. */
+    Result<std::filesystem::path, SystemError> keepRefused(const std::string& name,
+                                                           const DocumentFile& document);
+
+    /** The folder of what could not be saved. */
+    const std::filesystem::path& unsavedFolder() const;
+
+private:
+    const std::shared_ptr<class SpoolFolders> folders_;
+    const Limits limits_;
+    Log& log_;
+};
+
+} // namespace korvane

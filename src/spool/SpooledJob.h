@@ -1,0 +1,64 @@
+#pragma once
+
+#include "base/DocumentFile.h"
+#include "base/Result.h"
+#include "base/SystemError.h"
+#include "spool/JobTicket.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace korvane {
+
+class SpoolFolders;
+
+/**
+ * One accepted job. It stays in the spool until it has been published; destroying this object only
+ * forgets about it until the next start. Used by one thread at a time; all calls wait for the disk,
+ * and `publish`, `publishAsReceived` for the save folder's.
+ */
+class SpooledJob {
+public:
+    SpooledJob(std::shared_ptr<const SpoolFolders> folders, std::string id, JobTicket ticket,
+               std::uint64_t length);
+
+    const JobTicket& ticket() const { return ticket_; }
+
+    /** Opens the document. */
+    Result<DocumentFile, SystemError> open() const;
+
+    /** Whether it is in `unsaved/`. */
+    bool isSetAside() const { return setAside_.has_value(); }
+
+    /**
+     * Puts a PDF made of the document, a file of `Spool::makeFile` that was written, into the save
+     * folder, whole and synced, under the ticket's name or, where something has that, with " 2",
+     * " 3" and so on before ".pdf"; shortened where the folder's file system takes no name so long.
+     * The job then leaves the spool. Says where the file is. On failure nothing is in the folder,
+     * and the job is as it was.
+     */
+    Result<std::filesystem::path, SystemError> publish(const DocumentFile& pdf);
+
+    /** The same with the document itself, which is moved where both folders are on one file system.
+     */
+    Result<std::filesystem::path, SystemError> publishAsReceived();
+
+    /** Moves the job to `unsaved/`, where the user can open its document, and says where that is. */
+    Result<std::filesystem::path, SystemError> setAside();
+
+    /** Takes it back from there. ENOENT when the user has removed the document: there is no job any
+     *  more. */
+    Result<void, SystemError> restore();
+
+private:
+    const std::shared_ptr<const SpoolFolders> folders_;
+    const std::string id_;
+    const JobTicket ticket_;
+    const std::uint64_t length_;
+    /** Its name in `unsaved/`. */
+    std::optional<std::string> setAside_;
+};
+
+} // namespace korvane
