@@ -156,15 +156,6 @@ TEST_F(WorkerDocumentTest, TellsWhyItWasNotWritten)
     EXPECT_EQ(written->error().kind, WriteKind::cannotWrite);
 }
 
-TEST_F(WorkerDocumentTest, MayBeWrittenWhateverItsPagesHaveLost)
-{
-    const auto document = open(1);
-    document->write({}, {}, share(makeMemoryFile()), [](const auto&) {});
-    document->recognizePage(0, 300, "eng", [](const auto&) {});
-    EXPECT_GE(workers.take().request.reservedTime, 5s);
-    EXPECT_EQ(workers.take().request.reservedTime, 0s);
-}
-
 TEST_F(WorkerDocumentTest, EndsItsRequestsWhenItIsDestroyed)
 {
     auto document = open(1);
