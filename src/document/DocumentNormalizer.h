@@ -6,6 +6,7 @@
 #include "base/Result.h"
 #include "base/SystemError.h"
 #include "recognition/DocumentService.h"
+#include "spool/Spool.h"
 
 #include <functional>
 #include <string>
@@ -55,5 +56,13 @@ using Completion = std::function<void(Result<DocumentFile, NormalizeError>)>;
  */
 void normalize(const DocumentFile& document, DocumentService& documents, const MakeFile& makeFile,
                const Completion& completion);
+
+/** The same with a file of the spool. */
+inline void normalize(const DocumentFile& document, DocumentService& documents, const Spool& spool,
+                      const Completion& completion)
+{
+    normalize(
+        document, documents, [&spool] { return spool.makeFile(); }, completion);
+}
 
 } // namespace korvane::DocumentNormalizer
