@@ -1,6 +1,9 @@
 #include "server/IPPOperations.h"
 
+#include "base/DocumentMapping.h"
 #include "base/TimeText.h"
+#include "document/TemporaryDocument.h"
+#include "ipp/DocumentFormat.h"
 #include "ipp/IPPCodec.h"
 #include "ipp/PrinterAttributes.h"
 
@@ -49,10 +52,11 @@ IPPMessage makeResponse(const IPPMessage& request, IPPStatus status,
 
 } // namespace
 
-IPPOperations::IPPOperations(std::shared_ptr<SerialQueue> queue, Queue& converting,
-                             const Clock& clock, Log& log, MemoryQuota documents,
-                             DescriptorProvider descriptorProvider, JobHandler jobHandler)
-    : queue_(std::move(queue)), converting_(converting), clock_(clock), log_(log),
+IPPOperations::IPPOperations(std::shared_ptr<SerialQueue> queue, Queue& files,
+                             DocumentService& converter, const Clock& clock, Log& log,
+                             MemoryQuota documents, DescriptorProvider descriptorProvider,
+                             JobHandler jobHandler)
+    : queue_(std::move(queue)), files_(files), converter_(converter), clock_(clock), log_(log),
       documents_(std::move(documents)), descriptorProvider_(std::move(descriptorProvider)),
       jobHandler_(std::move(jobHandler)), pendingJobBuffers_(*queue_, log, {})
 {
@@ -151,33 +155,44 @@ void IPPOperations::sendDocument(const IPPMessage& request, const Completion& co
 void IPPOperations::submit(const SubmittedJob& job, const Completion& completion)
 {
     const DocumentFormat* format = recognizeFormat(job.document.text());
-    if (format == nullptr || format->conversion == DocumentFormat::Conversion::none) {
-        completion(finish(job, DocumentNormalizer::normalize(job.document, format)));
-        return;
-    }
-    converting_.async([weak = weak_from_this(), queue = queue_, documents = documents_, format, job,
-                       completion] {
-        auto pdf = DocumentNormalizer::normalize(job.document, format).map([&](const Data& made) {
-            return documents.track(made);
+    if (format != nullptr && format->conversion == DocumentFormat::Conversion::none)
+        return finish(job, job.document, completion);
+    const auto normalized = [weak = weak_from_this(), queue = queue_, job,
+                             completion](const Result<DocumentFile, NormalizeError>& pdf) {
+        queue->async([weak, job, completion, pdf] {
+            const auto self = weak.lock();
+            if (!self) return;
+            const auto data = pdf.and_then([](const DocumentFile& file) {
+                return mapDocument(file).map_error([](SystemError error) {
+                    return NormalizeError{NormalizeError::StorageFailed{error}};
+                });
+            });
+            self->finish(job, data, completion);
         });
-        queue->async([weak, job, completion, pdf = std::move(pdf)] {
-            if (const auto self = weak.lock()) completion(self->finish(job, pdf));
-        });
+    };
+    files_.async([&converter = converter_, document = job.document, normalized] {
+        const auto file = writeTemporaryDocument(document);
+        if (!file)
+            return normalized(failure(NormalizeError{NormalizeError::StorageFailed{file.error()}}));
+        DocumentNormalizer::normalize(*file, converter, makeTemporaryFile, normalized);
     });
 }
 
-IPPOperations::Outcome IPPOperations::finish(const SubmittedJob& job, const Normalized& pdf)
+void IPPOperations::finish(const SubmittedJob& job, const Normalized& pdf,
+                           const Completion& completion)
 {
     if (!pdf) {
         const std::string refusal = job.id
                                         ? fmt::format("send-document for job {} rejected", *job.id)
                                         : "rejecting unrecognized document";
         log_.error(fmt::format("IPPServer: {} — {}", refusal, pdf.error().description()));
-        return {.status = IPPStatus::clientErrorDocumentFormatNotSupported};
+        return completion({.status = pdf.error().isRefusal()
+                                         ? IPPStatus::clientErrorDocumentFormatNotSupported
+                                         : IPPStatus::serverErrorInternalError});
     }
     const std::int32_t id = job.id ? *job.id : takeJobID();
     jobHandler_(job.name, *pdf);
-    return completedJob(id);
+    completion(completedJob(id));
 }
 
 /** One document after the other; a single one is not copied. */

@@ -46,10 +46,11 @@ public:
     using JobHandler = std::function<void(const std::string& jobName, const Data& pdf)>;
     using Answer = std::function<void(HTTPResponse)>;
 
-    /** Documents are converted on `converting` and counted by `documents`. */
-    IPPOperations(std::shared_ptr<SerialQueue> queue, Queue& converting, const Clock& clock,
-                  Log& log, MemoryQuota documents, DescriptorProvider descriptorProvider,
-                  JobHandler jobHandler);
+    /** Documents are written for their conversion by `converter` on `files`, and counted by
+     *  `documents`. */
+    IPPOperations(std::shared_ptr<SerialQueue> queue, Queue& files, DocumentService& converter,
+                  const Clock& clock, Log& log, MemoryQuota documents,
+                  DescriptorProvider descriptorProvider, JobHandler jobHandler);
 
     /** Answers a request that carries IPP, once. The answer is dropped, perhaps on another thread,
      *  when the operations end while the document is being converted. */
@@ -62,7 +63,8 @@ private:
         std::vector<IPPAttributeGroup> groups;
     };
     using Completion = std::function<void(Outcome)>;
-    using Normalized = Result<Data, DocumentNormalizer::NormalizeError>;
+    using NormalizeError = DocumentNormalizer::NormalizeError;
+    using Normalized = Result<Data, NormalizeError>;
 
     /** A job whose document is complete; one of Print-Job gets its id when it is accepted. */
     struct SubmittedJob {
@@ -77,7 +79,7 @@ private:
     void sendDocument(const IPPMessage& request, const Completion& completion);
 
     void submit(const SubmittedJob& job, const Completion& completion);
-    Outcome finish(const SubmittedJob& job, const Normalized& pdf);
+    void finish(const SubmittedJob& job, const Normalized& pdf, const Completion& completion);
     Data joined(const std::vector<Data>& documents) const;
     std::string jobName(const IPPMessage& request) const;
     std::int32_t takeJobID();
@@ -86,7 +88,8 @@ private:
                                    std::string_view reason) const;
 
     const std::shared_ptr<SerialQueue> queue_;
-    Queue& converting_;
+    Queue& files_;
+    DocumentService& converter_;
     const Clock& clock_;
     Log& log_;
     const MemoryQuota documents_;

@@ -70,9 +70,9 @@ IPPServer::IPPServer(std::uint16_t configuredPort,
     const MemoryQuota documents;
     connections_ = std::make_unique<ConnectionTable>(
         queue_, log_, documents, environment.limits,
-        makeRouter(std::make_shared<IPPOperations>(queue_, environment.queues.utility(),
-                                                   environment.clock, log_, documents,
-                                                   descriptorProvider_, std::move(jobHandler))));
+        makeRouter(std::make_shared<IPPOperations>(
+            queue_, environment.queues.utility(), environment.documents, environment.clock, log_,
+            documents, descriptorProvider_, std::move(jobHandler))));
 }
 
 IPPServer::~IPPServer()

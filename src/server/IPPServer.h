@@ -27,6 +27,7 @@ struct ServerEnvironment {
     TCPNetwork& network;
     const Clock& clock;
     Log& log;
+    DocumentService& documents;
     /** Where the printer is advertised; nowhere without. */
     ServiceDirectory* directory = nullptr;
     /** Where the choice of the advertised interface comes from; all interfaces without. */

@@ -2,7 +2,6 @@
 
 #include "base/DocumentFile.h"
 #include "base/FileDescriptor.h"
-#include "base/Log.h"
 #include "base/Result.h"
 #include "base/SystemError.h"
 #include "spool/JobTicket.h"
@@ -12,6 +11,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,8 +19,8 @@ namespace korvane {
 
 /**
  * Where documents are while they arrive, and jobs from the moment in which they are accepted until
- * they are saved: files in `spool/` of the state folder. A job that is there is finished by whatever
- * agent finds it, after any end of the one that accepted it.
+ * they are saved: files in `spool/` of the state folder. A job that is there is finished by
+ * whatever agent finds it, after any end of the one that accepted it.
  *
  * What cannot be saved for now, or is no document, is kept in `unsaved/` beside it, under a name
  * that the user can tell.
@@ -39,10 +39,14 @@ public:
 
     /** Makes the folders for the user's eyes only. One agent uses a spool at a time: while another
      *  does, every call fails with EBUSY. */
-    Spool(const std::filesystem::path& stateFolder, Limits limits, Log& log);
+    Spool(const std::filesystem::path& stateFolder, Limits limits);
+    explicit Spool(const std::filesystem::path& stateFolder) : Spool(stateFolder, Limits{}) {}
     Spool(const Spool&) = delete;
     Spool& operator=(const Spool&) = delete;
     ~Spool();
+
+    /** Whether this agent has the spool, or why not. */
+    Result<void, SystemError> check() const;
 
     /** Whether so many bytes more can be written and leave the reserve free. */
     bool hasRoom(std::uint64_t bytes) const;
@@ -61,8 +65,8 @@ public:
      *  `unsaved/` included; what belongs to no job is removed. Called once, before `accept`. */
     std::vector<std::shared_ptr<SpooledJob>> recover();
 
-    /** Removes what an agent that was killed has left half-written in a save folder. Such a file
-     *  that some running process still writes stays. */
+    /** Removes what an agent that was killed has left half-written in a save folder. What some
+     *  running process still writes stays, and so does what a job of `recover` needs. */
     void removeStrays(const std::filesystem::path& saveDirectory) const;
 
     /** Keeps the bytes of a document that was refused in `unsaved/`, and says where. */
@@ -73,9 +77,12 @@ public:
     const std::filesystem::path& unsavedFolder() const;
 
 private:
-    const std::shared_ptr<class SpoolFolders> folders_;
+    void recoverSpooled(std::vector<std::shared_ptr<SpooledJob>>& jobs);
+
+    const std::shared_ptr<const SpoolFolders> folders_;
     const Limits limits_;
-    Log& log_;
+    /** Names of files in save folders that jobs are to get. Not changed after `recover`. */
+    std::set<std::string> neededFiles_;
 };
 
 } // namespace korvane

@@ -3,15 +3,17 @@
 #include "base/DocumentFile.h"
 #include "base/Result.h"
 #include "base/SystemError.h"
-#include "spool/JobTicket.h"
+#include "spool/JobRecord.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
+#include <variant>
 
 namespace korvane {
 
+class SaveFolder;
 class SpoolFolders;
 
 /**
@@ -21,16 +23,25 @@ class SpoolFolders;
  */
 class SpooledJob {
 public:
-    SpooledJob(std::shared_ptr<const SpoolFolders> folders, std::string id, JobTicket ticket,
-               std::uint64_t length);
+    /** Where the job's file is. */
+    struct Spooled {};
+    /** Its PDF is in the save folder under a temporary name, or has got its name there. */
+    struct Publishing {};
+    struct Unsaved {
+        std::string name;
+    };
+    using Place = std::variant<Spooled, Publishing, Unsaved>;
 
-    const JobTicket& ticket() const { return ticket_; }
+    SpooledJob(std::shared_ptr<const SpoolFolders> folders, std::string id, JobRecord record,
+               Place place);
+
+    const JobTicket& ticket() const { return record_.ticket; }
 
     /** Opens the document. */
     Result<DocumentFile, SystemError> open() const;
 
     /** Whether it is in `unsaved/`. */
-    bool isSetAside() const { return setAside_.has_value(); }
+    bool isSetAside() const { return std::holds_alternative<Unsaved>(place_); }
 
     /**
      * Puts a PDF made of the document, a file of `Spool::makeFile` that was written, into the save
@@ -45,7 +56,8 @@ public:
      */
     Result<std::filesystem::path, SystemError> publishAsReceived();
 
-    /** Moves the job to `unsaved/`, where the user can open its document, and says where that is. */
+    /** Moves the job to `unsaved/`, where the user can open its document, and says where that is.
+     *  One whose publishing was interrupted stays where it is. */
     Result<std::filesystem::path, SystemError> setAside();
 
     /** Takes it back from there. ENOENT when the user has removed the document: there is no job any
@@ -53,12 +65,19 @@ public:
     Result<void, SystemError> restore();
 
 private:
+    using Add = std::function<Result<void, SystemError>(SaveFolder&, const std::string&)>;
+
+    std::filesystem::path path() const;
+    Result<std::filesystem::path, SystemError> publishWith(const Add& add);
+    Result<std::filesystem::path, SystemError> finishPublishing(SaveFolder& folder);
+    Result<void, SystemError> cutRecord(int file) const;
+    Result<void, SystemError> move(Place place);
+    void remove();
+
     const std::shared_ptr<const SpoolFolders> folders_;
     const std::string id_;
-    const JobTicket ticket_;
-    const std::uint64_t length_;
-    /** Its name in `unsaved/`. */
-    std::optional<std::string> setAside_;
+    JobRecord record_;
+    Place place_;
 };
 
 } // namespace korvane

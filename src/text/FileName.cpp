@@ -15,10 +15,9 @@ std::string withoutRefusedCharacters(std::string_view text)
     return name;
 }
 
-std::string fittingFileName(std::string_view name, std::string_view ending)
+std::string fittingFileName(std::string_view name, std::string_view ending, std::size_t limit)
 {
-    constexpr std::size_t maxFileNameLength = 255;
-    const std::size_t left = maxFileNameLength - std::min(ending.size(), maxFileNameLength);
+    const std::size_t left = limit - std::min(ending.size(), limit);
     return std::string(prefixFitting(name, left)).append(ending);
 }
 

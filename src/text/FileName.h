@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -10,8 +11,9 @@ namespace korvane::text {
  *  name: / : \ ? % * | " < > */
 std::string withoutRefusedCharacters(std::string_view text);
 
-/** The name with the ending behind it, the name cut between characters so that both fit into the
- *  255 bytes that a file name may have. */
-std::string fittingFileName(std::string_view name, std::string_view ending);
+/** The name with the ending behind it, the name cut between characters so that both fit into so
+ *  many bytes; most file systems take 255. */
+std::string fittingFileName(std::string_view name, std::string_view ending,
+                            std::size_t limit = 255);
 
 } // namespace korvane::text

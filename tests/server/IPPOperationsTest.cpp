@@ -1,10 +1,10 @@
 #include "server/IPPOperations.h"
 
 #include "ipp/IPPCodec.h"
+#include "support/FakeDocuments.h"
 #include "support/ManualClock.h"
 #include "support/ManualQueues.h"
 #include "support/RecordingLog.h"
-#include "support/URFBuilder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -34,10 +34,7 @@ struct Job {
     friend bool operator==(const Job&, const Job&) = default;
 };
 
-Data smallRaster()
-{
-    return test::URFBuilder(1).page(test::Raster{.width = 4, .height = 2}, 300).build();
-}
+constexpr std::string_view raster("UNIRAST\0\0\0\0\1", 12);
 
 /** The operations with one client that asks and reads the answers. */
 class IPPOperationsTest : public testing::Test {
@@ -107,9 +104,10 @@ protected:
     ManualClock clock;
     RecordingLog log;
     std::vector<Job> jobs;
+    FakeDocuments converter;
     MemoryQuota documents;
     std::shared_ptr<IPPOperations> operations = std::make_shared<IPPOperations>(
-        queues.queue("ipp.server"), queues.utility(), clock, log, documents,
+        queues.queue("ipp.server"), queues.utility(), converter, clock, log, documents,
         [] {
             return PrinterDescriptor{"Office", "ipp://desk/print", "0a0b", "desk"};
         },
@@ -164,16 +162,18 @@ TEST_F(IPPOperationsTest, ARefusedDocumentUsesNoJobID)
 TEST_F(IPPOperationsTest, ARasterDocumentIsConvertedWhileOthersAreAnswered)
 {
     HTTPRequest http;
-    http.body = ipp::encode(request(0x0002, named("Photo"), smallRaster().text()));
+    http.body = ipp::encode(request(0x0002, named("Photo"), raster));
     std::optional<HTTPResponse> answer;
     operations->handleRequest(http, [&](HTTPResponse response) { answer = std::move(response); });
     EXPECT_FALSE(answer);
     EXPECT_EQ(jobOf(ask(request(0x0002, named("Letter"), "%PDF"))), completed(1));
     ASSERT_TRUE(answer);
     EXPECT_THAT(jobs, SizeIs(2));
-    EXPECT_THAT(jobs, Contains(testing::Field(&Job::document, StartsWith("%PDF-"))));
+    EXPECT_THAT(jobs, Contains(Job{"Photo", "%PDF-converted"}));
 
-    http.body = ipp::encode(request(0x0002, {}, std::string_view("UNIRAST\0\0\0\0\0", 12)));
+    converter.conversionError =
+        DocumentError{DocumentError::Kind::conversion, "Unsupported URF: zero pages"};
+    http.body = ipp::encode(request(0x0002, {}, raster));
     operations->handleRequest(http, [&](HTTPResponse response) { answer = std::move(response); });
     queues.run();
     EXPECT_EQ(ipp::decode(answer->body)->code,
@@ -185,7 +185,7 @@ TEST_F(IPPOperationsTest, ARasterDocumentIsConvertedWhileOthersAreAnswered)
 TEST_F(IPPOperationsTest, AConversionThatOutlivesThemIsDroppedWithItsAnswer)
 {
     HTTPRequest http;
-    http.body = ipp::encode(request(0x0002, named("Photo"), smallRaster().text()));
+    http.body = ipp::encode(request(0x0002, named("Photo"), raster));
     const auto client = std::make_shared<int>();
     operations->handleRequest(http, [client](const HTTPResponse&) { FAIL() << "nobody waits"; });
     http = {};

@@ -1,12 +1,12 @@
 #include "server/IPPServer.h"
 
+#include "support/FakeDocuments.h"
 #include "support/FakeNetwork.h"
 #include "support/FakeNetworkPaths.h"
 #include "support/FakeServiceDirectory.h"
 #include "support/ManualClock.h"
 #include "support/ManualQueues.h"
 #include "support/RecordingLog.h"
-#include "support/URFBuilder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -52,6 +52,7 @@ protected:
              .network = network,
              .clock = clock,
              .log = log,
+             .documents = converter,
              .directory = &directory,
              .paths = &paths,
              .limits = limits});
@@ -81,8 +82,7 @@ protected:
     std::shared_ptr<FakeConnection> connectPrinting()
     {
         const auto client = connect();
-        client->clientSends(printJob(
-            test::URFBuilder(1).page(test::Raster{.width = 1, .height = 1}, 72).build().text()));
+        client->clientSends(printJob(std::string_view("UNIRAST\0\0\0\0\1", 12)));
         return client;
     }
 
@@ -113,6 +113,7 @@ protected:
     FakeNetworkPaths paths;
     ManualClock clock;
     RecordingLog log;
+    FakeDocuments converter;
     std::string printerName = "Office";
     std::vector<std::uint16_t> readyPorts;
     std::vector<int> unavailable;

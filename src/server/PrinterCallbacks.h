@@ -1,0 +1,28 @@
+#pragma once
+
+#include "ipp/PrinterDescriptor.h"
+#include "spool/JobTicket.h"
+#include "spool/SpooledJob.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace korvane {
+
+/** What a server asks and tells the printer that it is the network face of. */
+struct PrinterCallbacks {
+    /** The printer as clients see it. Called on the server's queue. */
+    std::function<PrinterDescriptor()> descriptor;
+    /** What it takes to finish a job of that name, which is about to be accepted. Called in the
+     *  background, several at a time. */
+    std::function<JobTicket(const std::string& jobName)> ticket;
+    /** Takes a job that is in the spool. Called on the server's queue, once a job. */
+    std::function<void(std::shared_ptr<SpooledJob>)> jobAccepted;
+    /** Told where the bytes of a document are that could not be read as one. Called on the server's
+     *  queue. */
+    std::function<void(const std::filesystem::path&)> documentRefused;
+};
+
+} // namespace korvane

@@ -1,0 +1,72 @@
+#include "spool/SpoolFolders.h"
+
+#include "base/AtomicFile.h"
+#include "base/FileWriting.h"
+#include "base/Files.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <span>
+
+namespace korvane {
+
+namespace {
+
+constexpr std::size_t maxRecordSize = std::size_t{1} << 20;
+
+} // namespace
+
+SpoolFolders::SpoolFolders(const std::filesystem::path& stateFolder)
+    : spool_(stateFolder / "spool"), unsaved_(stateFolder / "unsaved")
+{
+    createPrivateFolders(spool_);
+    createPrivateFolders(unsaved_);
+    lock_ = FileDescriptor(::open(spool_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!lock_) {
+        error_ = SystemError::last();
+    } else if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        error_ = SystemError{EBUSY};
+    }
+}
+
+Result<void, SystemError> SpoolFolders::check() const
+{
+    if (error_) return failure(*error_);
+    return {};
+}
+
+void SpoolFolders::synchronizeSpool() const
+{
+    ::fsync(lock_.get());
+}
+
+void SpoolFolders::synchronizeUnsaved() const
+{
+    const FileDescriptor folder(::open(unsaved_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder) ::fsync(folder.get());
+}
+
+std::optional<JobRecord> readRecord(const std::filesystem::path& file)
+{
+    const auto content = readFile(file, maxRecordSize);
+    if (!content) return std::nullopt;
+    return decodeRecord(content->text());
+}
+
+Result<void, SystemError> writeRecord(const std::filesystem::path& file, const JobRecord& record)
+{
+    const std::string text = encodeRecord(record);
+    return writeFileAtomically(
+        file, std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+}
+
+Result<void, SystemError> truncateToDocument(int file, std::uint64_t length)
+{
+    if (::ftruncate(file, static_cast<off_t>(length)) != 0) return failure(SystemError::last());
+    return synchronizeFile(file);
+}
+
+} // namespace korvane

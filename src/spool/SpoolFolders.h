@@ -1,0 +1,65 @@
+#pragma once
+
+#include "base/FileDescriptor.h"
+#include "base/Result.h"
+#include "base/SystemError.h"
+#include "spool/JobRecord.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace korvane {
+
+/**
+ * The folders of a spool and how files are named there. A job is ID.job, its document and a record
+ * behind it; where there is ID.record as well, that holds. While its file lies in the save folder
+ * under a temporary name, about to get its own, the job is ID.publishing. In `unsaved/` a document
+ * has a name for the user, and its record that name with a dot before it.
+ */
+class SpoolFolders {
+public:
+    /** Makes them, and locks the spool for this process. */
+    explicit SpoolFolders(const std::filesystem::path& stateFolder);
+
+    /** Whether the spool is ours; EBUSY while another process has it. */
+    Result<void, SystemError> check() const;
+
+    const std::filesystem::path& spool() const { return spool_; }
+    const std::filesystem::path& unsaved() const { return unsaved_; }
+
+    std::filesystem::path jobFile(const std::string& id) const { return spool_ / (id + ".job"); }
+    std::filesystem::path publishingFile(const std::string& id) const
+    {
+        return spool_ / (id + ".publishing");
+    }
+    std::filesystem::path jobRecord(const std::string& id) const
+    {
+        return spool_ / (id + ".record");
+    }
+    std::filesystem::path unsavedRecord(const std::string& name) const
+    {
+        return unsaved_ / ("." + name + ".record");
+    }
+
+    /** Has the disk take the names of jobs. */
+    void synchronizeSpool() const;
+    void synchronizeUnsaved() const;
+
+private:
+    std::filesystem::path spool_;
+    std::filesystem::path unsaved_;
+    FileDescriptor lock_;
+    std::optional<SystemError> error_;
+};
+
+/** A record in a file of its own; nothing when there is none. */
+std::optional<JobRecord> readRecord(const std::filesystem::path& file);
+
+/** Replaces what is there, whole and synced. */
+Result<void, SystemError> writeRecord(const std::filesystem::path& file, const JobRecord& record);
+
+/** Cuts what is behind the document away. */
+Result<void, SystemError> truncateToDocument(int file, std::uint64_t length);
+
+} // namespace korvane

@@ -1,0 +1,133 @@
+#include "spool/UnsavedFolder.h"
+
+#include "base/FileWriting.h"
+#include "base/Files.h"
+#include "spool/SaveFolder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+namespace korvane::unsaved {
+
+namespace {
+
+constexpr std::string_view recordEnding = ".record";
+
+/** Leaves room for what a record's name has more. */
+constexpr std::size_t maxName = 240;
+
+constexpr int maxAttempts = 10000;
+
+/** Renames a job's file, which then is just the document. */
+Result<void, SystemError> moveTo(const std::filesystem::path& target,
+                                 const std::filesystem::path& jobFile, std::uint64_t length)
+{
+    const FileDescriptor file(::open(jobFile.c_str(), O_RDWR | O_CLOEXEC));
+    if (!file) return failure(SystemError::last());
+    if (::renameat2(AT_FDCWD, jobFile.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0)
+        return failure(SystemError::last());
+    return truncateToDocument(file.get(), length);
+}
+
+struct KeptDocument {
+    std::filesystem::path path;
+    timespec modified{};
+    std::uint64_t size = 0;
+};
+
+/** The documents that are no jobs, the newest first. */
+std::vector<KeptDocument> documents(const SpoolFolders& folders)
+{
+    std::vector<KeptDocument> found;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(folders.unsaved(), ignored)) {
+        const std::string name = entry.path().filename();
+        struct stat status {};
+        if (name.starts_with('.') || fileExists(folders.unsavedRecord(name)) ||
+            ::lstat(entry.path().c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+            continue;
+        found.push_back({.path = entry.path(),
+                         .modified = status.st_mtim,
+                         .size = static_cast<std::uint64_t>(status.st_size)});
+    }
+    std::ranges::sort(found, std::ranges::greater(), [](const KeptDocument& document) {
+        return std::pair(document.modified.tv_sec, document.modified.tv_nsec);
+    });
+    return found;
+}
+
+void removeOldest(const SpoolFolders& folders, std::size_t maxDocuments, std::uint64_t maxBytes)
+{
+    std::size_t count = 0;
+    std::uint64_t bytes = 0;
+    for (const KeptDocument& document : documents(folders)) {
+        bytes += document.size;
+        if (++count > maxDocuments || bytes > maxBytes) ::unlink(document.path.c_str());
+    }
+}
+
+} // namespace
+
+Result<std::string, SystemError>
+moveJob(const SpoolFolders& folders, const std::filesystem::path& jobFile, const JobRecord& record)
+{
+    for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
+        std::string name = numberedName(record.ticket.fileName, attempt, maxName);
+        const auto recordFile = folders.unsavedRecord(name);
+        if (fileExists(folders.unsaved() / name) || fileExists(recordFile)) continue;
+        // A record without its document means nothing, a document without its record is no job.
+        if (auto written = writeRecord(recordFile, record); !written)
+            return failure(written.error());
+        const auto moved = moveTo(folders.unsaved() / name, jobFile, record.length);
+        if (moved) return name;
+        ::unlink(recordFile.c_str());
+        if (moved.error().code != EEXIST) return failure(moved.error());
+    }
+    return failure(SystemError{EEXIST});
+}
+
+std::vector<std::pair<std::string, JobRecord>> jobs(const SpoolFolders& folders)
+{
+    std::vector<std::pair<std::string, JobRecord>> found;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(folders.unsaved(), ignored)) {
+        const std::string name = entry.path().filename();
+        if (!name.starts_with('.') || !name.ends_with(recordEnding)) continue;
+        std::string document = name.substr(1, name.size() - 1 - recordEnding.size());
+        auto record = readRecord(entry.path());
+        if (record && fileExists(folders.unsaved() / document)) {
+            found.emplace_back(std::move(document), *std::move(record));
+        } else {
+            ::unlink(entry.path().c_str());
+        }
+    }
+    return found;
+}
+
+Result<std::filesystem::path, SystemError>
+keepDocument(const SpoolFolders& folders, const std::string& name, const DocumentFile& document,
+             std::size_t maxDocuments, std::uint64_t maxBytes)
+{
+    auto folder = SaveFolder::open(folders.unsaved());
+    if (!folder) return failure(folder.error());
+    const std::string temporary = makeTemporaryName();
+    if (auto copied = folder->copy(document, temporary); !copied) return failure(copied.error());
+    const auto placed = folder->place(temporary, name);
+    if (!placed) {
+        folder->remove(temporary);
+        return failure(placed.error());
+    }
+    removeOldest(folders, maxDocuments, maxBytes);
+    return folder->pathOf(*placed);
+}
+
+} // namespace korvane::unsaved
