@@ -97,9 +97,9 @@ TEST(RoutePath, TellsWiredInterfacesFromOthers)
         {"a bridge", device(20, "x", "bridge"), givenAddress, InterfaceType::other},
         {"a tap", device(20, "x", "tun"), givenAddress, InterfaceType::other},
         {"a dummy", device(20, "x", "dummy"), givenAddress, InterfaceType::other},
-        {"a container's cable", device(20, "x", "veth"), givenAddress,
+        {"a container's only cable", device(20, "x", "veth"), givenAddress,
          InterfaceType::wiredEthernet},
-        {"the host's end of a cable", device(20, "x", "veth"), ownAddress, InterfaceType::other},
+        {"a cable without an address", device(20, "x", "veth"), ownAddress, InterfaceType::other},
         {"a bond with a wired port", device(20, "x", "bond"), givenAddress,
          InterfaceType::wiredEthernet},
         {"a bond without ports", device(21, "x", "bond"), givenAddress, InterfaceType::other},
@@ -148,6 +148,20 @@ TEST(RoutePath, TellsWiredInterfacesFromOthers)
         ASSERT_EQ(path.availableInterfaces.size(), 1U);
         EXPECT_EQ(path.availableInterfaces[0].type, type);
     }
+}
+
+TEST(RoutePath, TakesAContainersCableForWiredWhereTheDefaultRouteLeads)
+{
+    RouteSnapshot snapshot;
+    add(snapshot, device(2, "wl"));
+    add(snapshot, device(3, "cable", "veth"));
+    snapshot.defaultRoutes = {{.metric = 600, .interfaceIndex = 2}};
+    const auto host = pathOf(snapshot, driverType).availableInterfaces;
+    EXPECT_EQ(host.at(1).type, InterfaceType::other);
+
+    snapshot.defaultRoutes = {{.isIPv6 = true, .metric = 600, .interfaceIndex = 3}};
+    const auto container = pathOf(snapshot, driverType).availableInterfaces;
+    EXPECT_EQ(container.at(0).type, InterfaceType::wiredEthernet);
 }
 
 } // namespace
