@@ -7,8 +7,6 @@
 namespace korvane {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /** The TXT record as it is on the network. */
 std::string txtBytes(const std::map<std::string, std::string>& pairs)
@@ -34,17 +32,6 @@ TEST(AvahiService, LeavesOutAPairThatOneByteCannotCount)
     EXPECT_EQ(txtBytes({{"note", longest + "x"}, {"a", "1"}}), "\x03"
                                                                "a=1");
     EXPECT_EQ(txtBytes({{"note", longest + "x"}}), std::string(1, '\0'));
-}
-
-TEST(AvahiService, NamesItsSubtypesInFull)
-{
-    const auto plain = avahiService({.type = "_ipp._tcp"});
-    EXPECT_EQ(plain.type, "_ipp._tcp");
-    EXPECT_THAT(plain.subtypes, IsEmpty());
-    const auto several = avahiService({.type = "_ipp._tcp,_universal,_print"});
-    EXPECT_EQ(several.type, "_ipp._tcp");
-    EXPECT_THAT(several.subtypes,
-                ElementsAre("_universal._sub._ipp._tcp", "_print._sub._ipp._tcp"));
 }
 
 TEST(AvahiService, ShowsAsMuchOfANameAsFits)
