@@ -15,6 +15,7 @@
 #include "support/ManualQueues.h"
 #include "support/RecordingLog.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSpool.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -167,6 +168,8 @@ protected:
     FakeDocuments documents;
     TemporaryFolder home;
     TemporaryFolder scans;
+    TestSpool spool;
+    FolderQueues folders{queues.background()};
     SettingsStore store{home.path(), "Office Mac"};
     ServerEnvironment environment{.queues = queues,
                                   .network = network,
@@ -176,6 +179,8 @@ protected:
                                   .directory = &directory};
     OCR ocr{queues, documents, {"eng"}, log};
     JobEnvironment jobs{.queues = queues,
+                        .folders = folders,
+                        .spool = *spool,
                         .clock = clock,
                         .log = log,
                         .documents = documents,
