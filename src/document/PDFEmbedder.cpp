@@ -1,14 +1,13 @@
 #include "document/PDFEmbedder.h"
 
 #include "base/AtomicFile.h"
-#include "base/SystemError.h"
 #include "ipp/DocumentFormat.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdint>
+#include <memory>
 #include <utility>
 
 namespace korvane::PDFEmbedder {
@@ -46,14 +45,13 @@ bool beginsLikePDF(int file)
     return ::pread(file, start.data(), start.size(), 0) > 0 && start == magic;
 }
 
-Result<DocumentFile, Error> takeOutput(SharedDescriptor file)
+Result<void, Error> publish(AtomicFile& file)
 {
-    if (!beginsLikePDF(file->get()))
+    if (!beginsLikePDF(file.descriptor()))
         return failure(Error{Error::Code::workerFailed, "its output is not a PDF"});
-    struct stat status {};
-    if (::fstat(file->get(), &status) != 0)
-        return failure(Error{Error::Code::cannotWrite, SystemError::last().description()});
-    return DocumentFile{std::move(file), static_cast<std::uint64_t>(status.st_size)};
+    return file.publish().map_error([](const SystemError& error) {
+        return Error{Error::Code::cannotWrite, error.description()};
+    });
 }
 
 } // namespace
@@ -79,22 +77,26 @@ std::string Error::description() const
 }
 
 void writeSearchablePDF(OpenDocument& source, std::span<const OCRPageResult> pages,
-                        DocumentInformation information, const Spool& spool, Queue& files,
-                        Completion completion)
+                        const std::filesystem::path& destination, DocumentInformation information,
+                        Queue& files, Completion completion)
 {
     information.insert_or_assign("Creator", "Korvane");
-    auto made = spool.makeFile();
-    if (!made) {
+    auto created = AtomicFile::create(destination);
+    if (!created) {
         return completion(
-            failure(Error{Error::Code::cannotCreateDestination, made.error().description()}));
+            failure(Error{Error::Code::cannotCreateDestination, created.error().description()}));
     }
-    const SharedDescriptor file = share(*std::move(made));
-    source.write(makeLayers(pages), std::move(information), file,
+    const auto file = std::make_shared<AtomicFile>(*std::move(created));
+    auto output = share(FileDescriptor(::fcntl(file->descriptor(), F_DUPFD_CLOEXEC, 0)));
+    if (!*output) {
+        return completion(failure(
+            Error{Error::Code::cannotCreateDestination, SystemError::last().description()}));
+    }
+    source.write(makeLayers(pages), std::move(information), std::move(output),
                  [file, &files,
                   completion = std::move(completion)](const Result<void, PDFWriteError>& written) {
                      files.async([file, completion, written] {
-                         completion(written ? takeOutput(file)
-                                            : failure(makeError(written.error())));
+                         completion(written ? publish(*file) : failure(makeError(written.error())));
                      });
                  });
 }
