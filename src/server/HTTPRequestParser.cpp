@@ -14,30 +14,9 @@ namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
 
-/** What a header takes beside its characters: two strings in a node of the map. */
-constexpr std::size_t headerOverhead = 2 * sizeof(std::string) + 6 * sizeof(void*);
-
-using Bytes = std::span<const std::uint8_t>;
-
-std::string_view asText(Bytes bytes)
+std::string_view asText(std::span<const std::uint8_t> bytes)
 {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-Bytes asBytes(std::string_view text)
-{
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-/** Takes up to `remaining` bytes off the front of the input, and counts them off. */
-template <typename Count>
-Bytes takeFront(Bytes& input, Count& remaining)
-{
-    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, input.size()));
-    const Bytes taken = input.first(count);
-    input = input.subspan(count);
-    remaining -= count;
-    return taken;
 }
 
 bool contains(std::string_view text, std::string_view part)
@@ -81,19 +60,25 @@ std::optional<std::uint64_t> readChunkSize(std::string_view line)
 
 } // namespace
 
-HTTPRequestParser::Result HTTPRequestParser::parse(Input& input)
+void HTTPRequestParser::append(std::span<const std::uint8_t> bytes)
+{
+    // A body on its own need not pass through the buffer.
+    std::size_t* remaining = bodyRemaining();
+    if (remaining != nullptr && buffer_.empty()) bytes = bytes.subspan(takeBody(*remaining, bytes));
+    buffer_.append(bytes);
+}
+
+HTTPRequestParser::Result HTTPRequestParser::parse()
 {
     for (;;) {
-        Step report = std::visit([&](auto& phase) { return step(phase, input); }, phase_);
-        if (!report) continue;
-        if (const auto* error = std::get_if<Error>(&*report)) phase_ = Failed{*error};
-        return *std::move(report);
+        Step report = std::visit([this](auto& phase) { return step(phase); }, phase_);
+        if (report) return *std::move(report);
     }
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(RequestLine /*phase*/, Input& input)
+HTTPRequestParser::Step HTTPRequestParser::step(RequestLine /*phase*/)
 {
-    const Line line = takeSectionLine(input);
+    const Line line = takeSectionLine();
     if (!line) return line.error();
     std::string_view rest = *line;
     request_.method = takeField(rest);
@@ -104,11 +89,11 @@ HTTPRequestParser::Step HTTPRequestParser::step(RequestLine /*phase*/, Input& in
     return std::nullopt;
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(Headers /*phase*/, Input& input)
+HTTPRequestParser::Step HTTPRequestParser::step(Headers /*phase*/)
 {
-    const Line line = takeSectionLine(input);
+    const Line line = takeSectionLine();
     if (!line) return line.error();
-    return line->empty() ? finishHead() : storeHeader(*line);
+    return line->empty() ? startBody() : storeHeader(*line);
 }
 
 HTTPRequestParser::Step HTTPRequestParser::storeHeader(std::string_view line)
@@ -118,71 +103,52 @@ HTTPRequestParser::Step HTTPRequestParser::storeHeader(std::string_view line)
     const std::string_view name = text::trimmingHorizontalSpace(line.substr(0, colon));
     const std::string_view value = text::trimmingHorizontalSpace(line.substr(colon + 1));
     request_.headers.insert_or_assign(text::lowercased(name), value);
-    headerMemory_ += headerOverhead + name.size() + value.size();
     return std::nullopt;
 }
 
-/** At the end of the headers: how the body comes, and whether the client waits to be asked for it.
- */
-HTTPRequestParser::Step HTTPRequestParser::finishHead()
+/** At the end of the headers: how the body comes (RFC 9112 section 6.3), and whether the client
+ *  waits to be asked for it. */
+HTTPRequestParser::Step HTTPRequestParser::startBody()
 {
-    const auto body = chooseBody();
-    if (!body) return body.error();
-    if (contains(text::lowercased(request_.header("expect")), "100-continue")) {
-        phase_ = Expecting{*body};
-    } else {
-        enter(*body);
+    if (contains(text::lowercased(request_.header("transfer-encoding")), "chunked")) {
+        phase_ = ChunkSize{};
+    } else if (Step report = startFixedBody()) {
+        return report;
     }
-    std::optional<std::uint64_t> length;
-    if (const auto* fixed = std::get_if<FixedBody>(&*body)) length = fixed->remaining;
-    if (std::holds_alternative<Done>(*body)) length = 0;
-    headerMemory_ = 0;
-    return Head{std::exchange(request_, {}), length};
+    if (contains(text::lowercased(request_.header("expect")), "100-continue"))
+        return SendContinue{};
+    return std::nullopt;
 }
 
-/** RFC 9112 section 6.3. */
-korvane::Result<HTTPRequestParser::BodyPhase, HTTPRequestParser::Error>
-HTTPRequestParser::chooseBody() const
+HTTPRequestParser::Step HTTPRequestParser::startFixedBody()
 {
-    if (contains(text::lowercased(request_.header("transfer-encoding")), "chunked"))
-        return ChunkSize{};
     const std::string_view value = text::trimmingHorizontalSpace(request_.header("content-length"));
     const std::int64_t length = readInteger(value, 10).value_or(0);
-    if (length < 1) return Done{};
-    const auto bytes = static_cast<std::uint64_t>(length);
-    if (bytes > limits_.body) return failure(bodyTooLong());
-    return FixedBody{bytes};
+    if (length < 1) {
+        finish();
+        return std::nullopt;
+    }
+    if (static_cast<std::uint64_t>(length) > limits_.body) return bodyTooLong();
+    phase_ = FixedBody{static_cast<std::size_t>(length)};
+    return std::nullopt;
 }
 
-void HTTPRequestParser::enter(BodyPhase body)
+HTTPRequestParser::Step HTTPRequestParser::step(FixedBody& body)
 {
-    std::visit([this](auto phase) { phase_ = phase; }, body);
+    if (!readBody(body.remaining)) return NeedMore{};
+    finish();
+    return std::nullopt;
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(Expecting phase, Input& /*input*/)
+HTTPRequestParser::Step HTTPRequestParser::step(ChunkSize /*phase*/)
 {
-    enter(phase.body);
-    return SendContinue{};
-}
-
-HTTPRequestParser::Step HTTPRequestParser::step(FixedBody& body, Input& input)
-{
-    const Input bytes = takeFront(input, body.remaining);
-    if (bytes.empty()) return NeedMore{};
-    if (body.remaining == 0) phase_ = Done{};
-    return Body{bytes};
-}
-
-HTTPRequestParser::Step HTTPRequestParser::step(ChunkSize /*phase*/, Input& input)
-{
-    const Line line = takeLine(input, SIZE_MAX);
+    const Line line = takeLine(SIZE_MAX);
     if (!line) return line.error();
     const auto size = readChunkSize(*line);
     if (!size) return Error{"bad chunk size: " + *line};
-    if (*size > limits_.body - chunkedSize_) return bodyTooLong();
-    chunkedSize_ += *size;
+    if (*size > limits_.body - body_.size()) return bodyTooLong();
     if (*size > 0) {
-        phase_ = ChunkData{*size};
+        phase_ = ChunkData{static_cast<std::size_t>(*size)};
     } else {
         phase_ = ChunkTrailer{};
         sectionLeft_ = limits_.headerSection;
@@ -190,77 +156,74 @@ HTTPRequestParser::Step HTTPRequestParser::step(ChunkSize /*phase*/, Input& inpu
     return std::nullopt;
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(ChunkData& chunk, Input& input)
+HTTPRequestParser::Step HTTPRequestParser::step(ChunkData& chunk)
 {
-    const Input bytes = takeFront(input, chunk.remaining);
-    if (bytes.empty()) return NeedMore{};
-    if (chunk.remaining == 0) phase_ = ChunkDataEnd{lineEnd.size()};
-    return Body{bytes};
+    if (!readBody(chunk.remaining)) return NeedMore{};
+    phase_ = ChunkDataCRLF{};
+    return std::nullopt;
 }
 
-/** What ends a chunk is not looked at. */
-HTTPRequestParser::Step HTTPRequestParser::step(ChunkDataEnd& end, Input& input)
+HTTPRequestParser::Step HTTPRequestParser::step(ChunkDataCRLF /*phase*/)
 {
-    takeFront(input, end.remaining);
-    if (end.remaining > 0) return NeedMore{};
+    if (buffer_.size() < lineEnd.size()) return NeedMore{};
+    buffer_.consume(lineEnd.size());
     phase_ = ChunkSize{};
     return std::nullopt;
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(ChunkTrailer /*phase*/, Input& input)
+HTTPRequestParser::Step HTTPRequestParser::step(ChunkTrailer /*phase*/)
 {
-    const Line line = takeSectionLine(input);
+    const Line line = takeSectionLine();
     if (!line) return line.error();
-    if (line->empty()) phase_ = Done{};
+    if (line->empty()) finish();
     return std::nullopt;
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(Done /*phase*/, Input& /*input*/)
+HTTPRequestParser::Step HTTPRequestParser::step(Done /*phase*/)
 {
-    return Complete{};
+    return Complete{request_};
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(Failed& failed, Input& /*input*/)
+void HTTPRequestParser::finish()
 {
-    return failed.error;
+    request_.body = body_.take();
+    phase_ = Done{};
 }
 
 /** Takes a line and accounts for it in its section. */
-HTTPRequestParser::Line HTTPRequestParser::takeSectionLine(Input& input)
+HTTPRequestParser::Line HTTPRequestParser::takeSectionLine()
 {
-    const std::size_t before = line_.size() + input.size();
-    Line line = takeLine(input, sectionLeft_);
-    sectionLeft_ -= before - line_.size() - input.size();
+    const std::size_t before = buffer_.size();
+    Line line = takeLine(sectionLeft_);
+    sectionLeft_ -= before - buffer_.size();
     return line;
 }
 
 /** Takes the next line, which with its end may take up to `room` bytes; text that is not UTF-8
  *  counts as empty. */
-HTTPRequestParser::Line HTTPRequestParser::takeLine(Input& input, std::size_t room)
+HTTPRequestParser::Line HTTPRequestParser::takeLine(std::size_t room)
 {
     const std::size_t maxLine = limits_.line + lineEnd.size();
-    const std::size_t window = std::min(maxLine, room) - line_.size();
-    const auto end = findLineEnd(input.first(std::min(window, input.size())));
-    const bool isTooLong = !end && input.size() >= window;
-    if (isTooLong && room < maxLine) return failure(Result(sectionTooLong()));
-    if (isTooLong)
+    const auto length = findLineEnd(std::min(maxLine, room));
+    if (!length) {
+        if (buffer_.size() < std::min(maxLine, room)) return failure(Result(NeedMore{}));
+        if (room < maxLine) return failure(Result(sectionTooLong()));
         return failure(Result(Error{fmt::format("line longer than {} bytes", limits_.line)}));
-    const Input taken = input.first(end.value_or(input.size()));
-    line_ += asText(taken);
-    input = input.subspan(taken.size());
-    if (!end) return failure(Result(NeedMore{}));
-    const std::string line = std::exchange(line_, {});
-    return text::decodeUTF8(
-        asBytes(std::string_view(line).substr(0, line.size() - lineEnd.size())));
+    }
+    std::string line = text::decodeUTF8(buffer_.bytes().first(*length));
+    buffer_.consume(*length + lineEnd.size());
+    searched_ = 0;
+    return line;
 }
 
-/** Behind which byte of the input the line that has begun ends. */
-std::optional<std::size_t> HTTPRequestParser::findLineEnd(Input input) const
+/** Where the first line end within the first `window` bytes of the buffer starts. */
+std::optional<std::size_t> HTTPRequestParser::findLineEnd(std::size_t window)
 {
-    if (line_.ends_with('\r') && !input.empty() && input.front() == '\n') return 1;
-    const std::size_t found = asText(input).find(lineEnd);
-    if (found == std::string_view::npos) return std::nullopt;
-    return found + lineEnd.size();
+    const std::string_view text = asText(buffer_.bytes()).substr(0, window);
+    const std::size_t found = text.find(lineEnd, searched_);
+    if (found != std::string_view::npos) return found;
+    searched_ = std::max<std::size_t>(text.size(), 1) - 1; // the last byte may be half a line end
+    return std::nullopt;
 }
 
 HTTPRequestParser::Error HTTPRequestParser::sectionTooLong() const
@@ -272,6 +235,30 @@ HTTPRequestParser::Error HTTPRequestParser::sectionTooLong() const
 HTTPRequestParser::Error HTTPRequestParser::bodyTooLong() const
 {
     return {fmt::format("body longer than {} bytes", limits_.body)};
+}
+
+/** Moves what the buffer holds of the body, or of the chunk; whether that was the last of it. */
+bool HTTPRequestParser::readBody(std::size_t& remaining)
+{
+    buffer_.consume(takeBody(remaining, buffer_.bytes()));
+    return remaining == 0;
+}
+
+/** Adds to the body as many of the bytes as belong to it, and says how many those are. */
+std::size_t HTTPRequestParser::takeBody(std::size_t& remaining, std::span<const std::uint8_t> bytes)
+{
+    const std::size_t count = std::min(remaining, bytes.size());
+    body_.append(bytes.first(count));
+    remaining -= count;
+    return count;
+}
+
+/** How much of the body, or of the chunk, is still to come; null in other phases. */
+std::size_t* HTTPRequestParser::bodyRemaining()
+{
+    if (auto* fixed = std::get_if<FixedBody>(&phase_)) return &fixed->remaining;
+    if (auto* chunk = std::get_if<ChunkData>(&phase_)) return &chunk->remaining;
+    return nullptr;
 }
 
 } // namespace korvane

@@ -10,10 +10,8 @@
 #include "event/Queue.h"
 #include "ipp/PrinterDescriptor.h"
 #include "net/TCPListener.h"
-#include "recognition/DocumentService.h"
 #include "server/ConnectionTable.h"
-#include "server/PrinterCallbacks.h"
-#include "spool/Spool.h"
+#include "server/IPPOperations.h"
 
 #include <cstdint>
 #include <functional>
@@ -29,7 +27,6 @@ struct ServerEnvironment {
     TCPNetwork& network;
     const Clock& clock;
     Log& log;
-    Spool& spool;
     DocumentService& documents;
     /** Where the printer is advertised; nowhere without. */
     ServiceDirectory* directory = nullptr;
@@ -62,7 +59,10 @@ public:
     /** A port that can never work, or the system's refusal to make a listener. */
     using StartFailure = std::variant<StartError, SystemError>;
 
-    static std::shared_ptr<IPPServer> make(std::uint16_t configuredPort, PrinterCallbacks printer,
+    /** Both handlers are called on the server's queue. */
+    static std::shared_ptr<IPPServer> make(std::uint16_t configuredPort,
+                                           IPPOperations::DescriptorProvider descriptorProvider,
+                                           IPPOperations::JobHandler jobHandler,
                                            const ServerEnvironment& environment);
     ~IPPServer();
     IPPServer(const IPPServer&) = delete;
@@ -101,8 +101,8 @@ private:
         std::unique_ptr<DelayedTask> restart;
     };
 
-    IPPServer(std::uint16_t configuredPort, PrinterCallbacks printer,
-              const ServerEnvironment& environment);
+    IPPServer(std::uint16_t configuredPort, IPPOperations::DescriptorProvider descriptorProvider,
+              IPPOperations::JobHandler jobHandler, const ServerEnvironment& environment);
 
     Result<void, StartFailure> startListener();
     void handleState(const std::shared_ptr<TCPListener>& listener, const TCPListener::State& state);
@@ -119,7 +119,7 @@ private:
     void publish(const PrinterDescriptor& descriptor, std::uint16_t port);
 
     const std::uint16_t configuredPort_;
-    const std::function<PrinterDescriptor()> descriptorProvider_;
+    const IPPOperations::DescriptorProvider descriptorProvider_;
     SerialQueue& main_;
     TCPNetwork& network_;
     Log& log_;

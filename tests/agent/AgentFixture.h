@@ -137,7 +137,6 @@ protected:
         const auto client = listener.connect();
         client->clientSends(message);
         queues.run();
-        client->clientFinishes();
         return answerTo(*client);
     }
 
@@ -169,17 +168,19 @@ protected:
     FakeDocuments documents;
     TemporaryFolder home;
     TemporaryFolder scans;
-    SettingsStore store{home.path(), "Office Mac"};
     TestSpool spool;
+    FolderQueues folders{queues.background()};
+    SettingsStore store{home.path(), "Office Mac"};
     ServerEnvironment environment{.queues = queues,
                                   .network = network,
                                   .clock = clock,
                                   .log = log,
-                                  .spool = *spool,
                                   .documents = documents,
                                   .directory = &directory};
     OCR ocr{queues, documents, {"eng"}, log};
     JobEnvironment jobs{.queues = queues,
+                        .folders = folders,
+                        .spool = *spool,
                         .clock = clock,
                         .log = log,
                         .documents = documents,

@@ -16,10 +16,6 @@ namespace korvane {
 /** A client's end, played by the test. */
 class FakeConnection final : public TCPConnection {
 public:
-    explicit FakeConnection(std::string peer = "desk") : peer_(std::move(peer)) {}
-
-    std::string peerAddress() const override { return peer_; }
-
     void receive(std::size_t /*maximum*/, ReceiveHandler handler) override
     {
         onReceived_ = std::move(handler);
@@ -59,9 +55,6 @@ public:
         deliver();
     }
 
-    /** Whether the server leaves bytes of the client where they are. */
-    bool isHeldBack() const { return !waiting_.empty(); }
-
     /** All that the client was sent. */
     std::string answer;
     bool finishedSending = false;
@@ -85,7 +78,6 @@ private:
         }
     }
 
-    const std::string peer_;
     ReceiveHandler onReceived_;
     std::deque<Waiting> waiting_;
 };
@@ -103,9 +95,9 @@ public:
     void cancel() override { cancelled = true; }
     std::optional<std::uint16_t> port() const override { return port_; }
 
-    std::shared_ptr<FakeConnection> connect(const std::string& peer = "desk")
+    std::shared_ptr<FakeConnection> connect()
     {
-        auto connection = std::make_shared<FakeConnection>(peer);
+        auto connection = std::make_shared<FakeConnection>();
         onConnection_(connection);
         return connection;
     }
