@@ -29,6 +29,22 @@ SocketConnection::SocketConnection(FileDescriptor socket, SerialQueue& queue,
 {
 }
 
+std::string SocketConnection::peerAddress() const
+{
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    if (::getpeername(socket_.get(), reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        return {};
+    const auto bytesOf = [](const auto& field) {
+        return std::string(reinterpret_cast<const char*>(&field), sizeof field);
+    };
+    if (address.ss_family == AF_INET)
+        return bytesOf(reinterpret_cast<const sockaddr_in&>(address).sin_addr);
+    if (address.ss_family == AF_INET6)
+        return bytesOf(reinterpret_cast<const sockaddr_in6&>(address).sin6_addr);
+    return {};
+}
+
 DescriptorWatch& SocketConnection::watch()
 {
     if (!watch_) watch_ = queue_.watch(socket_.get());

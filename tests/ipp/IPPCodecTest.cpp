@@ -70,7 +70,7 @@ TEST(IPPCodec, ReadsAndWritesEveryValueSyntax)
 {
     const std::string word = bytes(0xFF, 0xFF, 0xFF, 0xFE);
     const std::string five = bytes(0, 0, 0, 5);
-    const std::string language = field("en") + field("a");
+    const std::string tagged = field("en") + field(std::string(200, 'a'));
     enum Way { both, reading };
     const std::tuple<std::uint8_t, std::string, IPPValue, Way> cases[] = {
         {0x21, word, ipp::Integer{-2}, both},
@@ -91,7 +91,10 @@ TEST(IPPCodec, ReadsAndWritesEveryValueSyntax)
         {0x42, "Gr\xC3\xBC\xC3\x9F", Text{"Grüß", IPPTag::nameWithoutLang}, both},
         {0x42, "Gr\xFC\xDF", Text{"", IPPTag::nameWithoutLang}, reading},
         {0x31, "\x07\xE5 12345678", Text{"", IPPTag::dateTime}, reading},
-        {0x35, language, Text{language, IPPTag::textWithLanguage}, both}};
+        {0x35, tagged, Text{std::string(200, 'a'), IPPTag::textWithoutLang}, reading},
+        {0x36, tagged, Text{std::string(200, 'a'), IPPTag::nameWithoutLang}, reading},
+        {0x36, tagged + "a", Text{"", IPPTag::nameWithoutLang}, reading},
+        {0x36, tagged.substr(0, 9), Text{"", IPPTag::nameWithoutLang}, reading}};
     for (const auto& [tag, value, expected, way] : cases) {
         SCOPED_TRACE(testing::Message() << int{tag} << testing::PrintToString(value));
         const std::string wire = header + job + record(tag, "a", value) + end;
