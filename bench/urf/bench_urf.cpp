@@ -5,8 +5,8 @@
 // The page is a binary PPM (P6) file, or a page of text-like marks when none is given. Times are
 // CPU time of one thread; MB are millions of bytes of the page's raster.
 
-#include "document/URFDecoder.h"
 #include "lib/deflate/ZlibCompressor.h"
+#include "support/DecodedURF.h"
 #include "support/URFBuilder.h"
 
 #include <fmt/format.h>
@@ -136,8 +136,7 @@ int main(int argc, char** argv)
     const Data document = korvane::test::URFBuilder(1).page(*page, 300).build();
 
     korvane::Result<Data, korvane::URFDecoder::Error> pdf;
-    const Times conversion =
-        measure(runs, [&] { pdf = korvane::URFDecoder::decodeToPDF(document); });
+    const Times conversion = measure(runs, [&] { pdf = korvane::test::decodedURF(document); });
     if (!pdf) {
         fmt::print(stderr, "{}\n", pdf.error().errorDescription());
         return EXIT_FAILURE;

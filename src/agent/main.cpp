@@ -77,6 +77,7 @@ int main()
                                     .network = network,
                                     .clock = clock,
                                     .log = *log,
+                                    .documents = documents,
                                     .directory = &directory,
                                     .paths = &paths},
                          .jobs = {.queues = queues,

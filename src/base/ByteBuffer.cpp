@@ -1,7 +1,5 @@
 #include "base/ByteBuffer.h"
 
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -14,15 +12,6 @@ namespace {
 
 constexpr std::size_t minBlock = 512;
 
-/** Blocks from this size on lie in shared memory. They get their pages in steps, ahead of the
- * bytes: asking the system for many at once costs far less than as many page faults. */
-constexpr std::size_t largeBlock = std::size_t{8} << 20;
-constexpr std::size_t populateStep = std::size_t{4} << 20;
-
-/** From so many bytes on the system copies them into shared memory: it then need not clear the
- * pages first, which costs as much as filling them. */
-constexpr std::size_t writeSize = std::size_t{16} << 10;
-
 } // namespace
 
 void ByteBuffer::Free::operator()(std::uint8_t* block) const
@@ -32,13 +21,10 @@ void ByteBuffer::Free::operator()(std::uint8_t* block) const
 
 ByteBuffer& ByteBuffer::operator=(ByteBuffer&& other) noexcept
 {
-    heap_ = std::move(other.heap_);
-    shared_ = std::exchange(other.shared_, std::nullopt);
-    start_ = std::exchange(other.start_, nullptr);
+    block_ = std::move(other.block_);
     capacity_ = std::exchange(other.capacity_, 0);
     head_ = std::exchange(other.head_, 0);
     tail_ = std::exchange(other.tail_, 0);
-    populated_ = std::exchange(other.populated_, 0);
     return *this;
 }
 
@@ -47,50 +33,19 @@ void ByteBuffer::reserve(std::size_t size)
     if (size <= capacity_ - head_) return;
     if (size > SIZE_MAX / 4) throw std::bad_alloc();
     const std::size_t capacity = head_ + size;
-    if (shared_) {
-        if (!shared_->resize(capacity)) throw std::bad_alloc();
-        start_ = shared_->data();
-    } else if (capacity < largeBlock || !moveToShared(capacity)) {
-        growHeap(capacity);
-    }
-    capacity_ = capacity;
-}
-
-void ByteBuffer::growHeap(std::size_t capacity)
-{
     // NOLINTNEXTLINE(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
-    auto* grown = static_cast<std::uint8_t*>(std::realloc(heap_.get(), capacity));
+    auto* grown = static_cast<std::uint8_t*>(std::realloc(block_.get(), capacity));
     if (grown == nullptr) throw std::bad_alloc();
-    static_cast<void>(heap_.release());
-    heap_.reset(grown);
-    start_ = grown;
-}
-
-bool ByteBuffer::moveToShared(std::size_t capacity)
-{
-    auto memory = SharedMemory::make(capacity);
-    if (!memory || !memory->write(head_, bytes())) return false;
-    shared_ = std::move(memory);
-    heap_.reset();
-    start_ = shared_->data();
-    populated_ = tail_;
-    return true;
+    static_cast<void>(block_.release());
+    block_.reset(grown);
+    capacity_ = capacity;
 }
 
 void ByteBuffer::makeRoom(std::size_t count)
 {
-    growBy(count);
-    if (!shared_ || tail_ + count <= populated_) return;
-    const std::size_t end = std::min(capacity_, tail_ + count + populateStep);
-    if (!shared_->populate(std::max(populated_, tail_), end)) throw std::bad_alloc();
-    populated_ = end;
-}
-
-void ByteBuffer::growBy(std::size_t count)
-{
     if (count <= capacity_ - tail_) return;
     if (head_ >= size() && head_ > 0) {
-        std::memmove(start_, start_ + head_, size());
+        std::memmove(block_.get(), block_.get() + head_, size());
         tail_ -= std::exchange(head_, 0);
         if (count <= capacity_ - tail_) return;
     }
@@ -101,14 +56,8 @@ void ByteBuffer::growBy(std::size_t count)
 void ByteBuffer::append(std::span<const std::uint8_t> bytes)
 {
     if (bytes.empty()) return;
-    growBy(bytes.size());
-    if (shared_ && bytes.size() >= writeSize) {
-        if (!shared_->write(tail_, bytes)) throw std::bad_alloc();
-        populated_ = std::max(populated_, tail_ + bytes.size());
-    } else {
-        makeRoom(bytes.size());
-        std::memcpy(start_ + tail_, bytes.data(), bytes.size());
-    }
+    makeRoom(bytes.size());
+    std::memcpy(block_.get() + tail_, bytes.data(), bytes.size());
     tail_ += bytes.size();
 }
 
@@ -120,13 +69,13 @@ void ByteBuffer::append(std::string_view text)
 void ByteBuffer::append(std::uint8_t byte)
 {
     makeRoom(1);
-    start_[tail_++] = byte;
+    block_.get()[tail_++] = byte;
 }
 
 std::span<std::uint8_t> ByteBuffer::prepare(std::size_t count)
 {
     makeRoom(count);
-    return {start_ + tail_, count};
+    return {block_.get() + tail_, count};
 }
 
 void ByteBuffer::consume(std::size_t count)
@@ -138,18 +87,8 @@ void ByteBuffer::consume(std::size_t count)
 Data ByteBuffer::take()
 {
     ByteBuffer taken = std::move(*this);
-    if (!taken.shared_) {
-        const std::span<const std::uint8_t> content = taken.bytes();
-        return {std::shared_ptr<const std::uint8_t>(std::move(taken.heap_)), content};
-    }
-    if (taken.empty()) return {};
-    // What was reserved and not written goes back.
-    taken.shared_->resize(taken.tail_);
-    const bool isSealed = taken.shared_->seal();
-    auto memory = std::make_shared<const SharedMemory>(*std::move(taken.shared_));
-    const std::span<const std::uint8_t> content(memory->data() + taken.head_, taken.size());
-    if (isSealed) return {std::move(memory), content};
-    return {std::shared_ptr<const void>(std::move(memory)), content};
+    const std::span<const std::uint8_t> content = taken.bytes();
+    return {std::shared_ptr<const std::uint8_t>(std::move(taken.block_)), content};
 }
 
 } // namespace korvane

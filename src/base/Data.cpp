@@ -1,18 +1,11 @@
 #include "base/Data.h"
 
 #include "base/ByteBuffer.h"
-#include "base/SharedMemory.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace korvane {
-
-Data::Data(std::shared_ptr<const SharedMemory> memory, std::span<const std::uint8_t> bytes)
-    : memory_(memory.get()), bytes_(bytes)
-{
-    owner_ = std::move(memory);
-}
 
 Data::Data(std::vector<std::uint8_t> bytes)
 {
@@ -53,14 +46,6 @@ Data Data::slice(std::size_t offset, std::size_t count) const
     Data sliced = *this;
     sliced.bytes_ = bytes_.subspan(start, std::min(count, bytes_.size() - start));
     return sliced;
-}
-
-std::optional<SharedBytes> Data::shared() const
-{
-    if (memory_ == nullptr) return std::nullopt;
-    return SharedBytes{.descriptor = memory_->descriptor(),
-                       .offset = static_cast<std::size_t>(bytes_.data() - memory_->data()),
-                       .length = bytes_.size()};
 }
 
 bool operator==(const Data& left, const Data& right)

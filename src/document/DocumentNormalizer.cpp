@@ -1,38 +1,103 @@
 #include "document/DocumentNormalizer.h"
 
+#include "ipp/DocumentFormat.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
 
 namespace korvane::DocumentNormalizer {
 
 namespace {
 
-constexpr std::size_t maxQuotedBytes = 8;
+constexpr std::uint64_t maxQuotedBytes = 8;
+
+Result<Data, SystemError> firstBytes(const DocumentFile& document)
+{
+    std::array<std::uint8_t, maxQuotedBytes> bytes{};
+    const std::size_t wanted = std::min(document.length, maxQuotedBytes);
+    std::size_t read = 0;
+    while (read < wanted) {
+        const ssize_t count =
+            ::pread(document.file->get(), &bytes.at(read), wanted - read, static_cast<off_t>(read));
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return failure(SystemError::last());
+        if (count == 0) return failure(SystemError{EIO});
+        read += static_cast<std::size_t>(count);
+    }
+    return Data::copying(std::span(bytes).first(wanted));
+}
+
+NormalizeError conversionError(const DocumentError& error)
+{
+    switch (error.kind) {
+    case DocumentError::Kind::conversion:
+        return {NormalizeError::URFDecodeFailed{error.description()}};
+    case DocumentError::Kind::cannotWrite: return {NormalizeError::StorageFailed{error.system}};
+    default: return {NormalizeError::ConversionFailed{error.description()}};
+    }
+}
+
+void convertRaster(const DocumentFile& raster, DocumentService& documents, const MakeFile& makeFile,
+                   const Completion& completion)
+{
+    auto made = makeFile();
+    if (!made)
+        return completion(failure(NormalizeError{NormalizeError::StorageFailed{made.error()}}));
+    const SharedDescriptor file = share(*std::move(made));
+    documents.convertRaster(raster, file,
+                            [file, completion](const DocumentAnswer<std::uint64_t>& length) {
+                                if (!length)
+                                    return completion(failure(conversionError(length.error())));
+                                completion(DocumentFile{.file = file, .length = *length});
+                            });
+}
 
 } // namespace
 
 std::string NormalizeError::description() const
 {
-    if (const auto* failed = std::get_if<URFDecodeFailed>(&value))
-        return "URF decode failed: " + failed->error.errorDescription();
-    return fmt::format("Unrecognized document format (first bytes: {:02X})",
-                       fmt::join(std::get<UnrecognizedFormat>(value).firstBytes.bytes(), " "));
+    struct Describe {
+        std::string operator()(const UnrecognizedFormat& error) const
+        {
+            return fmt::format("Unrecognized document format (first bytes: {:02X})",
+                               fmt::join(error.firstBytes.bytes(), " "));
+        }
+        std::string operator()(const URFDecodeFailed& error) const
+        {
+            return "URF decode failed: " + error.reason;
+        }
+        std::string operator()(const ConversionFailed& error) const
+        {
+            return "URF conversion failed: " + error.reason;
+        }
+        std::string operator()(const StorageFailed& error) const
+        {
+            return error.error.description();
+        }
+    };
+    return std::visit(Describe(), value);
 }
 
-Result<Data, NormalizeError> normalize(const Data& document, const DocumentFormat* format)
+void normalize(const DocumentFile& document, DocumentService& documents, const MakeFile& makeFile,
+               const Completion& completion)
 {
-    if (format == nullptr) {
-        return failure(
-            NormalizeError{NormalizeError::UnrecognizedFormat{document.slice(0, maxQuotedBytes)}});
-    }
+    const auto start = firstBytes(document);
+    if (!start)
+        return completion(failure(NormalizeError{NormalizeError::StorageFailed{start.error()}}));
+    const DocumentFormat* format = recognizeFormat(start->text());
+    if (format == nullptr)
+        return completion(failure(NormalizeError{NormalizeError::UnrecognizedFormat{*start}}));
     switch (format->conversion) {
-    case DocumentFormat::Conversion::none: break;
+    case DocumentFormat::Conversion::none: return completion(document);
     case DocumentFormat::Conversion::urf:
-        return URFDecoder::decodeToPDF(document).map_error([](const URFDecoder::Error& error) {
-            return NormalizeError{NormalizeError::URFDecodeFailed{error}};
-        });
+        return convertRaster(document, documents, makeFile, completion);
     }
-    return document;
 }
 
 } // namespace korvane::DocumentNormalizer

@@ -1,35 +1,68 @@
 #pragma once
 
 #include "base/Data.h"
+#include "base/DocumentFile.h"
+#include "base/FileDescriptor.h"
 #include "base/Result.h"
-#include "document/URFDecoder.h"
-#include "ipp/DocumentFormat.h"
+#include "base/SystemError.h"
+#include "recognition/DocumentService.h"
+#include "spool/Spool.h"
 
+#include <functional>
 #include <string>
 #include <variant>
 
 /** Makes PDF of what clients print, or refuses it. Keeps no state. */
 namespace korvane::DocumentNormalizer {
 
-/** Why a document was refused. */
+/** Why there is no PDF. */
 struct NormalizeError {
+    /** The document was refused. */
     struct UnrecognizedFormat {
         /** At most 8 bytes. */
         Data firstBytes;
     };
+    /** The document was refused: it is damaged, or uses what cannot be converted. */
     struct URFDecodeFailed {
-        URFDecoder::Error error;
+        std::string reason;
+    };
+    /** The worker failed, which need not be the document's fault. */
+    struct ConversionFailed {
+        std::string reason;
+    };
+    /** The document could not be read, or its PDF not be written. */
+    struct StorageFailed {
+        SystemError error;
     };
 
-    std::variant<UnrecognizedFormat, URFDecodeFailed> value;
+    std::variant<UnrecognizedFormat, URFDecodeFailed, ConversionFailed, StorageFailed> value;
 
     std::string description() const;
+
+    /** Whether the document itself was refused, and would be so every time. */
+    bool isRefusal() const { return value.index() < 2; }
 };
 
+/** Makes an empty file for a PDF. */
+using MakeFile = std::function<Result<FileDescriptor, SystemError>()>;
+
+/** Called once, perhaps on another queue; must not block. */
+using Completion = std::function<void(Result<DocumentFile, NormalizeError>)>;
+
 /**
- * The document as PDF, given its format as `recognizeFormat` tells it. PDF comes back as it is,
- * without being looked into; a conversion takes time in proportion to the document's pixels.
+ * Gives the document as PDF. PDF comes back as it is, without being looked into; other formats are
+ * converted by a worker, in time in proportion to the document's pixels. Called where files may be
+ * waited for.
  */
-Result<Data, NormalizeError> normalize(const Data& document, const DocumentFormat* format);
+void normalize(const DocumentFile& document, DocumentService& documents, const MakeFile& makeFile,
+               const Completion& completion);
+
+/** The same with a file of the spool. */
+inline void normalize(const DocumentFile& document, DocumentService& documents, const Spool& spool,
+                      const Completion& completion)
+{
+    normalize(
+        document, documents, [&spool] { return spool.makeFile(); }, completion);
+}
 
 } // namespace korvane::DocumentNormalizer

@@ -4,6 +4,7 @@
 #include "base/TimeText.h"
 #include "document/FileNaming.h"
 #include "document/PDFEmbedder.h"
+#include "document/TemporaryDocument.h"
 #include "document/TextSummary.h"
 
 #include <algorithm>
@@ -49,9 +50,13 @@ SavingJob::~SavingJob()
 void SavingJob::begin()
 {
     destination_ = document_.saveDirectory / fileName(document_.jobName, environment_.clock.now());
+    const auto file = writeTemporaryDocument(document_.pdf);
+    if (!file) {
+        return takeSource(failure(
+            DocumentError{.kind = DocumentError::Kind::cannotWrite, .system = file.error()}));
+    }
     environment_.documents.open(
-        document_.pdf,
-        [self = shared_from_this()](DocumentAnswer<std::shared_ptr<OpenDocument>> source) {
+        *file, [self = shared_from_this()](DocumentAnswer<std::shared_ptr<OpenDocument>> source) {
             self->takeSource(std::move(source));
         });
 }

@@ -1,5 +1,6 @@
 #include "net/SocketConnection.h"
 
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/SystemError.h"
 #include "workerpool/WorkerFailure.h"
 
 #include <string>
@@ -14,11 +15,14 @@ struct DocumentError {
         needsPassword, ///< encrypted for those who know the password
         noPage,        ///< the page does not exist or cannot be rendered
         recognition,   ///< the recognizer failed; `detail` is its message
+        conversion,    ///< no raster document, or a damaged one; `detail` tells why
+        cannotWrite,   ///< what was made of it could not be written, as `system` tells
         worker,        ///< the request to a worker failed, as `failure` tells
     };
 
     Kind kind = Kind::worker;
     std::string detail;
+    SystemError system;
     WorkerFailure failure;
 
     std::string description() const;

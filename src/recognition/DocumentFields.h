@@ -39,6 +39,8 @@ inline constexpr std::size_t detail = 4096;
 inline constexpr std::size_t name = 256;
 /** Tesseract has data for a hundred languages. */
 inline constexpr std::size_t names = 1000;
+/** Of errno; Linux has 133 and keeps to less than so many (MAX_ERRNO). */
+inline constexpr int systemError = 4095;
 
 } // namespace bounds
 
@@ -121,8 +123,9 @@ void fields(auto& coder, FieldsOf<PageReading> auto& reading)
 /** One that a worker tells, so not that the worker failed. */
 void fields(auto& coder, FieldsOf<DocumentError> auto& error)
 {
-    coder.choice(error.kind, DocumentError::Kind::recognition);
+    coder.choice(error.kind, DocumentError::Kind::cannotWrite);
     coder.text(error.detail, bounds::detail);
+    coder.number(error.system.code, 0, bounds::systemError);
 }
 
 void fields(auto& coder, FieldsOf<PDFWriteError> auto& error)

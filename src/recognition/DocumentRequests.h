@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/DocumentFile.h"
 #include "base/FileDescriptor.h"
-#include "base/SealedBytes.h"
 #include "page/DocumentInformation.h"
 #include "page/PDFWriteError.h"
 #include "page/PageInfo.h"
@@ -28,13 +28,13 @@ namespace korvane::requests {
 struct SourceDocument {
     /** No other document of this agent has it. */
     std::uint64_t number = 0;
-    SealedBytes bytes;
+    DocumentFile content;
 };
 
 void fields(auto& coder, FieldsOf<SourceDocument> auto& document)
 {
     coder.number(document.number, 0, UINT64_MAX);
-    coder.document(document.bytes);
+    coder.document(document.content);
 }
 
 struct Nothing {};
@@ -144,6 +144,29 @@ void fields(auto& coder, FieldsOf<WriteDocument::Answer> auto& answer)
     coder.optional(answer.error);
 }
 
+/** Makes PDF of a raster document. */
+struct ConvertRaster {
+    DocumentFile raster;
+    /** Written to from where it stands. */
+    SharedDescriptor output;
+
+    struct Answer {
+        /** Of the PDF. */
+        std::uint64_t length = 0;
+    };
+};
+
+void fields(auto& coder, FieldsOf<ConvertRaster> auto& request)
+{
+    coder.document(request.raster);
+    coder.descriptor(request.output);
+}
+
+void fields(auto& coder, FieldsOf<ConvertRaster::Answer> auto& answer)
+{
+    coder.number(answer.length, 0, INT64_MAX);
+}
+
 /** The document and the bitmap of the latest requests are not needed any more. */
 struct ReleaseDocument {
     using Answer = Nothing;
@@ -153,7 +176,7 @@ void fields(auto& /*coder*/, FieldsOf<ReleaseDocument> auto& /*request*/) {}
 
 /** All of them. The code of a request is its place here, counted from 1. */
 using All = std::tuple<ListLanguages, OpenDocument, ReadPages, RecognizePage, WriteDocument,
-                       ReleaseDocument>;
+                       ReleaseDocument, ConvertRaster>;
 
 template <typename Request>
 consteval std::uint16_t codeOf()

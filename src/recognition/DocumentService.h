@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Data.h"
+#include "base/DocumentFile.h"
 #include "base/FileDescriptor.h"
 #include "base/Result.h"
 #include "page/DocumentInformation.h"
@@ -11,6 +11,7 @@
 #include "recognition/DocumentError.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -61,8 +62,13 @@ class DocumentService {
 public:
     virtual ~DocumentService() = default;
 
-    virtual void open(const Data& pdf,
+    virtual void open(const DocumentFile& pdf,
                       DocumentCompletion<std::shared_ptr<OpenDocument>> completion) = 0;
+
+    /** Writes the PDF of a raster document to `output`, whose former content is replaced, and says
+     *  how long it is. */
+    virtual void convertRaster(const DocumentFile& raster, SharedDescriptor output,
+                               DocumentCompletion<std::uint64_t> completion) = 0;
 
     /** The languages whose data is installed, as Tesseract names them ("deu"), in ascending order;
      *  empty without any. */

@@ -1,8 +1,7 @@
 #include "recognition/WorkerDocument.h"
 
+#include "recognition/OutputFile.h"
 #include "recognition/WorkerCall.h"
-
-#include <unistd.h>
 
 #include <chrono>
 #include <utility>
@@ -21,12 +20,6 @@ constexpr std::chrono::milliseconds writeReservedTime = 5s;
 /** A large document takes longer to copy: a second more for so many bytes. */
 constexpr std::size_t bytesCopiedPerSecond = std::size_t{20} << 20;
 
-/** Workers write from where the file stands. */
-bool truncateAndRewind(const FileDescriptor& file)
-{
-    return ::ftruncate(file.get(), 0) == 0 && ::lseek(file.get(), 0, SEEK_SET) == 0;
-}
-
 Result<void, PDFWriteError>
 writeResult(const DocumentAnswer<requests::WriteDocument::Answer>& answer)
 {
@@ -42,7 +35,7 @@ writeResult(const DocumentAnswer<requests::WriteDocument::Answer>& answer)
 
 } // namespace
 
-void WorkerDocument::open(WorkerService& workers, SealedBytes pdf,
+void WorkerDocument::open(WorkerService& workers, DocumentFile pdf,
                           DocumentCompletion<std::shared_ptr<OpenDocument>> completion)
 {
     auto document = std::make_shared<WorkerDocument>(workers, std::move(pdf));
@@ -57,7 +50,7 @@ void WorkerDocument::open(WorkerService& workers, SealedBytes pdf,
          });
 }
 
-WorkerDocument::WorkerDocument(WorkerService& workers, SealedBytes pdf)
+WorkerDocument::WorkerDocument(WorkerService& workers, DocumentFile pdf)
     : workers_(workers), job_(workers.makeJob()), pdf_(std::move(pdf))
 {
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/SealedBytes.h"
+#include "base/DocumentFile.h"
 #include "recognition/DocumentRequests.h"
 #include "recognition/DocumentService.h"
 #include "workerpool/WorkerService.h"
@@ -20,10 +20,10 @@ namespace korvane {
 class WorkerDocument final : public OpenDocument {
 public:
     /** Has a worker open the document; `workers` outlives it. */
-    static void open(WorkerService& workers, SealedBytes pdf,
+    static void open(WorkerService& workers, DocumentFile pdf,
                      DocumentCompletion<std::shared_ptr<OpenDocument>> completion);
 
-    WorkerDocument(WorkerService& workers, SealedBytes pdf);
+    WorkerDocument(WorkerService& workers, DocumentFile pdf);
     WorkerDocument(const WorkerDocument&) = delete;
     WorkerDocument& operator=(const WorkerDocument&) = delete;
     ~WorkerDocument() override;
@@ -38,12 +38,12 @@ public:
                std::function<void(Result<void, PDFWriteError>)> completion) override;
 
 private:
-    requests::SourceDocument source() const { return {.number = job_.number, .bytes = pdf_}; }
+    requests::SourceDocument source() const { return {.number = job_.number, .content = pdf_}; }
 
     WorkerService& workers_;
     const JobKey job_;
     /** All requests share it. */
-    const SealedBytes pdf_;
+    const DocumentFile pdf_;
     std::size_t pageCount_ = 0;
 };
 

@@ -14,8 +14,10 @@ public:
     /** `workers` outlives all documents. */
     explicit WorkerDocuments(WorkerService& workers) : workers_(workers) {}
 
-    void open(const Data& pdf,
+    void open(const DocumentFile& pdf,
               DocumentCompletion<std::shared_ptr<OpenDocument>> completion) override;
+    void convertRaster(const DocumentFile& raster, SharedDescriptor output,
+                       DocumentCompletion<std::uint64_t> completion) override;
     void languages(DocumentCompletion<std::vector<std::string>> completion) override;
     std::size_t parallelism() const override { return workers_.parallelism(); }
 

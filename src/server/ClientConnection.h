@@ -45,7 +45,7 @@ private:
     class PendingAnswer;
 
     struct ReceivingHead {
-        bool hasBytes = false;
+        bool hasBytes;
     };
     struct ReceivingBody {
         std::shared_ptr<RequestReader> reader;
@@ -76,7 +76,7 @@ private:
     ConnectionTable& table_;
     Log& log_;
     HTTPRequestParser parser_;
-    std::variant<ReceivingHead, ReceivingBody, Answering, Lingering> state_;
+    std::variant<ReceivingHead, ReceivingBody, Answering, Lingering> state_ = ReceivingHead{false};
     /** A read has been issued and brought nothing yet. */
     bool isReading_ = false;
 };

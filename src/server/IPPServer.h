@@ -29,12 +29,12 @@ struct ServerEnvironment {
     TCPNetwork& network;
     const Clock& clock;
     Log& log;
+    Spool& spool;
+    DocumentService& documents;
     /** Where the printer is advertised; nowhere without. */
     ServiceDirectory* directory = nullptr;
     /** Where the choice of the advertised interface comes from; all interfaces without. */
     NetworkPaths* paths = nullptr;
-    Spool& spool;
-    DocumentService& documents;
     ConnectionTable::Limits limits = {};
 };
 

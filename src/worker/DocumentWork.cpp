@@ -1,14 +1,14 @@
 #include "worker/DocumentWork.h"
 
 #include "base/DescriptorOutput.h"
+#include "base/DocumentMapping.h"
 #include "base/ProcessorTime.h"
-#include "base/SealedBytes.h"
 #include "lib/cld2/LanguageDetector.h"
 #include "lib/qpdf/SearchablePDFWriter.h"
+#include "worker/MappedSource.h"
 #include "worker/WellFormed.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <new>
 #include <utility>
 
@@ -21,15 +21,6 @@ using Kind = DocumentError::Kind;
 
 /** While a document is copied, its pages of memory are released after so many bytes. */
 constexpr std::size_t releaseStep = std::size_t{16} << 20;
-
-/** Throws std::bad_alloc when there is no memory for it: a new worker may have some. */
-DocumentAnswer<Data> map(const SealedBytes& bytes)
-{
-    auto mapped = mapSealedBytes(bytes);
-    if (mapped) return *std::move(mapped);
-    if (mapped.error().code == ENOMEM) throw std::bad_alloc();
-    return failure(DocumentError{.kind = Kind::notReadable});
-}
 
 /** When recognition that began at `start` is to end with what it has: early enough for the answer
  *  to be sent before the limit, whatever the engine is doing then. */
@@ -76,7 +67,7 @@ DocumentWork::Status DocumentWork::openDocument(const requests::SourceDocument& 
 {
     if (hasOpen(document)) return {};
     closeDocument();
-    auto bytes = map(document.bytes);
+    auto bytes = mapSource(document.content);
     if (!bytes) return failure(std::move(bytes).error());
     auto opened = PDFReader::open(*bytes);
     if (!opened)
@@ -153,8 +144,8 @@ DocumentAnswer<requests::WriteDocument::Answer>
 DocumentWork::write(const requests::WriteDocument& request)
 {
     // Where the document is open it is mapped already.
-    const auto source =
-        hasOpen(request.document) ? DocumentAnswer<Data>(source_) : map(request.document.bytes);
+    const auto source = hasOpen(request.document) ? DocumentAnswer<Data>(source_)
+                                                  : mapSource(request.document.content);
     if (!source) return failure(source.error());
     DescriptorOutput file(request.output->get());
     std::size_t copied = 0;

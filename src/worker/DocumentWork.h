@@ -18,7 +18,7 @@ namespace korvane {
  */
 class DocumentWork {
 public:
-    /** Has the table serve every request of DocumentRequests.h; this object outlives it. */
+    /** Has the table serve the requests on PDF documents; this object outlives it. */
     void serve(RequestTable& table);
 
 private:

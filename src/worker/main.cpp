@@ -1,4 +1,5 @@
 #include "worker/DocumentWork.h"
+#include "worker/RasterWork.h"
 #include "worker/WorkerMain.h"
 
 int main()
@@ -8,5 +9,6 @@ int main()
     DocumentWork work;
     RequestTable table;
     work.serve(table);
+    serveRasters(table);
     return serveWorker(table);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/SealedBytes.h"
+#include "base/DocumentFile.h"
 #include "workerpool/Fields.h"
 #include "workerpool/WireReader.h"
 
@@ -79,7 +79,7 @@ public:
     }
 
     /** From an agent only. Not mapped yet. */
-    void document(SealedBytes& value) { value = in_.document(); }
+    void document(DocumentFile& value) { value = in_.document(); }
 
     /** From an agent only. */
     void descriptor(SharedDescriptor& value) { value = in_.descriptor(); }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/SealedBytes.h"
+#include "base/DocumentFile.h"
 #include "workerpool/Fields.h"
 #include "workerpool/WireWriter.h"
 
@@ -76,7 +76,7 @@ public:
         if (value) fields(*this, *value);
     }
 
-    void document(const SealedBytes& value) { out_.document(value); }
+    void document(const DocumentFile& value) { out_.document(value); }
 
     void descriptor(const SharedDescriptor& value) { out_.descriptor(value); }
 

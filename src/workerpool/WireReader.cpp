@@ -38,11 +38,11 @@ std::string WireReader::string()
     return std::string(take(count()).text());
 }
 
-SealedBytes WireReader::document()
+DocumentFile WireReader::document()
 {
-    SealedBytes sealed{.offset = u64(), .length = u64()};
-    sealed.file = descriptor();
-    return failed_ ? SealedBytes() : sealed;
+    DocumentFile document{.length = u64()};
+    document.file = descriptor();
+    return failed_ ? DocumentFile() : document;
 }
 
 SharedDescriptor WireReader::descriptor()

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "base/Data.h"
+#include "base/DocumentFile.h"
 #include "base/FileDescriptor.h"
-#include "base/SealedBytes.h"
 #include "workerpool/WorkerMessage.h"
 
 #include <cstddef>
@@ -31,7 +31,7 @@ public:
     bool boolean();
     std::string string();
     /** Not mapped yet; without a file when the reader has failed. */
-    SealedBytes document();
+    DocumentFile document();
     /** None when the reader has failed. */
     SharedDescriptor descriptor();
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/ByteBuffer.h"
-#include "base/SealedBytes.h"
+#include "base/DocumentFile.h"
 #include "workerpool/WorkerMessage.h"
 
 #include <array>
@@ -35,11 +35,10 @@ public:
     void count(std::size_t elements) { u64(elements); }
 
     /** The document itself is not copied: its descriptor goes along. To a worker only. */
-    void document(SealedBytes bytes)
+    void document(DocumentFile document)
     {
-        u64(bytes.offset);
-        u64(bytes.length);
-        descriptor(std::move(bytes.file));
+        u64(document.length);
+        descriptor(std::move(document.file));
     }
 
     /** The other side gets the file as it is open here. To a worker only. */

@@ -168,8 +168,12 @@ protected:
     TemporaryFolder home;
     TemporaryFolder scans;
     SettingsStore store{home.path(), "Office Mac"};
-    ServerEnvironment environment{
-        .queues = queues, .network = network, .clock = clock, .log = log, .directory = &directory};
+    ServerEnvironment environment{.queues = queues,
+                                  .network = network,
+                                  .clock = clock,
+                                  .log = log,
+                                  .documents = documents,
+                                  .directory = &directory};
     OCR ocr{queues, documents, {"eng"}, log};
     JobEnvironment jobs{.queues = queues,
                         .clock = clock,

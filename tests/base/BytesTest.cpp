@@ -1,11 +1,9 @@
 #include "base/ByteBuffer.h"
 #include "base/Data.h"
-#include "base/SealedBytes.h"
+#include "support/TestDocument.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -84,56 +82,21 @@ TEST(ByteBuffer, GivesItsBytesAwayWithoutCopyingAndStartsAnew)
     EXPECT_EQ(content(buffer), "x"); // NOLINT
 }
 
-TEST(SealedBytes, HandOverAllThatADocumentHoldsAndCopyOnlyWhatIsSmall)
+TEST(DocumentMapping, MapsTheDocumentAloneAndOnlyAWholeOneInARegularFile)
 {
-    ByteBuffer buffer;
-    buffer.append("head");
-    std::string content;
-    for (int piece = 0; piece < 13; ++piece) {
-        const std::string part((std::size_t{1} << 20) - static_cast<std::size_t>(piece % 3),
-                               static_cast<char>('a' + piece));
-        if (piece % 2 == 0) {
-            buffer.append(part);
-        } else {
-            for (const char byte : part) buffer.append(static_cast<std::uint8_t>(byte));
-        }
-        content += part;
-    }
-    buffer.prepare(std::size_t{100} << 20);
-    buffer.consume(4);
-    const Data large = buffer.take().slice(5, content.size() - 10);
-    const Data small = Data::copying("a small document").slice(2);
-    EXPECT_EQ(large.text(), std::string_view(content).substr(5, content.size() - 10));
-    ASSERT_TRUE(large.shared());
-    EXPECT_FALSE(small.shared());
-    EXPECT_FALSE(Data().shared());
-    struct stat file {};
-    ASSERT_EQ(::fstat(large.shared()->descriptor, &file), 0);
-    EXPECT_EQ(file.st_size, static_cast<off_t>(content.size() + 4)) << "the room was given back";
-
-    for (const Data& data : {large, small, Data()}) {
-        const auto sealed = sealBytes(data);
-        ASSERT_TRUE(sealed);
-        EXPECT_EQ(mapSealedBytes(*sealed).value(), data);
-        EXPECT_EQ(::pwrite(sealed->file->get(), "x", 1, 0), -1);
-        EXPECT_NE(::ftruncate(sealed->file->get(), 1), 0);
-    }
-}
-
-TEST(SealedBytes, AreNotReadFromMemoryThatMayShrinkOrBeyondItsEnd)
-{
-    const auto sealed = sealBytes(Data::copying("0123456789"));
-    ASSERT_TRUE(sealed);
-    const std::pair<std::uint64_t, std::uint64_t> cases[] = {
-        {0, 11}, {5, 6}, {11, 0}, {UINT64_MAX, 2}, {2, UINT64_MAX}};
-    for (const auto& [offset, length] : cases) {
-        const SealedBytes bytes{sealed->file, offset, length};
-        EXPECT_EQ(mapSealedBytes(bytes).error().code, EINVAL);
-    }
-    const SealedBytes unsealed{share(FileDescriptor(::memfd_create("test", MFD_ALLOW_SEALING))), 0,
-                               1};
-    ASSERT_EQ(::ftruncate(unsealed.file->get(), 1), 0);
-    EXPECT_FALSE(mapSealedBytes(unsealed));
+    DocumentFile document = documentFile("a document and more");
+    document.length = 10;
+    const Data mapped = mapDocument(document).value();
+    EXPECT_EQ(mapped.text(), "a document");
+    releasePages(mapped);
+    EXPECT_EQ(mapped.text(), "a document");
+    document.length = 0;
+    EXPECT_EQ(mapDocument(document), Data());
+    document.length = 20;
+    EXPECT_EQ(mapDocument(document).error().code, EINVAL);
+    const DocumentFile device{share(FileDescriptor(::open("/dev/zero", O_RDONLY))), 1};
+    EXPECT_EQ(mapDocument(device).error().code, EINVAL);
+    EXPECT_EQ(mapDocument({share(FileDescriptor()), 1}).error().code, EBADF);
 }
 
 TEST(Data, SlicesShareTheStorageAndOutliveTheWhole)

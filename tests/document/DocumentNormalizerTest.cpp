@@ -1,26 +1,55 @@
 #include "document/DocumentNormalizer.h"
 
+#include "support/FakeDocuments.h"
+#include "support/TestDocument.h"
+
 #include <gtest/gtest.h>
 
-namespace korvane {
+#include <cerrno>
+#include <optional>
 
+namespace korvane {
 namespace {
 
-auto normalize(const Data& document)
+class DocumentNormalizerTest : public testing::Test {
+protected:
+    Result<DocumentFile, DocumentNormalizer::NormalizeError> normalize(const DocumentFile& document)
+    {
+        std::optional<Result<DocumentFile, DocumentNormalizer::NormalizeError>> normalized;
+        const auto makeFile = [this]() -> Result<FileDescriptor, SystemError> {
+            if (isDiskFull) return failure(SystemError{ENOSPC});
+            return FileDescriptor(::dup(unnamedFile()->get()));
+        };
+        DocumentNormalizer::normalize(document, documents, makeFile,
+                                      [&](auto result) { normalized = std::move(result); });
+        return *std::move(normalized);
+    }
+
+    std::string refusalOf(std::string_view document)
+    {
+        const auto pdf = normalize(documentFile(document));
+        EXPECT_FALSE(pdf);
+        if (pdf) return "none";
+        EXPECT_EQ(pdf.error().isRefusal(), !isDiskFull && !workersFail) << document;
+        return pdf.error().description();
+    }
+
+    FakeDocuments documents;
+    bool isDiskFull = false;
+    bool workersFail = false;
+};
+
+constexpr std::string_view raster("UNIRAST\0\0\0\0\1", 12);
+
+TEST_F(DocumentNormalizerTest, HandsPDFOnUntouched)
 {
-    return DocumentNormalizer::normalize(document, recognizeFormat(document.text()));
+    const DocumentFile document = documentFile("%PDF and then rubbish");
+    const auto pdf = normalize(document);
+    EXPECT_EQ(pdf->file, document.file);
+    EXPECT_EQ(pdf->length, document.length);
 }
 
-} // namespace
-
-TEST(DocumentNormalizer, HandsPDFOnUntouched)
-{
-    const Data document = Data::copying("%PDF and then rubbish");
-    EXPECT_EQ(normalize(document), document);
-    EXPECT_EQ(normalize(document)->bytes().data(), document.bytes().data());
-}
-
-TEST(DocumentNormalizer, QuotesTheFirstBytesOfWhatItRefuses)
+TEST_F(DocumentNormalizerTest, QuotesTheFirstBytesOfWhatItRefuses)
 {
     const std::pair<const char*, const char*> cases[] = {
         {"", ""},
@@ -30,12 +59,26 @@ TEST(DocumentNormalizer, QuotesTheFirstBytesOfWhatItRefuses)
         {"  %PDF-1.7", "20 20 25 50 44 46 2D 31"},
         {"%!PS-Adobe", "25 21 50 53 2D 41 64 6F"},
         {"UNIRAST", "55 4E 49 52 41 53 54"}};
-    for (const auto& [document, quoted] : cases) {
-        const auto pdf = normalize(Data::copying(std::string_view(document)));
-        ASSERT_FALSE(pdf) << document;
-        EXPECT_EQ(pdf.error().description(),
+    for (const auto& [document, quoted] : cases)
+        EXPECT_EQ(refusalOf(document),
                   "Unrecognized document format (first bytes: " + std::string(quoted) + ")");
-    }
 }
 
+TEST_F(DocumentNormalizerTest, HasAWorkerConvertRastersAndTellsARefusalFromAFailure)
+{
+    EXPECT_EQ(contentOf(*normalize(documentFile(raster))), "%PDF-converted");
+    using Kind = DocumentError::Kind;
+    documents.conversionError = DocumentError{Kind::conversion, "URF document is truncated."};
+    EXPECT_EQ(refusalOf(raster), "URF decode failed: URF document is truncated.");
+    workersFail = true;
+    documents.conversionError =
+        DocumentError{.kind = Kind::worker, .failure = {WorkerFailure::Kind::timedOut}};
+    EXPECT_EQ(refusalOf(raster), "URF conversion failed: the worker took too long");
+    documents.conversionError = DocumentError{.kind = Kind::cannotWrite, .system = {ENOSPC}};
+    EXPECT_EQ(refusalOf(raster), "No space left on device");
+    isDiskFull = true;
+    EXPECT_EQ(refusalOf(raster), "No space left on device");
+}
+
+} // namespace
 } // namespace korvane

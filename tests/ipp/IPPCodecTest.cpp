@@ -1,5 +1,7 @@
 #include "ipp/IPPCodec.h"
 
+#include "ipp/AttributeSection.h"
+
 #include <gmock/gmock.h>
 
 #include <set>
@@ -156,6 +158,30 @@ TEST(IPPDecoder, GivesWhatFollowsTheAttributesAsDocumentWithoutCopyingIt)
     const auto decoded = ipp::decode(input);
     EXPECT_EQ(decoded->documentData.text(), "%PDF-1.7\x03");
     EXPECT_EQ(decoded->documentData.bytes().data(), input.bytes().data() + header.size() + 1);
+}
+
+TEST(IPPDecoder, GivesTheSameForAttributesThatWereFoundInPieces)
+{
+    const std::size_t limit = 400;
+    const std::string rest = "\x01 and so on";
+    const std::string tags = keyword("a", "\x03") + keyword("", std::string(300, '\x03'));
+    const std::pair<std::string, std::string> cases[] = {
+        {header + job + tags + end, rest},
+        {header + end, rest},
+        {header + job + tags, ""},
+        {header.substr(0, 5), ""},
+        {header + job + record(0x21, "a", "b") + end, rest},
+        {header + bytes(0x0B), keyword("a", "b")},
+        {header + job + keyword("a", std::string(500, 'b')) + job, rest}};
+    for (const auto& [attributes, document] : cases) {
+        const std::string whole = attributes + document;
+        ipp::AttributeSection section(limit);
+        std::size_t length = 0;
+        while (length < whole.size() && !section.isComplete())
+            length += section.take(Data::copying(whole.substr(length, 3)).bytes());
+        EXPECT_EQ(errorOf(whole.substr(0, length), limit), errorOf(whole, limit));
+        EXPECT_TRUE(errorOf(whole, limit) != "none" || whole.substr(length) == document);
+    }
 }
 
 TEST(IPPDecoder, RefusesToFillTheMemoryWithTinyAttributes)

@@ -1,7 +1,7 @@
 #include "recognition/DocumentRequests.h"
 
-#include "base/MemoryFile.h"
 #include "recognition/RequestCoding.h"
+#include "support/TestDocument.h"
 
 #include <gtest/gtest.h>
 
@@ -36,9 +36,8 @@ PageReading reading()
 
 TEST(DocumentRequests, ReachTheWorkerAsTheyWereMade)
 {
-    const SharedDescriptor file = share(makeMemoryFile());
-    const requests::SourceDocument document{.number = 7,
-                                            .bytes = {.file = file, .offset = 8, .length = 9}};
+    const SharedDescriptor file = unnamedFile();
+    const requests::SourceDocument document{.number = 7, .content = {.file = file, .length = 9}};
     const auto sent = [&]<typename Request>(const Request& request) {
         WorkerMessage message = encodeRequest(request);
         EXPECT_EQ(message.code, codeOf<Request>());
@@ -47,9 +46,8 @@ TEST(DocumentRequests, ReachTheWorkerAsTheyWereMade)
         EXPECT_TRUE(received);
         if constexpr (requires { received->document; }) {
             EXPECT_EQ(received->document.number, 7U);
-            EXPECT_EQ(received->document.bytes.file, file);
-            EXPECT_EQ(received->document.bytes.offset, 8U);
-            EXPECT_EQ(received->document.bytes.length, 9U);
+            EXPECT_EQ(received->document.content.file, file);
+            EXPECT_EQ(received->document.content.length, 9U);
         }
         return std::move(received).value_or(Request());
     };
@@ -62,21 +60,29 @@ TEST(DocumentRequests, ReachTheWorkerAsTheyWereMade)
     EXPECT_EQ(page.page, 3U);
     EXPECT_EQ(page.resolution, 299.5);
     EXPECT_EQ(page.language, "deu");
-    const SharedDescriptor output = share(makeMemoryFile());
+    const SharedDescriptor output = unnamedFile();
     const std::vector<PageTextLayer> layers{{reading().lines}, {}};
     const DocumentInformation information{{"Author", "Ann"}, {"Title", "\xFF"}};
     const auto writing = sent(WriteDocument{document, layers, information, output});
     EXPECT_EQ(writing.layers, layers);
     EXPECT_EQ(writing.information, information);
     EXPECT_EQ(writing.output, output);
+    const auto conversion = sent(requests::ConvertRaster{document.content, output});
+    EXPECT_EQ(conversion.raster.file, file);
+    EXPECT_EQ(conversion.raster.length, 9U);
+    EXPECT_EQ(conversion.output, output);
     sent(ReleaseDocument());
 }
 
 TEST(DocumentRequests, HaveCodesOfTheirOwn)
 {
-    const std::set<std::uint16_t> codes{codeOf<ListLanguages>(), codeOf<requests::OpenDocument>(),
-                                        codeOf<ReadPages>(),     codeOf<RecognizePage>(),
-                                        codeOf<WriteDocument>(), codeOf<ReleaseDocument>()};
+    const std::set<std::uint16_t> codes{codeOf<ListLanguages>(),
+                                        codeOf<requests::OpenDocument>(),
+                                        codeOf<ReadPages>(),
+                                        codeOf<RecognizePage>(),
+                                        codeOf<WriteDocument>(),
+                                        codeOf<ReleaseDocument>(),
+                                        codeOf<requests::ConvertRaster>()};
     EXPECT_EQ(codes.size(), std::tuple_size_v<requests::All>);
     EXPECT_FALSE(codes.contains(0)) << "which means success in an answer";
 }
@@ -100,13 +106,15 @@ TEST(DocumentAnswers, ReachTheAgentAsTheyWereMade)
     const PDFWriteError error{PDFWriteError::Kind::cannotWrite, "why"};
     EXPECT_EQ(received<WriteDocument::Answer>({{error}})->error, error);
     EXPECT_EQ(received<WriteDocument::Answer>({})->error, std::nullopt);
+    EXPECT_EQ(received<requests::ConvertRaster::Answer>({{.length = 99}})->length, 99U);
     EXPECT_TRUE(received<requests::Nothing>({}));
-    for (const Kind kind :
-         {Kind::notReadable, Kind::needsPassword, Kind::noPage, Kind::recognition}) {
-        const auto failed =
-            received<PageReading>(failure(DocumentError{.kind = kind, .detail = "why"}));
+    for (const Kind kind : {Kind::notReadable, Kind::needsPassword, Kind::noPage, Kind::recognition,
+                            Kind::conversion, Kind::cannotWrite}) {
+        const auto failed = received<PageReading>(
+            failure(DocumentError{.kind = kind, .detail = "why", .system = {28}}));
         EXPECT_EQ(failed.error().kind, kind);
         EXPECT_EQ(failed.error().detail, "why");
+        EXPECT_EQ(failed.error().system, SystemError{28});
     }
 }
 
@@ -169,9 +177,9 @@ TEST(DocumentAnswers, AreInvalidWhenTheyAreNoAnswer)
         {"nothing at all", [](WireWriter&) {}},
         {"neither success nor failure", [](WireWriter& out) { out.u8(2); }},
         {"an error of the agent's own",
-         [](WireWriter& out) { out.u8(0), out.u8(4), out.string(""); }},
+         [](WireWriter& out) { out.u8(0), out.u8(6), out.string(""), out.i32(0); }},
         {"an error that is not UTF-8",
-         [](WireWriter& out) { out.u8(0), out.u8(0), out.string("\xFF"); }},
+         [](WireWriter& out) { out.u8(0), out.u8(0), out.string("\xFF"), out.i32(0); }},
         {"more pages than fit", [](WireWriter& out) { out.u8(1), out.count(1'000'000); }},
         {"a page that is cut short", [](WireWriter& out) { out.u8(1), out.count(1), out.f64(0); }},
         {"more than an answer", [](WireWriter& out) { out.u8(1), out.count(0), out.u8(0); }},

@@ -1,12 +1,13 @@
-#include "base/MemoryFile.h"
 #include "recognition/RequestCoding.h"
 #include "recognition/WorkerDocuments.h"
 #include "support/FakeWorkers.h"
+#include "support/TestDocument.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <optional>
 
 namespace korvane {
@@ -51,7 +52,7 @@ protected:
     std::shared_ptr<OpenDocument> open(std::uint64_t pageCount)
     {
         std::optional<DocumentAnswer<std::shared_ptr<OpenDocument>>> opened;
-        documents.open(Data::copying("%PDF"), keep(opened));
+        documents.open(documentFile("%PDF"), keep(opened));
         EXPECT_FALSE(opened) << "nothing waits for the worker";
         answer<requests::OpenDocument::Answer>({{pageCount}});
         return opened->value();
@@ -72,11 +73,11 @@ TEST_F(WorkerDocumentTest, IsOpenOnceItsPagesAreCounted)
 TEST_F(WorkerDocumentTest, CannotBeOpenedWhenTheWorkerCannot)
 {
     std::optional<DocumentAnswer<std::shared_ptr<OpenDocument>>> opened;
-    documents.open(Data::copying("%PDF"), keep(opened));
+    documents.open(documentFile("%PDF"), keep(opened));
     answer<requests::OpenDocument::Answer>(
         failure(DocumentError{.kind = DocumentError::Kind::needsPassword}));
     EXPECT_EQ(opened->error().kind, DocumentError::Kind::needsPassword);
-    documents.open(Data::copying("%PDF"), keep(opened));
+    documents.open(documentFile("%PDF"), keep(opened));
     fail(Kind::timedOut);
     EXPECT_EQ(opened->error().description(), "the worker took too long");
     EXPECT_THAT(workers.ended, SizeIs(2)) << "workers need not keep them";
@@ -96,8 +97,8 @@ TEST_F(WorkerDocumentTest, HandsOverOneDocumentHoweverManyRequestsThereAre)
     EXPECT_EQ(page.page, 5U);
     EXPECT_EQ(page.resolution, 300);
     EXPECT_EQ(page.language, "deu");
-    EXPECT_EQ(pages.document.bytes.file, page.document.bytes.file);
-    EXPECT_EQ(mapSealedBytes(page.document.bytes)->text(), "%PDF");
+    EXPECT_EQ(pages.document.content.file, page.document.content.file);
+    EXPECT_EQ(contentOf(page.document.content), "%PDF");
     EXPECT_EQ(pages.document.number, page.document.number);
     EXPECT_EQ(recognition.job, reading.job);
     EXPECT_EQ(reading.request.page, std::nullopt);
@@ -118,7 +119,7 @@ TEST_F(WorkerDocumentTest, RefusesOtherThanThePagesItAskedFor)
 TEST_F(WorkerDocumentTest, ReplacesWhatIsInTheOutputBeforeEachTry)
 {
     const auto document = open(1);
-    const SharedDescriptor output = share(makeMemoryFile());
+    const SharedDescriptor output = unnamedFile();
     const auto size = [&] {
         struct stat status {};
         EXPECT_EQ(::fstat(output->get(), &status), 0);
@@ -141,7 +142,7 @@ TEST_F(WorkerDocumentTest, TellsWhyItWasNotWritten)
     using WriteKind = PDFWriteError::Kind;
     const auto document = open(1);
     std::optional<Result<void, PDFWriteError>> written;
-    const auto write = [&] { document->write({}, {}, share(makeMemoryFile()), keep(written)); };
+    const auto write = [&] { document->write({}, {}, unnamedFile(), keep(written)); };
     write();
     answer<requests::WriteDocument::Answer>({});
     EXPECT_TRUE(*written);
@@ -159,7 +160,7 @@ TEST_F(WorkerDocumentTest, TellsWhyItWasNotWritten)
 TEST_F(WorkerDocumentTest, MayBeWrittenWhateverItsPagesHaveLost)
 {
     const auto document = open(1);
-    document->write({}, {}, share(makeMemoryFile()), [](const auto&) {});
+    document->write({}, {}, unnamedFile(), [](const auto&) {});
     document->recognizePage(0, 300, "eng", [](const auto&) {});
     EXPECT_GE(workers.take().request.reservedTime, 5s);
     EXPECT_EQ(workers.take().request.reservedTime, 0s);
@@ -176,6 +177,43 @@ TEST_F(WorkerDocumentTest, EndsItsRequestsWhenItIsDestroyed)
                                       requests::codeOf<requests::ReleaseDocument>())));
     fail(Kind::cancelled);
     EXPECT_TRUE(reading->error().stopped());
+}
+
+TEST_F(WorkerDocumentTest, TellsHowLongTheFileIsThatARasterBecame)
+{
+    const SharedDescriptor output = documentFile("something else").file;
+    const auto lengthOf = [&] {
+        struct stat status {};
+        EXPECT_EQ(::fstat(output->get(), &status), 0);
+        return status.st_size;
+    };
+    std::optional<DocumentAnswer<std::uint64_t>> converted;
+    const auto convert = [&] {
+        documents.convertRaster(documentFile("UNIRAST"), output, keep(converted));
+    };
+    const auto workerWrites = [&] { ASSERT_EQ(::write(output->get(), "%PDF", 4), 4); };
+    convert();
+    EXPECT_EQ(lengthOf(), 0);
+    workerWrites();
+    const WorkerRequest& request = workers.submitted.front().request;
+    EXPECT_GE(request.limit, 10min) << "for 16 GiB of pixels";
+    EXPECT_EQ(request.reservedTime, request.limit);
+    ASSERT_TRUE(request.beforeRetry());
+    EXPECT_EQ(lengthOf(), 0) << "the next worker starts over";
+    workerWrites();
+    answer<requests::ConvertRaster::Answer>({{.length = 4}});
+    EXPECT_EQ(*converted, 4U);
+
+    convert();
+    workerWrites();
+    answer<requests::ConvertRaster::Answer>({{.length = 5}});
+    EXPECT_EQ(converted->error().failure.kind, Kind::invalidResponse);
+    convert();
+    answer<requests::ConvertRaster::Answer>(
+        failure(DocumentError{DocumentError::Kind::conversion, "Document is not URF."}));
+    EXPECT_EQ(converted->error().description(), "Document is not URF.");
+    documents.convertRaster(documentFile(""), share(FileDescriptor()), keep(converted));
+    EXPECT_EQ(converted->error().system, SystemError{EBADF});
 }
 
 TEST_F(WorkerDocumentTest, AsksForTheLanguagesOnceAndRemembersThem)

@@ -38,6 +38,9 @@ struct FakeDocumentContent {
     std::optional<DocumentError> openError;
     std::optional<DocumentError> readError;
     std::optional<PDFWriteError> writeError;
+    std::optional<DocumentError> conversionError;
+    /** What becomes of every raster document. */
+    std::string converted = "%PDF-converted";
     /** Writes the searchable document. */
     std::function<void(int output)> write = [](int output) {
         static_cast<void>(::write(output, "%PDF-searchable", 15));
@@ -147,12 +150,22 @@ private:
 /** Opens the same document whatever it is given. */
 class FakeDocuments final : public DocumentService, public FakeDocumentContent {
 public:
-    void open(const Data& /*pdf*/,
+    void open(const DocumentFile& /*pdf*/,
               DocumentCompletion<std::shared_ptr<OpenDocument>> completion) override
     {
         deliver([this, completion] {
             if (openError) return completion(failure(*openError));
             completion(std::make_shared<FakeDocument>(*this));
+        });
+    }
+
+    void convertRaster(const DocumentFile& /*raster*/, SharedDescriptor output,
+                       DocumentCompletion<std::uint64_t> completion) override
+    {
+        deliver([this, output, completion] {
+            if (conversionError) return completion(failure(*conversionError));
+            static_cast<void>(::write(output->get(), converted.data(), converted.size()));
+            completion(converted.size());
         });
     }
 

@@ -59,6 +59,9 @@ public:
         deliver();
     }
 
+    /** Whether the server leaves bytes of the client where they are. */
+    bool isHeldBack() const { return !waiting_.empty(); }
+
     /** All that the client was sent. */
     std::string answer;
     bool finishedSending = false;

@@ -1,11 +1,14 @@
-#include "base/MemoryFile.h"
 #include "event/SystemQueues.h"
 #include "recognition/WorkerDocuments.h"
+#include "support/DecodedURF.h"
 #include "support/RecordingLog.h"
+#include "support/TestDocument.h"
 #include "support/TestPDF.h"
+#include "support/URFBuilder.h"
 #include "workerpool/WorkerPool.h"
 #include "workerpool/WorkerProcess.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -49,7 +52,7 @@ protected:
     DocumentAnswer<std::shared_ptr<OpenDocument>> open(std::string_view pdf)
     {
         return get<DocumentAnswer<std::shared_ptr<OpenDocument>>>(
-            [&](auto completion) { documents.open(Data::copying(pdf), completion); });
+            [&](auto completion) { documents.open(documentFile(pdf), completion); });
     }
 
     static DocumentAnswer<std::vector<PageInfo>> read(OpenDocument& document, std::size_t count)
@@ -107,7 +110,7 @@ TEST_F(DocumentWorkTest, ReadsRecognizesAndRewritesADocument)
     EXPECT_THAT(recognize(*document, 1, "eng")->lines, SizeIs(0));
     EXPECT_EQ(textOf(*recognize(*document, 0, "eng")), textOf(*reading)) << "after another page";
 
-    const SharedDescriptor output = share(makeMemoryFile());
+    const SharedDescriptor output = unnamedFile();
     const auto written = get<Result<void, PDFWriteError>>([&](auto completion) {
         document->write({{reading->lines}, {}}, {{"Title", "Fox"}}, output, completion);
     });
@@ -139,6 +142,27 @@ TEST_F(DocumentWorkTest, TellsInWhichLanguageThePageSeemsToBe)
     const auto reading = recognize(*document, 0, "eng").value();
     ASSERT_FALSE(reading.likelyLanguages.empty());
     EXPECT_EQ(reading.likelyLanguages.front(), "de");
+}
+
+TEST_F(DocumentWorkTest, MakesPDFOfRastersOrTellsWhyNot)
+{
+    const auto convert = [&](const Data& raster, const SharedDescriptor& output) {
+        return get<DocumentAnswer<std::uint64_t>>([&](auto completion) {
+            documents.convertRaster(documentFile(raster.text()), output, completion);
+        });
+    };
+    const Data raster =
+        test::URFBuilder(1).page(test::Raster{.width = 999, .height = 9}, 72).build();
+    const SharedDescriptor output = unnamedFile();
+    const auto length = convert(raster, output);
+    ASSERT_TRUE(length) << length.error().description();
+    EXPECT_EQ(contentOf({output, *length}), test::decodedURF(raster)->text());
+
+    const auto refused = convert(test::URFBuilder(0).build(), output);
+    EXPECT_EQ(refused.error().kind, DocumentError::Kind::conversion);
+    EXPECT_EQ(refused.error().description(), "Unsupported URF: zero pages");
+    ASSERT_EQ(::fcntl(output->get(), F_ADD_SEALS, F_SEAL_GROW), 0);
+    EXPECT_EQ(convert(raster, output).error().system, SystemError{EPERM});
 }
 
 TEST_F(DocumentWorkTest, KeepsDocumentsApart)

@@ -1,12 +1,12 @@
 #include "workerpool/WorkerProcess.h"
 
 #include "DoubleOperation.h"
-#include "base/ByteBuffer.h"
-#include "base/MemoryFile.h"
+#include "base/Files.h"
 #include "base/Sanitizers.h"
 #include "event/SystemQueues.h"
 #include "support/RecordingLog.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestDocument.h"
 #include "workerpool/WireReader.h"
 #include "workerpool/WireWriter.h"
 #include "workerpool/WorkerPool.h"
@@ -82,14 +82,17 @@ TEST_F(WorkerProcessTest, AnswersHoweverLargeTheRequest)
 
 TEST_F(WorkerProcessTest, SeesTheDocumentItIsGiven)
 {
-    ByteBuffer large;
-    for (int piece = 0; piece < 12; ++piece) large.append(std::string(1 << 20, '\1'));
-    for (const Data& document : {Data::copying("\1\2\3"), large.take().slice(5)}) {
+    // On a disk, as the agent's are, or in memory.
+    const TemporaryFolder folder;
+    const DocumentFile onDisk{
+        openRegularFile(folder.write("document", std::string(1 << 20, '\1'))).map(share).value(),
+        (1 << 20) - 5};
+    for (const DocumentFile& document : {documentFile("\1\2\3"), onDisk}) {
         WireWriter request;
-        request.document(sealBytes(document).value());
+        request.document(document);
         auto answer = ask(DoubleOperation::documentSum, std::move(request));
         ASSERT_TRUE(answer) << answer.error().description();
-        const std::uint64_t expected = document.size() == 3 ? 6 : document.size();
+        const std::uint64_t expected = document.length == 3 ? 6 : document.length;
         EXPECT_EQ(WireReader(*std::move(answer)).u64(), expected);
     }
 }
@@ -213,7 +216,7 @@ TEST_F(WorkerProcessTest, ReadsNoFilesButFontsAndTheLike)
     for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
         ::setenv(name, ".", 1);               // NOLINT: no other thread reads it
     ::setenv("HOME", home.path().c_str(), 1); // NOLINT: no other thread reads it
-    const FileDescriptor document = makeMemoryFile();
+    const SharedDescriptor document = unnamedFile();
     const std::string agent = "/proc/" + std::to_string(::getpid());
     struct Case {
         std::string path;
@@ -230,7 +233,7 @@ TEST_F(WorkerProcessTest, ReadsNoFilesButFontsAndTheLike)
         {"/proc/self/environ"},
         {agent + "/environ"},
         {agent + "/fd"},
-        {agent + "/fd/" + std::to_string(document.get())},
+        {agent + "/fd/" + std::to_string(document->get())},
     };
     for (const Case& each : cases) {
         SCOPED_TRACE(each.path);

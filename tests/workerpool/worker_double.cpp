@@ -1,6 +1,7 @@
 // A worker process that misbehaves as it is told to.
 
 #include "DoubleOperation.h"
+#include "base/DocumentMapping.h"
 #include "worker/WorkerMain.h"
 #include "workerpool/DescriptorMessage.h"
 
@@ -102,7 +103,7 @@ RequestTable makeTable()
         return request.finished();
     });
     add(documentSum, [](WireReader& request, WireWriter& answer) {
-        const Data document = mapSealedBytes(request.document()).value();
+        const Data document = mapDocument(request.document()).value();
         answer.u64(
             std::accumulate(document.bytes().begin(), document.bytes().end(), std::uint64_t{0}));
         return request.finished();

@@ -19,8 +19,8 @@ struct Limit {
     rlim_t value;
 };
 
-/** The document itself is shared memory, which RLIMIT_DATA does not count. The agent limits the
- *  time: it knows when a request began. */
+/** The document itself is mapped from its file, which RLIMIT_DATA does not count. The agent limits
+ * the time: it knows when a request began. */
 constexpr Limit limits[] = {
     {RLIMIT_CORE, 0},
     {RLIMIT_DATA, rlim_t{1536} << 20},

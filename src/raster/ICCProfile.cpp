@@ -1,4 +1,4 @@
-#include "document/ICCProfile.h"
+#include "raster/ICCProfile.h"
 
 #include "base/BigEndian.h"
 

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "base/ByteBuffer.h"
-#include "base/Data.h"
-#include "document/PixelStream.h"
+#include "base/Result.h"
+#include "base/SystemError.h"
 #include "lib/deflate/ZlibCompressor.h"
+#include "raster/BufferedOutput.h"
+#include "raster/PixelStream.h"
 
 #include <array>
 #include <cstddef>
@@ -33,13 +35,13 @@ struct RasterPage {
 };
 
 /**
- * Writes a PDF document (ISO 32000-1) of raster pages into memory. Every page shows one image,
- * which fills it at the raster's resolution. Each operation may throw std::bad_alloc, and the
- * document is lost then.
+ * Writes a PDF document (ISO 32000-1) of raster pages, keeping no more than one page in memory.
+ * Every page shows one image, which fills it at the raster's resolution. Each operation may throw
+ * std::bad_alloc, and the document is lost then.
  */
 class RasterPDFWriter {
 public:
-    RasterPDFWriter();
+    explicit RasterPDFWriter(BufferedOutput::Sink output);
 
     void beginPage(const RasterPage& page);
 
@@ -47,14 +49,14 @@ public:
      * page is wide. */
     void addRows(std::span<const std::uint8_t> row, std::size_t count);
 
-    /** Ends the page, all of whose rows have been added. */
-    void endPage();
+    /** Ends the page, all of whose rows have been added. Fails once the output has failed. */
+    Result<void, SystemError> endPage();
 
     /** The bytes written so far; those of the page being added count from `endPage` on. */
-    std::size_t size() const { return pdf_.size(); }
+    std::uint64_t size() const { return pdf_.size(); }
 
-    /** The complete document; the writer is used up. */
-    Data finish();
+    /** Ends the document, and tells whether the output took all of it; the writer is used up. */
+    Result<void, SystemError> finish();
 
 private:
     /** Objects refer to each other by number, so one may be named before it is written. */
@@ -68,8 +70,8 @@ private:
     ObjectNumber colorSpace(RasterPage::Color color);
     ObjectNumber addImage();
 
-    ByteBuffer pdf_;
-    std::vector<std::size_t> objectOffsets_;
+    BufferedOutput pdf_;
+    std::vector<std::uint64_t> objectOffsets_;
     std::vector<ObjectNumber> pages_;
     std::array<std::optional<ObjectNumber>, 2> colorSpaces_;
     RasterPage page_;

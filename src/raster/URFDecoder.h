@@ -2,6 +2,8 @@
 
 #include "base/Data.h"
 #include "base/Result.h"
+#include "base/SystemError.h"
+#include "raster/BufferedOutput.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -24,8 +26,12 @@ struct Error {
     struct NotURF {};
     /** The document ends too early. */
     struct Truncated {};
+    /** Nothing is wrong with the document: the PDF could not be written. */
+    struct NotWritten {
+        SystemError error;
+    };
 
-    std::variant<Unsupported, NotURF, Truncated> value;
+    std::variant<Unsupported, NotURF, Truncated, NotWritten> value;
 
     std::string errorDescription() const;
 };
@@ -42,8 +48,9 @@ struct Limits {
     std::uint64_t pdf = UINT64_C(1) << 30;
 };
 
-/** A complete PDF document with one page for each of the raster pages. `document` begins with the
- *  magic, "UNIRAST" and a zero byte. */
-Result<Data, Error> decodeToPDF(const Data& document, const Limits& limits = {});
+/** Writes a PDF document with one page for each of the raster pages, a page at a time, and says how
+ *  long it is. `document` begins with the magic, "UNIRAST" and a zero byte. */
+Result<std::uint64_t, Error> decodeToPDF(const Data& document, const BufferedOutput::Sink& output,
+                                         const Limits& limits = {});
 
 } // namespace korvane::URFDecoder

@@ -1,11 +1,12 @@
-#include "document/RasterPDFWriter.h"
+#include "raster/RasterPDFWriter.h"
 
-#include "document/ICCProfile.h"
+#include "raster/ICCProfile.h"
 
 #include <fmt/format.h>
 
 #include <charconv>
 #include <string>
+#include <utility>
 
 namespace korvane {
 
@@ -45,8 +46,9 @@ std::string pageContent(double width, double height, double pixel)
 
 } // namespace
 
-RasterPDFWriter::RasterPDFWriter()
-    : compressor_(compressionLevel), catalog_(newObject()), pageTree_(newObject())
+RasterPDFWriter::RasterPDFWriter(BufferedOutput::Sink output)
+    : pdf_(std::move(output)), compressor_(compressionLevel), catalog_(newObject()),
+      pageTree_(newObject())
 {
     // The second line tells transfer programs that this is not text.
     pdf_.append("%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
@@ -63,7 +65,7 @@ void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t cou
     pixels_.append(row, count);
 }
 
-void RasterPDFWriter::endPage()
+Result<void, SystemError> RasterPDFWriter::endPage()
 {
     const double width = pointSize(page_.width, page_.resolution);
     const double height = pointSize(page_.height, page_.resolution);
@@ -77,9 +79,10 @@ void RasterPDFWriter::endPage()
         addObject(fmt::format("<< /Type /Page /Parent {} 0 R /MediaBox [0 0 {} {}]"
                               " /Resources << /XObject << /Im0 {} 0 R >> >> /Contents {} 0 R >>",
                               pageTree_, number(width), number(height), image, contentStream)));
+    return pdf_.status();
 }
 
-Data RasterPDFWriter::finish()
+Result<void, SystemError> RasterPDFWriter::finish()
 {
     beginObject(pageTree_);
     pdf_.append(fmt::format("<< /Type /Pages /Count {} /Kids [", pages_.size()));
@@ -90,15 +93,15 @@ Data RasterPDFWriter::finish()
     pdf_.append(fmt::format("<< /Type /Catalog /Pages {} 0 R >>", pageTree_));
     endObject();
 
-    const std::size_t tableOffset = pdf_.size();
+    const std::uint64_t tableOffset = pdf_.size();
     const std::size_t tableSize = objectOffsets_.size() + 1;
     pdf_.append(fmt::format("xref\n0 {}\n0000000000 65535 f \n", tableSize));
-    for (const std::size_t offset : objectOffsets_) {
+    for (const std::uint64_t offset : objectOffsets_) {
         pdf_.append(fmt::format("{:010} 00000 n \n", offset));
     }
     pdf_.append(fmt::format("trailer\n<< /Size {} /Root {} 0 R >>\nstartxref\n{}\n%%EOF\n",
                             tableSize, catalog_, tableOffset));
-    return pdf_.take();
+    return pdf_.flush();
 }
 
 RasterPDFWriter::ObjectNumber RasterPDFWriter::newObject()

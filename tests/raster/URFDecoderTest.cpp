@@ -1,6 +1,7 @@
-#include "document/URFDecoder.h"
+#include "raster/URFDecoder.h"
 
-#include "document/RunLength.h"
+#include "raster/RunLength.h"
+#include "support/DecodedURF.h"
 #include "support/TemporaryFolder.h"
 #include "support/URFBuilder.h"
 
@@ -15,6 +16,7 @@ namespace korvane {
 
 namespace {
 
+using test::decodedURF;
 using test::Raster;
 using test::URFBuilder;
 using test::URFPage;
@@ -30,7 +32,7 @@ URFPage sized(URFPage page, std::uint32_t width, std::uint32_t height,
 
 std::string errorOf(const Data& document, const URFDecoder::Limits& limits = {})
 {
-    const auto pdf = URFDecoder::decodeToPDF(document, limits);
+    const auto pdf = decodedURF(document, limits);
     return pdf ? "none" : pdf.error().errorDescription();
 }
 
@@ -131,7 +133,7 @@ TEST_F(URFRendering, ShowsWhatEveryCodeOfALineStandsFor)
     URFBuilder document(std::size(cases));
     for (const auto& line : cases) document.page(line.page).raw(line.data);
     ASSERT_EQ(errorOf(document.build()), "none");
-    const std::vector<Raster> pages = render(URFDecoder::decodeToPDF(document.build()).value());
+    const std::vector<Raster> pages = render(decodedURF(document.build()).value());
     ASSERT_EQ(pages.size(), std::size(cases));
     for (std::size_t i = 0; i < pages.size(); ++i) {
         const Raster expected{cases[i].page.width, cases[i].page.height,
@@ -155,7 +157,7 @@ TEST_F(URFRendering, ShowsEveryPixelOfEveryPageAtItsResolution)
         URFBuilder document(std::size(cases));
         for (const auto& [raster, filter] : cases) document.page(raster, resolution);
         document.raw({'t', 'r', 'a', 'i', 'l', 'e', 'r'});
-        const Data pdf = URFDecoder::decodeToPDF(document.build()).value();
+        const Data pdf = decodedURF(document.build()).value();
         const std::vector<Raster> pages = render(pdf, resolution);
         ASSERT_EQ(pages.size(), std::size(cases));
         std::string_view rest = pdf.text();
@@ -224,7 +226,7 @@ TEST(URFDecoder, GivesThePageItsSizeAtTheRastersResolution)
         URFBuilder document(1);
         document.page(page);
         for (std::uint32_t y = 0; y < page.height; y += 256) document.raw({255, 128});
-        const Data pdf = URFDecoder::decodeToPDF(document.build()).value();
+        const Data pdf = decodedURF(document.build()).value();
         EXPECT_NE(pdf.text().find("/MediaBox " + mediaBox), std::string_view::npos) << mediaBox;
     }
 }
@@ -253,6 +255,26 @@ TEST(URFDecoder, BoundsWhatAllPagesTogetherMayCost)
     EXPECT_EQ(errorOf(document, {.pageRaster = 9999}),
               "Unsupported URF: page 0 too large: 100 x 100 pixels");
     EXPECT_THAT(errorOf(document, {.pdf = 1500}), HasSubstr("PDF too large at page "));
+}
+
+TEST(URFDecoder, WritesPageByPageAndEndsWhenItCannotWrite)
+{
+    std::vector<std::size_t> pieces;
+    const Raster noise = printed(700, 900, 3, 900);
+    URFBuilder document(3);
+    for (int page = 0; page < 3; ++page) document.page(noise, 300);
+    const auto failSecond = [&](std::span<const std::uint8_t> bytes) -> Result<void, SystemError> {
+        pieces.push_back(bytes.size());
+        if (pieces.size() == 2) return failure(SystemError{ENOSPC});
+        return {};
+    };
+    const auto written = URFDecoder::decodeToPDF(document.build(), failSecond);
+    const auto* error = std::get_if<URFDecoder::Error::NotWritten>(&written.error().value);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->error.code, ENOSPC);
+    EXPECT_EQ(pieces.size(), 2U);
+    EXPECT_GT(pieces[1], noise.pixels.size() / 2) << "the image of the first page alone";
+    EXPECT_LT(pieces[1], 2 * noise.pixels.size());
 }
 
 TEST(RunLength, GivesBackAnyMixOfRunsWithinItsBound)

@@ -1,4 +1,4 @@
-#include "document/RunLength.h"
+#include "raster/RunLength.h"
 
 #include <algorithm>
 #include <bit>

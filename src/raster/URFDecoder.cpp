@@ -1,8 +1,8 @@
-#include "document/URFDecoder.h"
+#include "raster/URFDecoder.h"
 
-#include "document/RasterPDFWriter.h"
-#include "document/URFReader.h"
 #include "ipp/DocumentFormat.h"
+#include "raster/RasterPDFWriter.h"
+#include "raster/URFReader.h"
 
 #include <fmt/format.h>
 
@@ -19,6 +19,11 @@ namespace {
 auto unsupported(std::string detail)
 {
     return failure(Error{Error::Unsupported{std::move(detail)}});
+}
+
+auto notWritten(SystemError error)
+{
+    return failure(Error{Error::NotWritten{error}});
 }
 
 std::optional<RasterPage::Color> color(const URFPageHeader& header)
@@ -66,12 +71,13 @@ private:
 /** Decodes one document. */
 class Decoder {
 public:
-    Decoder(std::span<const std::uint8_t> document, const Limits& limits)
-        : reader_(document), limits_(limits)
+    Decoder(std::span<const std::uint8_t> document, const BufferedOutput::Sink& output,
+            const Limits& limits)
+        : reader_(document), limits_(limits), writer_(output)
     {
     }
 
-    Result<Data, Error> decode();
+    Result<std::uint64_t, Error> decode();
 
 private:
     Result<void, Error> decodePage(std::uint32_t index);
@@ -85,7 +91,7 @@ private:
     std::uint64_t rasterSize_ = 0;
 };
 
-Result<Data, Error> Decoder::decode()
+Result<std::uint64_t, Error> Decoder::decode()
 {
     const auto pageCount = reader_.readPageCount();
     if (!pageCount) return failure(pageCount.error());
@@ -97,7 +103,8 @@ Result<Data, Error> Decoder::decode()
             return unsupported(fmt::format("CGImage construction failed for page {}", index));
         }
     }
-    return writer_.finish();
+    if (const auto written = writer_.finish(); !written) return notWritten(written.error());
+    return writer_.size();
 }
 
 Result<void, Error> Decoder::decodePage(std::uint32_t index)
@@ -110,7 +117,7 @@ Result<void, Error> Decoder::decodePage(std::uint32_t index)
 
     writer_.beginPage(*page);
     if (auto rows = decodeRows(*page); !rows) return rows;
-    writer_.endPage();
+    if (const auto written = writer_.endPage(); !written) return notWritten(written.error());
     if (writer_.size() > limits_.pdf) {
         return unsupported(fmt::format("PDF too large at page {}", index));
     }
@@ -152,18 +159,21 @@ std::string Error::errorDescription() const
 {
     if (const auto* unsupported = std::get_if<Unsupported>(&value))
         return "Unsupported URF: " + unsupported->detail;
+    if (const auto* notWritten = std::get_if<NotWritten>(&value))
+        return "Cannot write PDF: " + notWritten->error.description();
     return std::holds_alternative<NotURF>(value) ? "Document is not URF."
                                                  : "URF document is truncated.";
 }
 
-Result<Data, Error> decodeToPDF(const Data& document, const Limits& limits)
+Result<std::uint64_t, Error> decodeToPDF(const Data& document, const BufferedOutput::Sink& output,
+                                         const Limits& limits)
 {
     const DocumentFormat* format = recognizeFormat(document.text());
     if (format == nullptr || format->conversion != DocumentFormat::Conversion::urf) {
         return failure(Error{Error::NotURF{}});
     }
     try {
-        return Decoder(document.bytes(), limits).decode();
+        return Decoder(document.bytes(), output, limits).decode();
     } catch (const std::bad_alloc&) {
         return unsupported("CGContext init failed");
     }

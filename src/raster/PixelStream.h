@@ -29,7 +29,10 @@ public:
     void end();
 
     /** The data so far; valid until the next change. */
-    std::span<const std::uint8_t> bytes() const { return pixels_.bytes(); }
+    std::span<const std::uint8_t> bytes() const
+    {
+        return runLengthCoded_ ? coded_.bytes() : plain_.bytes();
+    }
 
     /** Whether the data is coded for the RunLengthDecode filter, or the plain pixels. */
     bool isRunLengthCoded() const { return runLengthCoded_; }
@@ -37,10 +40,11 @@ public:
 private:
     bool appendCoded(std::span<const std::uint8_t> row, std::size_t count);
     void changeToPlainPixels();
-    void repeatLast(std::size_t size, std::size_t times);
 
-    ByteBuffer pixels_;
-    std::size_t codedSizeLimit_ = 0;
+    ByteBuffer coded_;
+    ByteBuffer plain_;
+    /** Of the image. */
+    std::size_t size_ = 0;
     bool runLengthCoded_ = true;
 };
 

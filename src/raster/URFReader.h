@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Result.h"
-#include "document/URFDecoder.h"
+#include "raster/URFDecoder.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
-#include "document/URFReader.h"
+#include "raster/URFReader.h"
 
 #include "base/BigEndian.h"
-#include "document/RunLength.h"
+#include "raster/RunLength.h"
 
 #include <algorithm>
 #include <cstring>
