@@ -1,6 +1,8 @@
 #include "agent/PrinterService.h"
 
+#include "base/DocumentMapping.h"
 #include "config/PrinterIdentity.h"
+#include "document/FileNaming.h"
 #include "text/Text.h"
 
 #include <fmt/format.h>
@@ -24,6 +26,15 @@ PrinterDescriptor fallbackDescriptor()
             .uri = "ipp://localhost/ipp/print",
             .uuid = "00000000-0000-0000-0000-000000000000",
             .location = "localhost"};
+}
+
+JobTicket makeTicket(const Clock& clock, const std::string& jobName)
+{
+    const auto now = clock.now();
+    return {.jobName = jobName,
+            .accepted = now,
+            .saveDirectory = {},
+            .fileName = fileName(jobName, now)};
 }
 
 /** Running out of memory fails this note only, not those that wait behind it. */
@@ -94,16 +105,21 @@ void PrinterService::startServer()
         const std::scoped_lock lock(mutex_);
         shared_.pipeline = std::move(pipeline);
     }
-    auto server = IPPServer::make(
-        port,
-        [weak = weak_from_this()] {
-            const auto self = weak.lock();
-            return self ? self->makeDescriptor() : fallbackDescriptor();
-        },
-        [weak = weak_from_this()](const std::string& jobName, const Data& pdf) {
-            if (const auto self = weak.lock()) self->handleJob(jobName, pdf);
-        },
-        environment_.server);
+    PrinterCallbacks printer{.descriptor =
+                                 [weak = weak_from_this()] {
+                                     const auto self = weak.lock();
+                                     return self ? self->makeDescriptor() : fallbackDescriptor();
+                                 },
+                             .ticket =
+                                 [&clock = environment_.server.clock](const std::string& jobName) {
+                                     return makeTicket(clock, jobName);
+                                 },
+                             .jobAccepted =
+                                 [weak = weak_from_this()](const std::shared_ptr<SpooledJob>& job) {
+                                     if (const auto self = weak.lock()) self->handleJob(*job);
+                                 },
+                             .documentRefused = [](const std::filesystem::path&) {}};
+    auto server = IPPServer::make(port, std::move(printer), environment_.server);
     // What a server that has been replaced still reports is not the printer's state.
     const auto current = [weak = weak_from_this(), sender = std::weak_ptr(server)] {
         const auto self = weak.lock();
@@ -163,8 +179,10 @@ PrinterDescriptor PrinterService::makeDescriptor() const
             .location = host};
 }
 
-void PrinterService::handleJob(const std::string& jobName, const Data& pdf) const
+void PrinterService::handleJob(const SpooledJob& job) const
 {
+    const auto document = job.open().and_then(mapDocument);
+    if (!document) return;
     const Shared state = shared();
     const auto saveDirectory = environment_.store.resolvedSaveDirectory();
     if (!saveDirectory) {
@@ -173,7 +191,7 @@ void PrinterService::handleJob(const std::string& jobName, const Data& pdf) cons
                         state.settings.saveDirectoryPath));
         return;
     }
-    if (state.pipeline) state.pipeline->process(jobName, pdf, *saveDirectory);
+    if (state.pipeline) state.pipeline->process(job.ticket().jobName, *document, *saveDirectory);
 }
 
 void PrinterService::handleCompletedJob(const CompletedJob& job) const

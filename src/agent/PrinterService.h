@@ -56,7 +56,7 @@ private:
     void startServer();
     void stopServer();
     PrinterDescriptor makeDescriptor() const;
-    void handleJob(const std::string& jobName, const Data& pdf) const;
+    void handleJob(const SpooledJob& job) const;
     void handleCompletedJob(const CompletedJob& job) const;
     void addNextNote();
     void noteAdded(const CompletedJob& job, const Result<void, std::string>& added) const;

@@ -23,6 +23,7 @@
 #include "recognition/LanguageNames.h"
 #include "recognition/OCR.h"
 #include "recognition/WorkerDocuments.h"
+#include "spool/Spool.h"
 #include "workerpool/WorkerPool.h"
 #include "workerpool/WorkerProcess.h"
 
@@ -50,6 +51,7 @@ int main()
     RouteNetlinkPaths paths;
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
+    Spool spool(currentUserFolders().stateHome / "Korvane");
     WorkerPool workers(queues, std::make_unique<WorkerProcessLauncher>());
     WorkerDocuments documents(workers);
     // After the workers, whose last answers it takes: queues end in the order in which they begin.
@@ -77,6 +79,7 @@ int main()
                                     .network = network,
                                     .clock = clock,
                                     .log = *log,
+                                    .spool = spool,
                                     .documents = documents,
                                     .directory = &directory,
                                     .paths = &paths},
