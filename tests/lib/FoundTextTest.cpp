@@ -74,26 +74,6 @@ TEST(PlacedLine, HasItsWordsAlongTheBaselineFromTheLeftmostOn)
     EXPECT_EQ(placedLine.words, (std::vector<TextWord>{{"שלום", 200, 100}, {"עולם", 0, 150}}));
 }
 
-TEST(PlacedLine, RunsAlongItsTiltOnATurnedPage)
-{
-    const FoundLine line{
-        .words = {{.text = "one", .left = 100, .top = 180, .right = 200, .bottom = 210}},
-        .baselineStart = {100, 200},
-        .baselineEnd = {200, 210}};
-    // Turned once clockwise for reading: on the page the line rises, leaning by its slope.
-    const PageGeometry geometry{.width = 1000,
-                                .height = 720,
-                                .resolution = 72,
-                                .quarterTurns = 1,
-                                .rotatedWidth = 720,
-                                .rotatedHeight = 1000};
-    const TextLine placedLine = placed(line, geometry);
-    EXPECT_NEAR(placedLine.x, 200, 1e-9);
-    EXPECT_NEAR(placedLine.y, 100, 1e-9);
-    EXPECT_NEAR(placedLine.angle, 90 - 5.7106, 1e-3);
-    EXPECT_NEAR(placedLine.words.front().width, 100.4988, 1e-3);
-}
-
 TEST(SidewaysText, IsTakenInTheDirectionInWhichItReads)
 {
     const std::vector<Strip> strips = {{.left = 10, .top = 100, .right = 40, .bottom = 500}};
@@ -126,24 +106,4 @@ TEST(SidewaysText, IsTakenInTheDirectionInWhichItReads)
     chosen = chooseDirections(strips, {line(50, 700), line(95, 100)}, {}, 800, 1000);
     EXPECT_TRUE(chosen.turnedOnce.empty());
     EXPECT_TRUE(chosen.strips.empty());
-}
-
-TEST(SidewaysText, ReplacesWhatWasReadIntoItUpright)
-{
-    const std::vector<Strip> strips = {{.left = 0, .top = 0, .right = 50, .bottom = 500}};
-    std::vector<FoundLine> lines = {
-        {.words =
-             {{.text = "=-", .confidence = 40, .left = 10, .top = 20, .right = 30, .bottom = 60},
-              {.text = "beside",
-               .confidence = 40,
-               .left = 90,
-               .top = 20,
-               .right = 190,
-               .bottom = 60}}},
-        {.words = {
-             {.text = "zm", .confidence = 55, .left = 10, .top = 90, .right = 30, .bottom = 120}}}};
-    dropWordsInStrips(lines, strips);
-    ASSERT_EQ(lines.size(), 1U);
-    ASSERT_EQ(lines.front().words.size(), 1U);
-    EXPECT_EQ(lines.front().words.front().text, "beside");
 }

@@ -36,17 +36,6 @@ TEST(AvahiService, LeavesOutAPairThatOneByteCannotCount)
     EXPECT_EQ(txtBytes({{"note", longest + "x"}}), std::string(1, '\0'));
 }
 
-TEST(AvahiService, NamesItsSubtypesInFull)
-{
-    const auto plain = avahiService({.type = "_ipp._tcp"});
-    EXPECT_EQ(plain.type, "_ipp._tcp");
-    EXPECT_THAT(plain.subtypes, IsEmpty());
-    const auto several = avahiService({.type = "_ipp._tcp,_universal,_print"});
-    EXPECT_EQ(several.type, "_ipp._tcp");
-    EXPECT_THAT(several.subtypes,
-                ElementsAre("_universal._sub._ipp._tcp", "_print._sub._ipp._tcp"));
-}
-
 TEST(AvahiService, CutsANameBetweenCharacters)
 {
     EXPECT_EQ(avahiService({.name = std::string(62, 'n') + "\u00FC"}).name, std::string(62, 'n'));
