@@ -1,6 +1,5 @@
 #include "agent/PrinterService.h"
 
-#include "base/DescriptorOutput.h"
 #include "config/PrinterIdentity.h"
 #include "document/FileNaming.h"
 #include "text/Text.h"
@@ -153,23 +152,26 @@ void PrinterService::startServer()
 {
     if (!isRecovered_) return;
     const std::uint16_t port = shared().settings.ippPort;
-    auto server = IPPServer::make(
-        port,
-        [weak = weak_from_this()] {
-            const auto self = weak.lock();
-            return self ? self->makeDescriptor() : fallbackDescriptor();
-        },
-        [weak = weak_from_this(), &environment = environment_.jobs,
-         &spool = environment_.jobs.spool,
-         &store = environment_.store](const std::string& jobName, const Data& pdf) {
-            auto file = spool.makeFile();
-            if (!file || !DescriptorOutput(file->get()).write(pdf.bytes())) return;
-            auto job = spool.accept(makeTicket(store, environment.clock, jobName),
-                                    {share(*std::move(file)), pdf.size()});
-            const auto self = weak.lock();
-            if (job && self) self->pipeline_->process(*std::move(job));
-        },
-        environment_.server);
+    PrinterCallbacks printer{
+        .descriptor =
+            [weak = weak_from_this()] {
+                const auto self = weak.lock();
+                return self ? self->makeDescriptor() : fallbackDescriptor();
+            },
+        .ticket = [&store = environment_.store, &clock = environment_.jobs.clock](
+                      const std::string& jobName) { return makeTicket(store, clock, jobName); },
+        .jobAccepted =
+            [weak = weak_from_this()](std::shared_ptr<SpooledJob> job) {
+                if (const auto self = weak.lock()) self->pipeline_->process(std::move(job));
+            },
+        .documentRefused =
+            [weak = weak_from_this(),
+             &main = environment_.server.queues.main()](const std::filesystem::path& document) {
+                main.async([weak, document] {
+                    if (const auto self = weak.lock()) self->handleRefusedDocument(document);
+                });
+            }};
+    auto server = IPPServer::make(port, std::move(printer), environment_.server);
     // What a server that has been replaced still reports is not the printer's state.
     const auto current = [weak = weak_from_this(), sender = std::weak_ptr(server)] {
         const auto self = weak.lock();
