@@ -108,6 +108,17 @@ TEST_F(BonjourRegistrarTest, StaysAwayOnceStopped)
     EXPECT_THAT(directory.live, IsEmpty());
 }
 
+TEST_F(BonjourRegistrarTest, GivesUpANameThatCanNeverBeAdvertisedUntilThereIsAnother)
+{
+    directory.refusals = {ServiceDirectory::invalidName};
+    registerService(service("\u0007"));
+    queues.advance(seconds(60));
+    EXPECT_EQ(directory.asked.size(), 1U);
+    EXPECT_EQ(log.errors().size(), 1U);
+    registerService(service("Home"));
+    EXPECT_THAT(directory.live, ElementsAre("Home"));
+}
+
 TEST_F(BonjourRegistrarTest, SaysOnceThatThereIsNoDNSSD)
 {
     BonjourRegistrar alone(queues, nullptr, log);

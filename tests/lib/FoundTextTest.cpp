@@ -13,7 +13,7 @@ FoundWord word(std::string text, double confidence, bool isInDictionary = false)
     return {.text = std::move(text),
             .confidence = confidence,
             .isInDictionary = isInDictionary,
-            .right = 10};
+            .box = {.right = 10}};
 }
 
 std::string textAfterNoise(std::vector<FoundWord> words)
@@ -58,11 +58,10 @@ TEST(Noise, IsDroppedAndTextIsKept)
 TEST(PlacedLine, HasItsWordsAlongTheBaselineFromTheLeftmostOn)
 {
     // Right to left: the first word read is the rightmost.
-    const FoundLine line{
-        .words = {{.text = "שלום", .left = 300, .top = 60, .right = 400, .bottom = 112},
-                  {.text = "עולם", .left = 100, .top = 80, .right = 250, .bottom = 100}},
-        .baselineStart = {100, 100},
-        .baselineEnd = {400, 100}};
+    const FoundLine line{.words = {{.text = "שלום", .box = {300, 60, 400, 112}},
+                                   {.text = "עולם", .box = {100, 80, 250, 100}}},
+                         .baselineStart = {100, 100},
+                         .baselineEnd = {400, 100}};
     const PageGeometry geometry{
         .width = 720, .height = 1000, .resolution = 72, .rotatedWidth = 720, .rotatedHeight = 1000};
     const TextLine placedLine = placed(line, geometry);
@@ -76,23 +75,16 @@ TEST(PlacedLine, HasItsWordsAlongTheBaselineFromTheLeftmostOn)
 
 TEST(SidewaysText, IsTakenInTheDirectionInWhichItReads)
 {
-    const std::vector<Strip> strips = {{.left = 10, .top = 100, .right = 40, .bottom = 500}};
+    const std::vector<PixelBox> strips = {{10, 100, 40, 500}};
     const auto line = [](double confidence, int left) {
-        return FoundLine{.words = {{.text = "Archive",
-                                    .confidence = confidence,
-                                    .left = left,
-                                    .top = 20,
-                                    .right = left + 100,
-                                    .bottom = 40}}};
+        return FoundLine{
+            .words = {
+                {.text = "Archive", .confidence = confidence, .box = {left, 20, left + 100, 40}}}};
     };
     // On a page of 800 by 1000, turned once: x counts from the page's bottom, y from its left.
     const FoundLine rising = line(95, 700);
-    const FoundLine falling{.words = {{.text = "eAiyoiy",
-                                       .confidence = 71,
-                                       .left = 200,
-                                       .top = 770,
-                                       .right = 300,
-                                       .bottom = 790}}};
+    const FoundLine falling{
+        .words = {{.text = "eAiyoiy", .confidence = 71, .box = {200, 770, 300, 790}}}};
     auto chosen = chooseDirections(strips, {rising}, {falling}, 800, 1000);
     EXPECT_EQ(chosen.turnedOnce.size(), 1U);
     EXPECT_TRUE(chosen.turnedThrice.empty());

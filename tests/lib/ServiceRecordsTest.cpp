@@ -7,8 +7,6 @@
 namespace korvane {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /** The TXT record as it is on the network. */
 std::string txtBytes(const std::map<std::string, std::string>& pairs)
@@ -36,9 +34,19 @@ TEST(AvahiService, LeavesOutAPairThatOneByteCannotCount)
     EXPECT_EQ(txtBytes({{"note", longest + "x"}}), std::string(1, '\0'));
 }
 
-TEST(AvahiService, CutsANameBetweenCharacters)
+TEST(AvahiService, ShowsAsMuchOfANameAsFits)
 {
-    EXPECT_EQ(avahiService({.name = std::string(62, 'n') + "\u00FC"}).name, std::string(62, 'n'));
+    using namespace std::string_literals;
+    std::string family = "\U0001F468";
+    while (family.size() <= 63) family += "\u200D\U0001F468";
+    const std::pair<std::string, std::string> names[] = {
+        {std::string(62, 'n') + "\u00FC", std::string(62, 'n')},
+        {family, family.substr(0, 63)},
+        {"\0Off\x1Bi\u0085ce\n"s, "Office"},
+        {"B\xFC"s, "B"},
+        {"\a\0"s, ""},
+    };
+    for (const auto& [name, shown] : names) EXPECT_EQ(avahiService({.name = name}).name, shown);
 }
 
 } // namespace

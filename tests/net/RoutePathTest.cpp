@@ -104,8 +104,8 @@ TEST(RoutePath, TellsWiredInterfacesFromOthers)
         {"a bridge", "x", "bridge", InterfaceType::other},
         {"a tap", "x", "tun", InterfaceType::other},
         {"a dummy", "x", "dummy", InterfaceType::other},
-        {"a container's cable", "x", "veth", InterfaceType::wiredEthernet},
-        {"the host's end of a cable", "x", "veth", InterfaceType::other, ownAddress},
+        {"a container's only cable", "x", "veth", InterfaceType::wiredEthernet},
+        {"a cable without an address", "x", "veth", InterfaceType::other, ownAddress},
         {"a bond with a wired port", "x", "bond", InterfaceType::wiredEthernet},
         {"a bond without ports", "x", "bond", InterfaceType::other, givenAddress,
          [](NetworkLink& link) { link.index = 21; }},
@@ -133,6 +133,20 @@ TEST(RoutePath, TellsWiredInterfacesFromOthers)
         ASSERT_EQ(path.availableInterfaces.size(), 1U);
         EXPECT_EQ(path.availableInterfaces[0].type, example.type);
     }
+}
+
+TEST(RoutePath, TakesAContainersCableForWiredWhereTheDefaultRouteLeads)
+{
+    RouteSnapshot snapshot;
+    add(snapshot, device(2, "wl"));
+    add(snapshot, device(3, "cable", "veth"));
+    snapshot.defaultRoutes = {{.metric = 600, .interfaceIndex = 2}};
+    const auto host = pathOf(snapshot, driverType).availableInterfaces;
+    EXPECT_EQ(host.at(1).type, InterfaceType::other);
+
+    snapshot.defaultRoutes = {{.isIPv6 = true, .metric = 600, .interfaceIndex = 3}};
+    const auto container = pathOf(snapshot, driverType).availableInterfaces;
+    EXPECT_EQ(container.at(0).type, InterfaceType::wiredEthernet);
 }
 
 } // namespace
