@@ -1,6 +1,5 @@
 #include "agent/PrinterService.h"
 
-#include "base/DescriptorOutput.h"
 #include "config/PrinterIdentity.h"
 #include "document/FileNaming.h"
 #include "text/Text.h"
@@ -91,7 +90,7 @@ void PrinterService::start()
                                                    self->handleUnsavedJob(job);
                                            }});
     Queues& queues = environment_.jobs.queues;
-    queues.background().async([weak = weak_from_this(), &spool = environment_.jobs.spool,
+    queues.background().async([weak = weak_from_this(), &spool = environment_.server.spool,
                                &main = queues.main(), &log = log_] {
         if (const auto ours = spool.check(); !ours)
             log.error("PrinterService: can't use the spool: " + ours.error().description());
@@ -110,7 +109,7 @@ void PrinterService::recovered(const std::vector<std::shared_ptr<SpooledJob>>& j
     // Before any job of theirs, whose half-written file would look like a stray.
     for (const auto& folder : folders) {
         environment_.jobs.folders.of(folder)->async(
-            [folder, &spool = environment_.jobs.spool] { spool.removeStrays(folder); });
+            [folder, &spool = environment_.server.spool] { spool.removeStrays(folder); });
     }
     for (const auto& job : jobs) {
         if (job->isSetAside()) {
@@ -153,23 +152,7 @@ void PrinterService::startServer()
 {
     if (!isRecovered_) return;
     const std::uint16_t port = shared().settings.ippPort;
-    auto server = IPPServer::make(
-        port,
-        [weak = weak_from_this()] {
-            const auto self = weak.lock();
-            return self ? self->makeDescriptor() : fallbackDescriptor();
-        },
-        [weak = weak_from_this(), &environment = environment_.jobs,
-         &spool = environment_.jobs.spool,
-         &store = environment_.store](const std::string& jobName, const Data& pdf) {
-            auto file = spool.makeFile();
-            if (!file || !DescriptorOutput(file->get()).write(pdf.bytes())) return;
-            auto job = spool.accept(makeTicket(store, environment.clock, jobName),
-                                    {share(*std::move(file)), pdf.size()});
-            const auto self = weak.lock();
-            if (job && self) self->pipeline_->process(*std::move(job));
-        },
-        environment_.server);
+    auto server = IPPServer::make(port, makeCallbacks(), environment_.server);
     // What a server that has been replaced still reports is not the printer's state.
     const auto current = [weak = weak_from_this(), sender = std::weak_ptr(server)] {
         const auto self = weak.lock();
@@ -199,6 +182,29 @@ void PrinterService::startServer()
         return;
     }
     ippServer_ = std::move(server);
+}
+
+PrinterCallbacks PrinterService::makeCallbacks()
+{
+    const auto weak = weak_from_this();
+    return {.descriptor =
+                [weak] {
+                    const auto self = weak.lock();
+                    return self ? self->makeDescriptor() : fallbackDescriptor();
+                },
+            .ticket = [&store = environment_.store, &clock = environment_.server.clock](
+                          const std::string& jobName) { return makeTicket(store, clock, jobName); },
+            .jobAccepted =
+                [weak](std::shared_ptr<SpooledJob> job) {
+                    if (const auto self = weak.lock()) self->pipeline_->process(std::move(job));
+                },
+            .documentRefused =
+                [weak, &main = environment_.server.queues.main()](
+                    const std::filesystem::path& document) {
+                    main.async([weak, document] {
+                        if (const auto self = weak.lock()) self->handleRefusedDocument(document);
+                    });
+                }};
 }
 
 void PrinterService::stopServer()

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "agent/AgentEnvironment.h"
-#include "base/Data.h"
 #include "base/Result.h"
 #include "config/AppSettings.h"
 #include "document/CompletedJob.h"
@@ -66,6 +65,7 @@ private:
     void recovered(const std::vector<std::shared_ptr<SpooledJob>>& jobs);
     void startServer();
     void stopServer();
+    PrinterCallbacks makeCallbacks();
     PrinterDescriptor makeDescriptor() const;
     void handleCompletedJob(const CompletedJob& job);
     void handleUnsavedJob(const UnsavedJob& unsaved);

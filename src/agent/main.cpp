@@ -89,6 +89,7 @@ int main()
                                     .network = network,
                                     .clock = clock,
                                     .log = *log,
+                                    .spool = spool,
                                     .documents = documents,
                                     .directory = &directory,
                                     .paths = &paths},

@@ -16,7 +16,7 @@ namespace korvane {
 struct JobEnvironment {
     Queues& queues;
     FolderQueues& folders;
-    Spool& spool;
+    const Spool& spool;
     const Clock& clock;
     Log& log;
     DocumentService& documents;

@@ -137,6 +137,7 @@ protected:
         const auto client = listener.connect();
         client->clientSends(message);
         queues.run();
+        client->clientFinishes();
         return answerTo(*client);
     }
 
@@ -175,6 +176,7 @@ protected:
                                   .network = network,
                                   .clock = clock,
                                   .log = log,
+                                  .spool = *spool,
                                   .documents = documents,
                                   .directory = &directory};
     OCR ocr{queues, documents, {"eng"}, log};

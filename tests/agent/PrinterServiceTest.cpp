@@ -213,6 +213,8 @@ TEST_F(PrinterServiceTest, FinishesAJobThatIsBeingReceivedWhileThePortChanges)
         << "it serves as long as it has a client";
     client->clientSends(message.substr(message.size() - 3));
     queues.run();
+    client->clientFinishes();
+    queues.run();
     EXPECT_EQ(printerAttribute("printer-name", *old), "none");
     EXPECT_THAT(client->answer, StartsWith("HTTP/1.1 200 OK"));
     EXPECT_TRUE(client->closed);

@@ -22,10 +22,10 @@ public:
     TestSpool() { restart(); }
 
     /** Another agent, after the end of the one before. */
-    void restart()
+    void restart(Spool::Limits limits = {.reserve = 0})
     {
         spool_.reset();
-        spool_.emplace(state.path(), Spool::Limits{.reserve = 0});
+        spool_.emplace(state.path(), limits);
     }
 
     Spool& operator*() { return *spool_; }
