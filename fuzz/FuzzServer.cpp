@@ -2,6 +2,7 @@
 // piece the first byte says which client does what, and the rest is what it sends. Whatever they
 // do, each gets one answer at most, and no connection outlives its time.
 
+#include "base/Lifetime.h"
 #include "net/SocketConnection.h"
 #include "server/IPPServer.h"
 #include "support/FakeDocuments.h"
@@ -69,32 +70,28 @@ private:
         Watch& operator=(const Watch&) = delete;
         ~Watch() override { queue_.watches_.erase(this); }
 
-        void whenReadable(Task task) override { readable_ = std::make_shared<Task>(task); }
-        void whenWritable(Task task) override { writable_ = std::make_shared<Task>(task); }
+        void whenReadable(Task task) override { readable_ = std::move(task); }
+        void whenWritable(Task task) override { writable_ = std::move(task); }
 
         void poll()
         {
             pollfd state{.fd = descriptor_, .events = POLLIN | POLLOUT, .revents = 0};
             ::poll(&state, 1, 0);
-            if (state.revents & (POLLIN | POLLHUP | POLLERR)) post(readable_);
-            if (state.revents & POLLOUT) post(writable_);
+            if ((state.revents & (POLLIN | POLLHUP | POLLERR)) != 0) post(readable_);
+            if ((state.revents & POLLOUT) != 0) post(writable_);
         }
 
     private:
-        void post(std::shared_ptr<Task>& task)
+        void post(Task& task)
         {
-            if (!task) return;
-            const std::weak_ptr<Task> weak = pending_.emplace_back(std::exchange(task, nullptr));
-            queue_.async([weak] {
-                if (const auto alive = weak.lock()) (*alive)();
-            });
+            if (task) queue_.async(lifetime_.guard(std::exchange(task, nullptr)));
         }
 
         PolledQueue& queue_;
         const int descriptor_;
-        std::shared_ptr<Task> readable_;
-        std::shared_ptr<Task> writable_;
-        std::vector<std::shared_ptr<Task>> pending_;
+        Lifetime lifetime_;
+        Task readable_;
+        Task writable_;
     };
 
     ManualQueue queue_;
@@ -114,7 +111,10 @@ public:
 
     void run()
     {
-        while (server->run() | background_->runWaiting() | main_->runWaiting()) {
+        for (bool ran = true; ran;) {
+            ran = server->run();
+            ran = background_->runWaiting() || ran;
+            ran = main_->runWaiting() || ran;
         }
     }
 
@@ -149,6 +149,8 @@ public:
     }
 
     const std::shared_ptr<Listener> listener = std::make_shared<Listener>();
+    /** Large, so not made anew each time. */
+    static inline const std::shared_ptr<ReadBuffer> readBuffer = std::make_shared<ReadBuffer>();
 };
 
 /** A client at the other end of a socket pair. */
@@ -161,7 +163,7 @@ public:
                 0);
         socket_ = FileDescriptor(ends[0]);
         network.listener->connected(std::make_shared<SocketConnection>(
-            FileDescriptor(ends[1]), *queues.server, std::make_shared<ReadBuffer>()));
+            FileDescriptor(ends[1]), *queues.server, network.readBuffer));
     }
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
