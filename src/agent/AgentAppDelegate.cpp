@@ -20,7 +20,7 @@ void AgentAppDelegate::applicationDidFinishLaunching()
     environment_.store.writeVersionStamp(build_, log_);
     environment_.desktop.notifications->configure();
     auto service = std::make_shared<PrinterService>(environment_);
-    service->reload();
+    service->start();
     environment_.desktop.notifications->onAddToNotes =
         [weak = std::weak_ptr(service)](const CompletedJob& job) {
             if (const auto printer = weak.lock()) printer->addToNotes(job);

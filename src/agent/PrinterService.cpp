@@ -1,11 +1,13 @@
 #include "agent/PrinterService.h"
 
 #include "config/PrinterIdentity.h"
+#include "document/FileNaming.h"
 #include "text/Text.h"
 
 #include <fmt/format.h>
 
 #include <exception>
+#include <set>
 #include <utility>
 
 namespace korvane {
@@ -17,6 +19,9 @@ constexpr const char* resourcePath = "/ipp/print";
 /** Notes that wait while a slow application makes one. */
 constexpr std::size_t maxNotes = 64;
 
+/** A client that sends one unreadable document after the other is told to the user once. */
+constexpr std::chrono::minutes betweenRefusedDocuments{1};
+
 /** What clients see in the moment in which the service is gone and its server is not yet. */
 PrinterDescriptor fallbackDescriptor()
 {
@@ -24,6 +29,16 @@ PrinterDescriptor fallbackDescriptor()
             .uri = "ipp://localhost/ipp/print",
             .uuid = "00000000-0000-0000-0000-000000000000",
             .location = "localhost"};
+}
+
+/** Made when a job is accepted: settings that change later are not its own. */
+JobTicket makeTicket(const SettingsStore& store, const Clock& clock, const std::string& jobName)
+{
+    const auto now = clock.now();
+    return {.jobName = jobName,
+            .accepted = now,
+            .saveDirectory = store.loadSettings().saveDirectoryPath,
+            .fileName = fileName(jobName, now)};
 }
 
 /** Running out of memory fails this note only, not those that wait behind it. */
@@ -41,7 +56,10 @@ Result<void, std::string> makeNote(const AddNote& addNote, const CompletedJob& j
 
 PrinterService::PrinterService(AgentEnvironment environment)
     : environment_(std::move(environment)), log_(environment_.server.log),
+      launch_(environment_.jobs.clock.now()),
       printerUUID_(loadOrCreatePrinterUUID(environment_.store.supportDirectory(), log_)),
+      unsavedJobs_(environment_.server.queues.main(),
+                   [this](std::shared_ptr<SpooledJob> job) { pipeline_->process(std::move(job)); }),
       shared_{.settings = environment_.store.defaultSettings()}
 {
 }
@@ -58,8 +76,55 @@ void PrinterService::setAdvertisedPort(std::uint16_t port)
     shared_.advertisedPort = port;
 }
 
+void PrinterService::start()
+{
+    pipeline_ = std::make_shared<JobPipeline>(
+        environment_.jobs, JobHandlers{.completed =
+                                           [weak = weak_from_this()](const CompletedJob& job) {
+                                               if (const auto self = weak.lock())
+                                                   self->handleCompletedJob(job);
+                                           },
+                                       .unsaved =
+                                           [weak = weak_from_this()](const UnsavedJob& job) {
+                                               if (const auto self = weak.lock())
+                                                   self->handleUnsavedJob(job);
+                                           }});
+    Queues& queues = environment_.jobs.queues;
+    queues.background().async([weak = weak_from_this(), &spool = environment_.server.spool,
+                               &main = queues.main(), &log = log_] {
+        if (const auto ours = spool.check(); !ours)
+            log.error("PrinterService: can't use the spool: " + ours.error().description());
+        main.async([weak, jobs = spool.recover()] {
+            if (const auto self = weak.lock()) self->recovered(jobs);
+        });
+    });
+    reload();
+}
+
+void PrinterService::recovered(const std::vector<std::shared_ptr<SpooledJob>>& jobs)
+{
+    isRecovered_ = true;
+    std::set<std::filesystem::path> folders = {shared().settings.saveDirectoryPath};
+    for (const auto& job : jobs) folders.insert(job->ticket().saveDirectory);
+    // Before any job of theirs, whose half-written file would look like a stray.
+    for (const auto& folder : folders) {
+        environment_.jobs.folders.of(folder)->async(
+            [folder, &spool = environment_.server.spool] { spool.removeStrays(folder); });
+    }
+    for (const auto& job : jobs) {
+        if (job->isSetAside()) {
+            unsavedJobs_.add(job);
+        } else {
+            pipeline_->process(job);
+        }
+    }
+    unsavedJobs_.tryAgain();
+    if (isConfigured(shared().settings) && !ippServer_) startServer();
+}
+
 void PrinterService::reload()
 {
+    unsavedJobs_.tryAgain();
     const AppSettings settings = environment_.store.loadSettings();
     {
         const std::scoped_lock lock(mutex_);
@@ -85,25 +150,9 @@ void PrinterService::reload()
 
 void PrinterService::startServer()
 {
+    if (!isRecovered_) return;
     const std::uint16_t port = shared().settings.ippPort;
-    auto pipeline = std::make_shared<JobPipeline>(
-        environment_.jobs, [weak = weak_from_this()](const CompletedJob& job) {
-            if (const auto self = weak.lock()) self->handleCompletedJob(job);
-        });
-    {
-        const std::scoped_lock lock(mutex_);
-        shared_.pipeline = std::move(pipeline);
-    }
-    auto server = IPPServer::make(
-        port,
-        [weak = weak_from_this()] {
-            const auto self = weak.lock();
-            return self ? self->makeDescriptor() : fallbackDescriptor();
-        },
-        [weak = weak_from_this()](const std::string& jobName, const Data& pdf) {
-            if (const auto self = weak.lock()) self->handleJob(jobName, pdf);
-        },
-        environment_.server);
+    auto server = IPPServer::make(port, makeCallbacks(), environment_.server);
     // What a server that has been replaced still reports is not the printer's state.
     const auto current = [weak = weak_from_this(), sender = std::weak_ptr(server)] {
         const auto self = weak.lock();
@@ -135,6 +184,29 @@ void PrinterService::startServer()
     ippServer_ = std::move(server);
 }
 
+PrinterCallbacks PrinterService::makeCallbacks()
+{
+    const auto weak = weak_from_this();
+    return {.descriptor =
+                [weak] {
+                    const auto self = weak.lock();
+                    return self ? self->makeDescriptor() : fallbackDescriptor();
+                },
+            .ticket = [&store = environment_.store, &clock = environment_.server.clock](
+                          const std::string& jobName) { return makeTicket(store, clock, jobName); },
+            .jobAccepted =
+                [weak](std::shared_ptr<SpooledJob> job) {
+                    if (const auto self = weak.lock()) self->pipeline_->process(std::move(job));
+                },
+            .documentRefused =
+                [weak, &main = environment_.server.queues.main()](
+                    const std::filesystem::path& document) {
+                    main.async([weak, document] {
+                        if (const auto self = weak.lock()) self->handleRefusedDocument(document);
+                    });
+                }};
+}
+
 void PrinterService::stopServer()
 {
     if (const auto server = std::exchange(ippServer_, nullptr)) {
@@ -163,24 +235,38 @@ PrinterDescriptor PrinterService::makeDescriptor() const
             .location = host};
 }
 
-void PrinterService::handleJob(const std::string& jobName, const Data& pdf) const
-{
-    const Shared state = shared();
-    const auto saveDirectory = environment_.store.resolvedSaveDirectory();
-    if (!saveDirectory) {
-        log_.note(
-            fmt::format("PrinterService: save directory \"{}\" missing or unreadable, dropping job",
-                        state.settings.saveDirectoryPath));
-        return;
-    }
-    if (state.pipeline) state.pipeline->process(jobName, pdf, *saveDirectory);
-}
-
-void PrinterService::handleCompletedJob(const CompletedJob& job) const
+void PrinterService::handleCompletedJob(const CompletedJob& job)
 {
     log_.note(fmt::format("PrinterService: job saved at {} ({} text chars)", job.pdfURL.string(),
                           text::characterCount(job.plainText)));
     environment_.desktop.notifications->postJobNotification(job, shared().settings.notesEnabled);
+    unsavedJobs_.jobSaved(job.pdfURL.parent_path());
+}
+
+void PrinterService::handleUnsavedJob(const UnsavedJob& unsaved)
+{
+    const JobTicket& ticket = unsaved.job->ticket();
+    if (!unsaved.writeError && !unsaved.wasSetAside) {
+        const std::string folder = ticket.accepted < launch_ ? ticket.saveDirectory.string()
+                                                             : shared().settings.saveDirectoryPath;
+        log_.note(fmt::format(
+            "PrinterService: save directory \"{}\" missing or unreadable, dropping job", folder));
+    }
+    const bool isToBeTold = unsavedJobs_.add(unsaved);
+    if (!unsaved.document.empty())
+        log_.note("PrinterService: document kept at " + unsaved.document.string());
+    if (!isToBeTold) return;
+    environment_.desktop.notifications->showUnsaved(
+        ticket.jobName, ticket.saveDirectory, unsaved.document,
+        unsaved.writeError ? unsaved.writeError->description() : "");
+}
+
+void PrinterService::handleRefusedDocument(const std::filesystem::path& document)
+{
+    const auto now = environment_.server.queues.main().now();
+    if (toldOfRefusedDocument_ && now - *toldOfRefusedDocument_ < betweenRefusedDocuments) return;
+    toldOfRefusedDocument_ = now;
+    environment_.desktop.notifications->showRefused(document);
 }
 
 void PrinterService::addToNotes(const CompletedJob& job)

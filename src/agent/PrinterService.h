@@ -1,18 +1,23 @@
 #pragma once
 
 #include "agent/AgentEnvironment.h"
-#include "base/Data.h"
 #include "base/Result.h"
 #include "config/AppSettings.h"
 #include "document/CompletedJob.h"
 #include "document/JobPipeline.h"
+#include "document/UnsavedJobs.h"
 #include "ipp/PrinterDescriptor.h"
 #include "server/IPPServer.h"
+#include "spool/JobTicket.h"
+#include "spool/SpooledJob.h"
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
+#include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,15 +25,20 @@ namespace korvane {
 
 /**
  * Owns the running printer: decides at every reload of the settings whether the server runs,
- * restarts or stops, describes the printer to it, and hands its jobs on to be saved.
+ * restarts or stops, describes the printer to it, and hands its jobs on to be saved, as well as
+ * those that an earlier agent left.
  *
- * Used on the main queue, but for the two callbacks that the server makes on its own: they see the
+ * Used on the main queue, but for the callbacks that the server makes on its own: they see the
  * state that the main queue last left, whole.
  */
 class PrinterService : public std::enable_shared_from_this<PrinterService> {
 public:
     /** Loads the printer's UUID, or makes it. */
     explicit PrinterService(AgentEnvironment environment);
+
+    /** Recovers the jobs that are in the spool, in the background, and loads the settings; the
+     * server starts when both are done. Called once, before all others. */
+    void start();
 
     /** Reads the settings again and starts, restarts, refreshes or stops the server. */
     void reload();
@@ -43,7 +53,6 @@ private:
     /** What the server's queue reads while the main queue may be changing it. */
     struct Shared {
         AppSettings settings;
-        std::shared_ptr<JobPipeline> pipeline;
         std::uint16_t advertisedPort = 0;
     };
 
@@ -53,11 +62,14 @@ private:
         std::string folder;
     };
 
+    void recovered(const std::vector<std::shared_ptr<SpooledJob>>& jobs);
     void startServer();
     void stopServer();
+    PrinterCallbacks makeCallbacks();
     PrinterDescriptor makeDescriptor() const;
-    void handleJob(const std::string& jobName, const Data& pdf) const;
-    void handleCompletedJob(const CompletedJob& job) const;
+    void handleCompletedJob(const CompletedJob& job);
+    void handleUnsavedJob(const UnsavedJob& unsaved);
+    void handleRefusedDocument(const std::filesystem::path& document);
     void addNextNote();
     void noteAdded(const CompletedJob& job, const Result<void, std::string>& added) const;
     void showNotesError(const std::string& reason) const;
@@ -66,7 +78,15 @@ private:
 
     const AgentEnvironment environment_;
     Log& log_;
+    /** Jobs accepted earlier may be for another folder than that of the settings. */
+    const std::chrono::system_clock::time_point launch_;
     const std::string printerUUID_;
+    /** Made by `start`. */
+    std::shared_ptr<JobPipeline> pipeline_;
+    UnsavedJobs unsavedJobs_;
+    bool isRecovered_ = false;
+    /** When the user was last told of one. */
+    std::optional<std::chrono::steady_clock::time_point> toldOfRefusedDocument_;
     std::shared_ptr<IPPServer> ippServer_;
     /** Those whose open connections are not finished. */
     std::vector<std::shared_ptr<IPPServer>> stoppedServers_;

@@ -11,6 +11,7 @@
 #include "desktop/DesktopNotificationCenter.h"
 #include "desktop/NotesBridge.h"
 #include "desktop/NotesScriptRunner.h"
+#include "document/FolderQueues.h"
 #include "event/ProcessSignals.h"
 #include "event/SystemQueues.h"
 #include "lib/avahi/AvahiServiceDirectory.h"
@@ -24,17 +25,26 @@
 #include "recognition/LanguageNames.h"
 #include "recognition/OCR.h"
 #include "recognition/WorkerDocuments.h"
+#include "spool/Spool.h"
 #include "workerpool/Confinement.h"
 #include "workerpool/WorkerPool.h"
 #include "workerpool/WorkerProcess.h"
 
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
+
+namespace {
+
+/** For jobs to be saved as they were received; the next agent saves what is left in the spool. */
+constexpr std::chrono::milliseconds timeToEnd{2500};
+
+} // namespace
 
 int main()
 {
@@ -47,7 +57,9 @@ int main()
 
     const auto log =
         makeSystemLog({.subsystem = "org.korvane.Agent", .category = "app"}, STDERR_FILENO);
+    Spool spool(currentUserFolders().stateHome / "Korvane");
     SystemQueues queues(*log);
+    FolderQueues folders(queues.background());
     SocketNetwork network;
     AvahiServiceDirectory directory;
     RouteNetlinkPaths paths;
@@ -81,10 +93,13 @@ int main()
                                     .network = network,
                                     .clock = clock,
                                     .log = *log,
+                                    .spool = spool,
                                     .documents = documents,
                                     .directory = &directory,
                                     .paths = &paths},
                          .jobs = {.queues = queues,
+                                  .folders = folders,
+                                  .spool = spool,
                                   .clock = clock,
                                   .log = *log,
                                   .documents = documents,
@@ -98,6 +113,7 @@ int main()
                                      .addNote = addNote}},
         [&](Task handler) { return signals.watch({SIGHUP}, queues.main(), std::move(handler)); });
     const auto termination = signals.watch({SIGTERM, SIGINT}, queues.main(), [&] {
+        ProcessSignals::endProcessAfter(timeToEnd);
         delegate->applicationWillTerminate();
         // Jobs do not wait for recognition any more: they are saved as they were received.
         workers.stop();

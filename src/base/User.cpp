@@ -67,13 +67,15 @@ UserAccount currentUserAccount()
     return {found->pw_name, found->pw_dir};
 }
 
-UserFolders makeUserFolders(std::string_view configHome, std::string_view home,
-                            std::string_view accountHome)
+UserFolders makeUserFolders(const FolderVariables& variables, std::string_view accountHome)
 {
-    const std::filesystem::path base = isAbsolute(home) ? home : accountHome;
-    return {.configHome =
-                isAbsolute(configHome) ? std::filesystem::path(configHome) : base / ".config",
-            .home = base};
+    const std::filesystem::path home = isAbsolute(variables.home) ? variables.home : accountHome;
+    const auto folder = [&](std::string_view value, const char* standard) {
+        return isAbsolute(value) ? std::filesystem::path(value) : home / standard;
+    };
+    return {.configHome = folder(variables.configHome, ".config"),
+            .stateHome = folder(variables.stateHome, ".local/state"),
+            .home = home};
 }
 
 std::filesystem::path documentsFolder(const UserFolders& user)
@@ -95,7 +97,9 @@ std::filesystem::path documentsFolder(const UserFolders& user)
 
 UserFolders currentUserFolders()
 {
-    return makeUserFolders(variable("XDG_CONFIG_HOME"), variable("HOME"),
+    return makeUserFolders({.configHome = variable("XDG_CONFIG_HOME"),
+                            .stateHome = variable("XDG_STATE_HOME"),
+                            .home = variable("HOME")},
                            currentUserAccount().homeFolder);
 }
 

@@ -21,16 +21,24 @@ UserAccount currentUserAccount();
 struct UserFolders {
     /** The folder of configuration files, $XDG_CONFIG_HOME or ~/.config. */
     std::filesystem::path configHome;
+    /** The folder of what programs keep between their runs, $XDG_STATE_HOME or ~/.local/state. */
+    std::filesystem::path stateHome;
     std::filesystem::path home;
 };
 
 /** The folders of the user that we run as. */
 UserFolders currentUserFolders();
 
-/** The folders for these values of XDG_CONFIG_HOME and HOME; a value that is not an absolute path
- *  counts as not set (XDG Base Directory). `accountHome` stands in for HOME. */
-UserFolders makeUserFolders(std::string_view configHome, std::string_view home,
-                            std::string_view accountHome);
+/** Values of the environment that say where the user's files are. */
+struct FolderVariables {
+    std::string_view configHome; ///< XDG_CONFIG_HOME
+    std::string_view stateHome;  ///< XDG_STATE_HOME
+    std::string_view home;       ///< HOME
+};
+
+/** The folders for these values; one that is not an absolute path counts as not set (XDG Base
+ *  Directory). `accountHome` stands in for HOME. */
+UserFolders makeUserFolders(const FolderVariables& variables, std::string_view accountHome);
 
 /** Where the user keeps documents: what user-dirs.dirs in the configuration folder says at this
  *  moment, else "Documents" in the home folder. */

@@ -35,13 +35,6 @@ AppSettings SettingsStore::loadSettings() const
     return decodeSettings(content->text()).value_or(defaults_);
 }
 
-std::optional<std::filesystem::path> SettingsStore::resolvedSaveDirectory() const
-{
-    std::filesystem::path folder = loadSettings().saveDirectoryPath;
-    if (folder.empty() || !isDirectory(folder)) return std::nullopt;
-    return folder;
-}
-
 void SettingsStore::writeVersionStamp(std::string_view build, Log& log) const
 {
     const auto written =

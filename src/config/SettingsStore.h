@@ -31,10 +31,6 @@ public:
      *  any settings are (1 MiB), or wrong in any one place. */
     AppSettings loadSettings() const;
 
-    /** The save folder as the file names it now; nothing while none is set or there is no folder at
-     *  that path. */
-    std::optional<std::filesystem::path> resolvedSaveDirectory() const;
-
     /** Leaves the build's version in agent-version for the settings application. */
     void writeVersionStamp(std::string_view build, Log& log) const;
 

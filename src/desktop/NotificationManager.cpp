@@ -72,6 +72,47 @@ void NotificationManager::showPortUnavailable(std::uint16_t port, const std::str
          "Notifications: port-unavailable post failed: ");
 }
 
+void NotificationManager::showUnsaved(const std::string& jobName,
+                                      const std::filesystem::path& saveFolder,
+                                      const std::filesystem::path& document,
+                                      const std::string& writeError)
+{
+    const std::string body =
+        writeError.empty()
+            ? fmt::format("The folder {} is missing. Until it is back, documents are kept in {}.",
+                          saveFolder.string(), document.parent_path().string())
+            : fmt::format("{} can't be written to ({}). The document is kept as {}.",
+                          saveFolder.string(), writeError, document.string());
+    postWithFile("KV_UNSAVED_" + saveFolder.string(), document,
+                 {.title = fmt::format("Couldn't save {}", jobName),
+                  .body = body,
+                  .event = "transfer.error"},
+                 "Notifications: unsaved-document post failed: ");
+}
+
+void NotificationManager::showRefused(const std::filesystem::path& document)
+{
+    postWithFile("KV_REFUSED", document,
+                 {.title = "Couldn't read a document",
+                  .body = fmt::format("It is damaged or of an unknown format, and was not printed. "
+                                      "Its bytes are kept as {}.",
+                                      document.string()),
+                  .event = "transfer.error"},
+                 "Notifications: refused-document post failed: ");
+}
+
+/** The file is shown when the user asks for it, as that of a saved job is. */
+void NotificationManager::postWithFile(const std::string& identifier,
+                                       const std::filesystem::path& file,
+                                       NotificationContent content,
+                                       const std::string& failurePrefix)
+{
+    pendingJobs_.take(identifier); // The user has not answered the one that this replaces.
+    pendingJobs_.add(identifier, {.pdfURL = file});
+    content.category = notesDisabledCategory;
+    post({.identifier = identifier, .content = std::move(content)}, failurePrefix);
+}
+
 void NotificationManager::post(NotificationRequest request, const std::string& failurePrefix)
 {
     center_.add(std::move(request), [weak = weak_from_this(), failurePrefix](const auto& added) {

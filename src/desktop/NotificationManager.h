@@ -7,6 +7,7 @@
 #include "document/CompletedJob.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -14,8 +15,9 @@
 namespace korvane {
 
 /**
- * Notifies the user of saved jobs and of a port that cannot be used, and does what the user
- * chooses on a notification: shows the file, or passes the job to `onAddToNotes`. All of it runs on
+ * Notifies the user of saved jobs, of documents that could not be saved and of a port that cannot
+ * be used, and does what the user chooses on a notification: shows the file, or passes the job to
+ * `onAddToNotes`. All of it runs on
  * the queue of the notification center, the main queue; a response arrives there too, so it finds
  * the map of pending jobs before or after a change, never within one.
  */
@@ -39,7 +41,17 @@ public:
     /** Shows why the port cannot be used. A later notice for the same port replaces this one. */
     void showPortUnavailable(std::uint16_t port, const std::string& reason);
 
+    /** Shows that the save folder is missing, or why it cannot be written, and where a document is
+     *  kept meanwhile. A later notice for the same folder replaces this one. */
+    void showUnsaved(const std::string& jobName, const std::filesystem::path& saveFolder,
+                     const std::filesystem::path& document, const std::string& writeError);
+
+    /** Shows where a document is that could not be read. A later notice replaces this one. */
+    void showRefused(const std::filesystem::path& document);
+
 private:
+    void postWithFile(const std::string& identifier, const std::filesystem::path& file,
+                      NotificationContent content, const std::string& failurePrefix);
     void didReceive(const NotificationResponse& response);
     void post(NotificationRequest request, const std::string& failurePrefix);
     void logFailure(const std::string& prefix, const NotificationError& error);

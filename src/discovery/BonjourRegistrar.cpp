@@ -62,6 +62,12 @@ void BonjourRegistrar::registerCurrent()
     auto registered = directory_->registerService(
         *current_, *queue_,
         [this](int error, const std::optional<std::string>& name) { handleResult(error, name); });
+    if (!registered && registered.error() == ServiceDirectory::invalidName) {
+        log_.error(fmt::format("BonjourRegistrar: DNSServiceRegister failed: {}; nothing of the "
+                               "printer's name can be advertised",
+                               registered.error()));
+        return;
+    }
     if (!registered) {
         log_.error(fmt::format("BonjourRegistrar: DNSServiceRegister failed: {}; retrying in {}s",
                                registered.error(), retryDelay_.next().count()));

@@ -2,9 +2,11 @@
 
 #include "base/Clock.h"
 #include "base/Log.h"
+#include "document/FolderQueues.h"
 #include "event/Queue.h"
 #include "recognition/DocumentService.h"
 #include "recognition/OCR.h"
+#include "spool/Spool.h"
 
 #include <string>
 
@@ -13,6 +15,8 @@ namespace korvane {
 /** What jobs are worked on with. All that is referred to outlives the jobs. */
 struct JobEnvironment {
     Queues& queues;
+    FolderQueues& folders;
+    const Spool& spool;
     const Clock& clock;
     Log& log;
     DocumentService& documents;

@@ -1,5 +1,7 @@
 #include "document/JobPipeline.h"
 
+#include "base/HeapMemory.h"
+
 #include <utility>
 
 namespace korvane {
@@ -11,49 +13,53 @@ constexpr std::size_t maxBegun = 64;
 
 } // namespace
 
-JobPipeline::JobPipeline(JobEnvironment environment, Completion completion)
-    : environment_(std::move(environment)), completion_(std::move(completion))
+JobPipeline::JobPipeline(JobEnvironment environment, JobHandlers handlers)
+    : environment_(std::move(environment)), handlers_(std::move(handlers))
 {
 }
 
-void JobPipeline::process(const std::string& jobName, const Data& pdf,
-                          const std::filesystem::path& saveDirectory)
+void JobPipeline::process(std::shared_ptr<SpooledJob> job)
 {
-    // The job keeps the pipeline alive.
-    auto job = std::make_shared<SavingJob>(
-        environment_,
-        SavingJob::Document{.jobName = jobName, .pdf = pdf, .saveDirectory = saveDirectory},
-        completion_, [self = shared_from_this()] { self->jobEnded(); });
+    const std::filesystem::path folder = job->ticket().saveDirectory;
     {
         const std::scoped_lock lock(mutex_);
-        ++jobs_;
-        if (jobs_ - waiting_.size() > maxBegun) {
-            waiting_.push_back(std::move(job));
+        ++folders_[folder].begun;
+    }
+    // The job keeps the pipeline alive.
+    auto saving = std::make_shared<SavingJob>(
+        environment_, std::move(job), handlers_,
+        [self = shared_from_this(), folder] { self->jobEnded(folder); });
+    {
+        const std::scoped_lock lock(mutex_);
+        Folder& jobs = folders_[folder];
+        if (jobs.begun > maxBegun) {
+            jobs.waiting.push_back(std::move(saving));
+            --jobs.begun;
             return;
         }
     }
-    begin(std::move(job));
+    saving->begin();
 }
 
-void JobPipeline::begin(std::shared_ptr<SavingJob> job)
-{
-    environment_.queues.background().async([job = std::move(job)] { job->begin(); });
-}
-
-/** The job that waits longest takes the place of the one that has ended. */
-void JobPipeline::jobEnded() noexcept
+/** The job that waits longest takes the place of the one that has ended. After the last one, what a
+ *  burst of jobs took is given back. */
+void JobPipeline::jobEnded(const std::filesystem::path& folder) noexcept
 {
     std::shared_ptr<SavingJob> next;
     {
         const std::scoped_lock lock(mutex_);
-        --jobs_;
-        if (waiting_.empty()) return;
-        next = std::move(waiting_.front());
-        waiting_.pop_front();
+        const auto jobs = folders_.find(folder);
+        if (jobs->second.waiting.empty()) {
+            if (--jobs->second.begun == 0) folders_.erase(jobs);
+            if (!folders_.empty()) return;
+        } else {
+            next = std::move(jobs->second.waiting.front());
+            jobs->second.waiting.pop_front();
+        }
     }
     try {
-        begin(std::move(next));
-    } catch (...) { // NOLINT(bugprone-empty-catch): the job has saved itself
+        next ? next->begin() : environment_.queues.background().async(returnFreeMemory);
+    } catch (...) { // NOLINT(bugprone-empty-catch): the job publishes itself
     }
 }
 

@@ -1,50 +1,47 @@
 #pragma once
 
-#include "base/Data.h"
 #include "document/JobEnvironment.h"
 #include "document/SavingJob.h"
 
 #include <cstddef>
 #include <deque>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <string>
 
 namespace korvane {
 
 /**
- * Saves print jobs: recognizes their pages and lays the words over them. Several are worked on at a
- * time, the others wait in their order; it keeps nothing of a job that is done, and lives until the
- * last of its jobs has been reported.
+ * Saves accepted jobs: recognizes their pages and lays the words over them. Of each save folder's
+ * jobs, several are worked on at a time, the others wait in their order; it keeps nothing of a job
+ * that is done, and lives until the last of its jobs is.
  */
 class JobPipeline : public std::enable_shared_from_this<JobPipeline> {
 public:
-    /** Called on the main queue, once for every job whose file is on the disk. */
-    using Completion = SavingJob::Completion;
-
-    JobPipeline(JobEnvironment environment, Completion completion);
+    JobPipeline(JobEnvironment environment, JobHandlers handlers);
 
     /**
-     * Saves a document in a folder that exists, named after the job and the time at which work on
-     * it begins. Returns at once; any thread. Where recognition or the searchable PDF fails, the
-     * document is saved as it was received; when that write fails too the job is lost, and only the
-     * log says so.
+     * Saves a job as its ticket says, also one that was set aside. Returns at once; any thread.
+     * Where recognition or the searchable PDF fails, the document is saved as it was received;
+     * where there is no save folder, or that write fails too, the job is set aside.
      */
-    void process(const std::string& jobName, const Data& pdf,
-                 const std::filesystem::path& saveDirectory);
+    void process(std::shared_ptr<SpooledJob> job);
 
 private:
-    void begin(std::shared_ptr<SavingJob> job);
-    void jobEnded() noexcept;
+    /** The jobs of one save folder. A folder that does not answer keeps no other folder's. */
+    struct Folder {
+        std::size_t begun = 0;
+        std::deque<std::shared_ptr<SavingJob>> waiting;
+    };
+
+    void jobEnded(const std::filesystem::path& folder) noexcept;
 
     const JobEnvironment environment_;
-    const Completion completion_;
+    const JobHandlers handlers_;
 
     std::mutex mutex_;
-    std::size_t jobs_ = 0;
-    /** Those of them that have not been begun. */
-    std::deque<std::shared_ptr<SavingJob>> waiting_;
+    std::map<std::filesystem::path, Folder> folders_;
 };
 
 } // namespace korvane

@@ -1,13 +1,14 @@
 #include "document/PDFEmbedder.h"
 
 #include "base/AtomicFile.h"
+#include "base/SystemError.h"
 #include "ipp/DocumentFormat.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <memory>
+#include <cstdint>
 #include <utility>
 
 namespace korvane::PDFEmbedder {
@@ -45,13 +46,14 @@ bool beginsLikePDF(int file)
     return ::pread(file, start.data(), start.size(), 0) > 0 && start == magic;
 }
 
-Result<void, Error> publish(AtomicFile& file)
+Result<DocumentFile, Error> takeOutput(SharedDescriptor file)
 {
-    if (!beginsLikePDF(file.descriptor()))
+    if (!beginsLikePDF(file->get()))
         return failure(Error{Error::Code::workerFailed, "its output is not a PDF"});
-    return file.publish().map_error([](const SystemError& error) {
-        return Error{Error::Code::cannotWrite, error.description()};
-    });
+    struct stat status {};
+    if (::fstat(file->get(), &status) != 0)
+        return failure(Error{Error::Code::cannotWrite, SystemError::last().description()});
+    return DocumentFile{std::move(file), static_cast<std::uint64_t>(status.st_size)};
 }
 
 } // namespace
@@ -77,26 +79,22 @@ std::string Error::description() const
 }
 
 void writeSearchablePDF(OpenDocument& source, std::span<const OCRPageResult> pages,
-                        const std::filesystem::path& destination, DocumentInformation information,
-                        Queue& files, Completion completion)
+                        DocumentInformation information, const Spool& spool, Queue& files,
+                        Completion completion)
 {
     information.insert_or_assign("Creator", "Korvane");
-    auto created = AtomicFile::create(destination);
-    if (!created) {
+    auto made = spool.makeFile();
+    if (!made) {
         return completion(
-            failure(Error{Error::Code::cannotCreateDestination, created.error().description()}));
+            failure(Error{Error::Code::cannotCreateDestination, made.error().description()}));
     }
-    const auto file = std::make_shared<AtomicFile>(*std::move(created));
-    auto output = share(FileDescriptor(::fcntl(file->descriptor(), F_DUPFD_CLOEXEC, 0)));
-    if (!*output) {
-        return completion(failure(
-            Error{Error::Code::cannotCreateDestination, SystemError::last().description()}));
-    }
-    source.write(makeLayers(pages), std::move(information), std::move(output),
+    const SharedDescriptor file = share(*std::move(made));
+    source.write(makeLayers(pages), std::move(information), file,
                  [file, &files,
                   completion = std::move(completion)](const Result<void, PDFWriteError>& written) {
                      files.async([file, completion, written] {
-                         completion(written ? publish(*file) : failure(makeError(written.error())));
+                         completion(written ? takeOutput(file)
+                                            : failure(makeError(written.error())));
                      });
                  });
 }

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "base/DocumentFile.h"
 #include "base/Result.h"
 #include "event/Queue.h"
 #include "page/DocumentInformation.h"
 #include "recognition/DocumentService.h"
 #include "recognition/OCRPage.h"
+#include "spool/Spool.h"
 
-#include <filesystem>
 #include <functional>
 #include <span>
 #include <string>
@@ -42,17 +43,15 @@ struct Error {
 };
 
 /** Called once, on the queue for files or, when nothing could be begun, on the calling thread. */
-using Completion = std::function<void(Result<void, Error>)>;
+using Completion = std::function<void(const Result<DocumentFile, Error>&)>;
 
 /**
- * Writes a copy of the source, whose pages from the first on have these results, beside the
- * destination, which it then replaces: a reader of the folder never sees half a file. The
- * information gets the creator "Korvane". On failure the destination is as it was. Called where
- * files may be waited for; a worker writes the copy, and the queue for files, which may wait too,
- * gives it its name. The source lives until the completion.
+ * Has a worker write a copy of the source, whose pages from the first on have these results, to a
+ * file of the spool. The information gets the creator "Korvane". The source lives until the
+ * completion.
  */
 void writeSearchablePDF(OpenDocument& source, std::span<const OCRPageResult> pages,
-                        const std::filesystem::path& destination, DocumentInformation information,
-                        Queue& files, Completion completion);
+                        DocumentInformation information, const Spool& spool, Queue& files,
+                        Completion completion);
 
 } // namespace korvane::PDFEmbedder

@@ -1,14 +1,9 @@
 #include "document/SavingJob.h"
 
-#include "base/AtomicFile.h"
 #include "base/TimeText.h"
-#include "document/FileNaming.h"
 #include "document/PDFEmbedder.h"
-#include "document/TemporaryDocument.h"
-#include "document/TextSummary.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 namespace korvane {
@@ -16,7 +11,6 @@ namespace korvane {
 namespace {
 
 constexpr double recognitionResolution = 200;
-constexpr std::size_t summaryLength = 200;
 constexpr const char* subject = "Captured by Korvane";
 
 std::string joinedTexts(const std::vector<OCRPageResult>& pages)
@@ -31,37 +25,45 @@ std::string joinedTexts(const std::vector<OCRPageResult>& pages)
 
 } // namespace
 
-SavingJob::SavingJob(const JobEnvironment& environment, Document document, Completion completion,
-                     std::function<void()> ended)
-    : environment_(environment), log_(environment.log), document_(std::move(document)),
-      completion_(std::move(completion)), ended_(std::move(ended))
+SavingJob::SavingJob(const JobEnvironment& environment, std::shared_ptr<SpooledJob> job,
+                     JobHandlers handlers, std::function<void()> ended)
+    : environment_(environment), log_(environment.log), jobName_(job->ticket().jobName),
+      folder_(environment.folders.of(job->ticket().saveDirectory)),
+      publication_(std::make_shared<JobPublication>(environment, std::move(job),
+                                                    std::move(handlers), std::move(ended)))
 {
 }
 
 SavingJob::~SavingJob()
 {
+    if (!publication_) return;
     try {
-        if (!isConcluded_) conclude(writeUnchanged());
-    } catch (...) { // NOLINT(bugprone-empty-catch): there is nobody to report it to
+        concludeAsReceived();
+    } catch (...) { // NOLINT(bugprone-empty-catch): the job is in the spool
     }
-    ended_();
 }
 
 void SavingJob::begin()
 {
-    destination_ = document_.saveDirectory / fileName(document_.jobName, environment_.clock.now());
-    const auto file = writeTemporaryDocument(document_.pdf);
-    if (!file) {
-        return takeSource(failure(
-            DocumentError{.kind = DocumentError::Kind::cannotWrite, .system = file.error()}));
+    folder_->async([self = shared_from_this()] { self->open(); });
+}
+
+/** Whatever goes wrong in recognition, the document is still to be saved. */
+void SavingJob::open()
+{
+    const auto document = publication_->open();
+    if (!document) return publication_.reset();
+    if (!*document) {
+        log_.note("JobPipeline: saving without recognition: " + document->error().description());
+        return takePages({});
     }
     environment_.documents.open(
-        *file, [self = shared_from_this()](DocumentAnswer<std::shared_ptr<OpenDocument>> source) {
+        **document,
+        [self = shared_from_this()](DocumentAnswer<std::shared_ptr<OpenDocument>> source) {
             self->takeSource(std::move(source));
         });
 }
 
-/** Whatever goes wrong in recognition, the document is still to be saved. */
 void SavingJob::takeSource(DocumentAnswer<std::shared_ptr<OpenDocument>> source)
 {
     if (!source) {
@@ -86,60 +88,33 @@ void SavingJob::write()
 {
     const bool hasSpans =
         std::ranges::any_of(pages_, [](const auto& page) { return !page.spans.empty(); });
-    if (!hasSpans) return conclude(writeUnchanged());
-    try {
-        writeSearchable();
-    } catch (const std::exception& error) {
-        conclude(failure(std::string(error.what())));
-    }
-}
-
-void SavingJob::writeSearchable()
-{
+    if (!hasSpans) return concludeAsReceived();
     PDFEmbedder::writeSearchablePDF(
-        *source_, pages_, destination_,
-        {{"Title", document_.jobName},
+        *source_, pages_,
+        {{"Title", jobName_},
          {"Author", environment_.author},
          {"Subject", subject},
          {"ModDate", pdfTimestamp(environment_.clock.now())}},
-        environment_.queues.background(),
-        [self = shared_from_this()](const Result<void, PDFEmbedder::Error>& written) {
-            self->conclude(written.map_error(&PDFEmbedder::Error::description));
+        environment_.spool, environment_.queues.background(),
+        [self = shared_from_this()](const Result<DocumentFile, PDFEmbedder::Error>& pdf) {
+            self->conclude([pdf = pdf.map_error(&PDFEmbedder::Error::description),
+                            text = joinedTexts(self->pages_)](JobPublication& publication) {
+                publication.publish(pdf, text);
+            });
         });
 }
 
-Result<void, std::string> SavingJob::writeUnchanged()
+void SavingJob::concludeAsReceived()
 {
-    if (destination_.empty())
-        destination_ =
-            document_.saveDirectory / fileName(document_.jobName, environment_.clock.now());
-    return writeFileAtomically(destination_, document_.pdf.bytes())
-        .map_error(&SystemError::description);
+    conclude([text = joinedTexts(pages_)](JobPublication& publication) {
+        publication.publishAsReceived(text);
+    });
 }
 
-/** In the background. A write that failed is followed by one of the document as it was received. */
-void SavingJob::conclude(const Result<void, std::string>& written)
+void SavingJob::conclude(Step step)
 {
-    if (!written) {
-        log_.error("JobPipeline: write failed: " + written.error());
-        const auto rewritten = writeUnchanged();
-        if (!rewritten) log_.error("JobPipeline: fallback write also failed: " + rewritten.error());
-        isConcluded_ = true;
-        if (!rewritten) return;
-    }
-    isConcluded_ = true;
-    complete();
-}
-
-void SavingJob::complete()
-{
-    const std::string plainText = joinedTexts(pages_);
-    environment_.queues.main().async(
-        [completion = completion_,
-         job = CompletedJob{.pdfURL = destination_,
-                            .plainText = plainText,
-                            .summary = makeSummary(plainText, summaryLength),
-                            .jobName = document_.jobName}] { completion(job); });
+    folder_->async([publication = publication_, step = std::move(step)] { step(*publication); });
+    publication_.reset();
 }
 
 } // namespace korvane

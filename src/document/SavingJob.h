@@ -1,11 +1,9 @@
 #pragma once
 
-#include "base/Data.h"
 #include "base/Result.h"
-#include "document/CompletedJob.h"
 #include "document/JobEnvironment.h"
+#include "document/JobPublication.h"
 
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -14,52 +12,45 @@
 namespace korvane {
 
 /**
- * One print job on its way to the disk: opened by a worker, recognized, written as a searchable PDF
- * or as it was received. Every step ends by asking for the next one, which its completion or the
- * background queue begins; files are written in the background. Lives until the last step is done;
- * a job whose next step was dropped, by a queue that has ended or for want of memory, is saved as
- * it was received by its destructor.
+ * One print job on its way to its save folder: opened by a worker, recognized, written as a
+ * searchable PDF in the spool, and published. Every step ends by asking for the next one, which its
+ * completion, the background queue or that of the folder begins. Lives until the last step is done;
+ * a job whose next step was dropped, by a queue that has ended or for want of memory, has its
+ * document published as it was received.
  */
 class SavingJob : public std::enable_shared_from_this<SavingJob> {
 public:
-    struct Document {
-        std::string jobName;
-        Data pdf;
-        std::filesystem::path saveDirectory;
-    };
-    /** Called on the main queue when the file is on the disk. */
-    using Completion = std::function<void(const CompletedJob&)>;
-
-    /** `ended` is called when the job is destroyed, on any thread; it does not throw. */
-    SavingJob(const JobEnvironment& environment, Document document, Completion completion,
-              std::function<void()> ended);
+    /** `ended` is called when nothing is to be done for the job any more, on any thread; it does
+     *  not throw. */
+    SavingJob(const JobEnvironment& environment, std::shared_ptr<SpooledJob> job,
+              JobHandlers handlers, std::function<void()> ended);
     SavingJob(const SavingJob&) = delete;
     SavingJob& operator=(const SavingJob&) = delete;
     ~SavingJob();
 
-    /** Called in the background; the file is named after this moment. */
+    /** Returns at once; any thread. */
     void begin();
 
 private:
+    /** The last step, which takes the publication along. */
+    using Step = std::function<void(JobPublication&)>;
+
+    void open();
     void takeSource(DocumentAnswer<std::shared_ptr<OpenDocument>> source);
     void takePages(std::vector<OCRPageResult> pages);
     void write();
-    void writeSearchable();
-    Result<void, std::string> writeUnchanged();
-    void conclude(const Result<void, std::string>& written);
-    void complete();
+    void concludeAsReceived();
+    void conclude(Step step);
 
     const JobEnvironment& environment_;
     Log& log_;
-    const Document document_;
-    const Completion completion_;
-    const std::function<void()> ended_;
-    std::filesystem::path destination_;
+    const std::string jobName_;
+    const std::shared_ptr<Queue> folder_;
+    /** Null once the last step is on its way. */
+    std::shared_ptr<JobPublication> publication_;
     /** Null, and no pages, where the document could not be read. */
     std::shared_ptr<OpenDocument> source_;
     std::vector<OCRPageResult> pages_;
-    /** On the disk, or lost and the log says so. */
-    bool isConcluded_ = false;
 };
 
 } // namespace korvane

@@ -3,6 +3,7 @@
 #include "base/FileDescriptor.h"
 
 #include <sys/signalfd.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -60,6 +61,18 @@ std::unique_ptr<Subscription> ProcessSignals::watch(std::initializer_list<int> s
                                                     SerialQueue& queue, Task handler) const
 {
     return std::make_unique<SignalSubscription>(setOf(signals), queue, std::move(handler));
+}
+
+void ProcessSignals::endProcessAfter(std::chrono::microseconds time)
+{
+    std::signal(SIGALRM, [](int /*signal*/) { ::_exit(0); });
+    const sigset_t alarm = setOf({SIGALRM});
+    pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    const itimerval timer{
+        .it_interval = {},
+        .it_value = {.tv_sec = seconds.count(), .tv_usec = (time - seconds).count()}};
+    ::setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
 } // namespace korvane

@@ -3,6 +3,7 @@
 #include "event/Queue.h"
 #include "event/Subscription.h"
 
+#include <chrono>
 #include <initializer_list>
 #include <memory>
 
@@ -21,6 +22,10 @@ public:
     /** Runs the handler on the queue each time one of the signals arrives. */
     [[nodiscard]] std::unique_ptr<Subscription> watch(std::initializer_list<int> signals,
                                                       SerialQueue& queue, Task handler) const;
+
+    /** Ends the process with status 0 after this time, if it has not ended by then, whatever its
+     *  threads wait for: one in a call to a file system that does not answer cannot be joined. */
+    static void endProcessAfter(std::chrono::microseconds time);
 };
 
 } // namespace korvane

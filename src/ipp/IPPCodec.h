@@ -46,10 +46,11 @@ inline constexpr std::size_t maxAttributeSectionSize = std::size_t{4} * 1024 * 1
 /**
  * The message that `bytes` hold, whole or not at all. The document is a slice of `bytes`.
  *
- * Lenient where clients are careless: text that is not UTF-8 counts as empty, and a group that the
- * end of the input cuts off is left out. A collection stays the flat run of values that it is on
- * the wire, among the values of the attribute that opens it. Attributes that reach further than
- * `maxSectionSize` fail with invalidStructure("attributes length").
+ * Lenient where clients are careless: text that is not UTF-8 counts as empty, as does text with a
+ * malformed language, and a group that the end of the input cuts off is left out. The language of a
+ * text or name is dropped: it comes out as one without. A collection stays the flat run of values
+ * that it is on the wire, among the values of the attribute that opens it. Attributes that reach
+ * further than `maxSectionSize` fail with invalidStructure("attributes length").
  */
 Result<IPPMessage, IPPDecodeError> decode(const Data& bytes,
                                           std::size_t maxSectionSize = maxAttributeSectionSize);

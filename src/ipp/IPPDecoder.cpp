@@ -50,6 +50,22 @@ std::int32_t signedNumber(Bytes bytes)
     return static_cast<std::int32_t>(bigEndian<std::uint32_t>(bytes));
 }
 
+/** The text of a value that names its language first: each behind its 16-bit length, and nothing
+ *  behind them. Empty when it is anything else. */
+Bytes textBehindLanguage(Bytes bytes)
+{
+    Bytes field;
+    for (int fields = 0; fields < 2; ++fields) {
+        if (bytes.size() < 2) return {};
+        const std::size_t length = bigEndian<std::uint16_t>(bytes);
+        bytes = bytes.subspan(2);
+        if (bytes.size() < length) return {};
+        field = bytes.first(length);
+        bytes = bytes.subspan(length);
+    }
+    return bytes.empty() ? field : Bytes();
+}
+
 /** The value that the bytes of a record stand for (RFC 8010 section 3.9). */
 Result<IPPValue, IPPDecodeError> decodeValue(IPPTag tag, Bytes bytes)
 {
@@ -73,6 +89,10 @@ Result<IPPValue, IPPDecodeError> decodeValue(IPPTag tag, Bytes bytes)
     case IPPTag::rangeOfInteger:
         if (bytes.size() != 8) return invalidStructure("range length");
         return RangeOfInteger{signedNumber(bytes), signedNumber(bytes.subspan(4))};
+    case IPPTag::textWithLanguage:
+        return Text{text::decodeUTF8(textBehindLanguage(bytes)), IPPTag::textWithoutLang};
+    case IPPTag::nameWithLanguage:
+        return Text{text::decodeUTF8(textBehindLanguage(bytes)), IPPTag::nameWithoutLang};
     default: return Text{text::decodeUTF8(bytes), tag};
     }
 }

@@ -38,7 +38,8 @@ public:
 
     virtual ~NetworkPaths() = default;
 
-    /** Delivers the path on `queue` soon, and again after every change. Called on `queue`. */
+    /** Delivers the path on `queue` as the next of its tasks, so that what is queued after this
+     * call finds it known, and again after every change. Called on `queue`. */
     virtual std::unique_ptr<Subscription> monitor(SerialQueue& queue, UpdateHandler handler) = 0;
 };
 

@@ -1,6 +1,7 @@
 #include "net/RouteNetlinkPaths.h"
 
 #include "base/FileDescriptor.h"
+#include "base/Lifetime.h"
 #include "net/RoutePath.h"
 #include "net/RouteSnapshot.h"
 
@@ -127,13 +128,7 @@ InterfaceType deviceType(const std::string& name)
 class RouteMonitor final : public Subscription {
 public:
     RouteMonitor(SerialQueue& queue, NetworkPaths::UpdateHandler handler)
-        : queue_(queue), handler_(std::move(handler)),
-          start_(queue.after(std::chrono::nanoseconds(0), [this] { start(); }))
-    {
-    }
-
-private:
-    void start()
+        : queue_(queue), handler_(std::move(handler))
     {
         // Watching begins before the first look, so that no change is missed in between.
         socket_ = openRoutingSocket(RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR |
@@ -142,9 +137,10 @@ private:
             watch_ = queue_.watch(socket_.get());
             waitForChange();
         }
-        look();
+        queue_.async(lifetime_.guard([this] { look(); }));
     }
 
+private:
     /** Delivers the path the first time, and whenever it is another. */
     void look()
     {
@@ -180,8 +176,8 @@ private:
     std::optional<NetworkPath> path_;
     FileDescriptor socket_;
     std::unique_ptr<DescriptorWatch> watch_;
-    std::unique_ptr<DelayedTask> start_;
     std::unique_ptr<DelayedTask> retry_;
+    Lifetime lifetime_;
 };
 
 } // namespace

@@ -64,10 +64,26 @@ private:
             link.hardwareType == ARPHRD_ETHER && (link.flags & (IFF_POINTOPOINT | IFF_NOARP)) == 0;
         if (!isEthernet || depth == 0) return InterfaceType::other;
         if (link.kind.empty()) return deviceTypes_(link.name);
-        if (link.kind == "veth") return InterfaceType::wiredEthernet;
+        if (link.kind == "veth")
+            return isWayOut(link) ? InterfaceType::wiredEthernet : InterfaceType::other;
         if (isOneOf(link.kind, {"vlan", "macvlan", "ipvlan"})) return lowerTypeOf(link, depth - 1);
         if (isOneOf(link.kind, {"bond", "team"})) return typeOfPorts(link, depth - 1);
         return InterfaceType::other;
+    }
+
+    /** One end of a cable between containers is a container's network if its default route leads
+     *  there or it has nothing else; the other end, on the host, is not. */
+    bool isWayOut(const NetworkLink& link) const
+    {
+        const bool hasRoute =
+            std::ranges::any_of(snapshot_.defaultRoutes, [&link](const DefaultRoute& route) {
+                return route.interfaceIndex == link.index;
+            });
+        return hasRoute || std::ranges::none_of(snapshot_.links, [&](const auto& entry) {
+                   const NetworkLink& other = entry.second;
+                   return other.index != link.index && (other.flags & IFF_LOOPBACK) == 0 &&
+                          isUsable(other);
+               });
     }
 
     InterfaceType lowerTypeOf(const NetworkLink& link, int depth) const

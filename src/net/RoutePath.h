@@ -17,8 +17,9 @@ using DeviceTypes = std::function<InterfaceType(const std::string& name)>;
  * indexes.
  *
  * Wired is Ethernet hardware, and what stands for it: a VLAN or MAC VLAN on it, a bond of it, and
- * the cable of a container (a veth); each with an address that it was given. Bridges, their ports
- * and those of bonds, tunnels, taps of virtual machines and dummies are none.
+ * the cable of a container (a veth) that has the default route or is all there is; each with an
+ * address that it was given. The host's ends of such cables, bridges, their ports and those of
+ * bonds, tunnels, taps of virtual machines and dummies are none.
  */
 NetworkPath pathOf(const RouteSnapshot& snapshot, const DeviceTypes& deviceTypes);
 

@@ -1,5 +1,6 @@
 #include "net/SocketConnection.h"
 
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
 
@@ -27,6 +28,22 @@ SocketConnection::SocketConnection(FileDescriptor socket, SerialQueue& queue,
                                    std::shared_ptr<ReadBuffer> buffer)
     : socket_(std::move(socket)), queue_(queue), buffer_(std::move(buffer))
 {
+}
+
+std::string SocketConnection::peerAddress() const
+{
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    if (::getpeername(socket_.get(), reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        return {};
+    const auto bytesOf = [](const auto& field) {
+        return std::string(reinterpret_cast<const char*>(&field), sizeof field);
+    };
+    if (address.ss_family == AF_INET)
+        return bytesOf(reinterpret_cast<const sockaddr_in&>(address).sin_addr);
+    if (address.ss_family == AF_INET6)
+        return bytesOf(reinterpret_cast<const sockaddr_in6&>(address).sin6_addr);
+    return {};
 }
 
 DescriptorWatch& SocketConnection::watch()

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace korvane {
 
@@ -19,6 +20,7 @@ class SocketConnection final : public TCPConnection,
 public:
     SocketConnection(FileDescriptor socket, SerialQueue& queue, std::shared_ptr<ReadBuffer> buffer);
 
+    std::string peerAddress() const override;
     void receive(std::size_t maximum, ReceiveHandler handler) override;
     void send(std::vector<Data> pieces, SendHandler handler) override;
     void finishSending() override;

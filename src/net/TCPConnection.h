@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace korvane {
@@ -31,6 +32,10 @@ public:
     using SendHandler = std::function<void(std::optional<SystemError>)>;
 
     virtual ~TCPConnection() = default;
+
+    /** The address that the peer has, without its port: the same bytes for all of its connections.
+     */
+    virtual std::string peerAddress() const = 0;
 
     /** Reads once, between 1 and `maximum` bytes; one read at a time. */
     virtual void receive(std::size_t maximum, ReceiveHandler handler) = 0;

@@ -1,5 +1,7 @@
 #include "recognition/PageText.h"
 
+#include "text/Joined.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -11,16 +13,6 @@ namespace korvane {
 namespace {
 
 constexpr double pointsPerInch = 72;
-
-std::string joinedWords(const std::vector<TextWord>& words)
-{
-    std::string joined;
-    for (const TextWord& word : words) {
-        if (&word != &words.front()) joined += ' ';
-        joined += word.text;
-    }
-    return joined;
-}
 
 /** Around the words from the line's descent to its ascent, whatever the line's direction. */
 PDFRect uprightRectangle(const TextLine& line)
@@ -54,19 +46,10 @@ PDFRect uprightRectangle(const TextLine& line)
 
 OCRSpan makeSpan(TextLine line)
 {
-    OCRSpan span{.text = joinedWords(line.words), .rect = uprightRectangle(line)};
+    OCRSpan span{.text = text::joined(line.words, " ", &TextWord::text),
+                 .rect = uprightRectangle(line)};
     span.line = std::move(line);
     return span;
-}
-
-std::string joinedTexts(const std::vector<OCRSpan>& spans)
-{
-    std::string joined;
-    for (const OCRSpan& span : spans) {
-        if (&span != &spans.front()) joined += '\n';
-        joined += span.text;
-    }
-    return joined;
 }
 
 BitmapSize sizeAt(double dpi, const PDFRect& mediaBox, const BitmapSize& bitmap)

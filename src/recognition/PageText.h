@@ -4,16 +4,10 @@
 #include "page/PDFRect.h"
 #include "recognition/OCRPage.h"
 
-#include <string>
-#include <vector>
-
 /** The text of a recognized page as OCR gives it. */
 namespace korvane {
 
 OCRSpan makeSpan(TextLine line);
-
-/** The texts of the spans, one a line. */
-std::string joinedTexts(const std::vector<OCRSpan>& spans);
 
 /**
  * The size that a page has at `dpi` pixels per inch, given its media box and its bitmap at another

@@ -2,6 +2,7 @@
 
 #include "recognition/DocumentFields.h"
 #include "recognition/PageText.h"
+#include "text/Joined.h"
 #include "text/Text.h"
 #include "workerpool/FieldWriter.h"
 #include "workerpool/WorkerMessage.h"
@@ -251,7 +252,7 @@ void RecognitionRun::takeText(std::size_t page, const PageReading& reading)
         return;
     }
     linesSize_ += size;
-    result.plainText = joinedTexts(spans);
+    result.plainText = text::joined(spans, "\n", &OCRSpan::text);
     result.spans = std::move(spans);
 }
 

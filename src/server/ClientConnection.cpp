@@ -13,8 +13,11 @@ namespace {
 
 constexpr std::size_t maxReadSize = 262144;
 
-/** What is read at most from a client after it was refused. */
+/** What is read at most from a client after its answer. */
 constexpr std::size_t maxDrainedBytes = std::size_t{16} << 20;
+
+/** What a client that greets us in TLS sends first: a handshake record (RFC 8446 section 5.1). */
+constexpr std::uint8_t handshakeRecord = 0x16;
 
 const Data& interimContinue()
 {
@@ -71,97 +74,149 @@ ClientConnection::ClientConnection(std::shared_ptr<TCPConnection> connection,
 {
 }
 
+void ClientConnection::start()
+{
+    read();
+}
+
 void ClientConnection::read()
 {
+    if (std::exchange(isReading_, true)) return;
     connection_->receive(maxReadSize, [weak = weak_from_this()](const Received& received) {
         if (auto self = weak.lock()) self->handleReceived(received);
     });
 }
 
+/** Reads on, if there is memory for more and the reader is not busy. */
+void ClientConnection::readOn()
+{
+    if (!isReceiving()) return;
+    RequestReader* const current = reader();
+    const std::size_t held = parser_.bytesHeld() + (current ? current->bytesHeld() : 0);
+    if (table_.charge(*this, held)) {
+        if (!current || !current->isBusy()) read();
+    } else if (!current || !current->releaseMemory()) {
+        log_.error("IPPServer: refusing a request: memory quota exceeded");
+        refuseForNow();
+    }
+}
+
 void ClientConnection::handleReceived(const Received& received)
 {
-    if (auto* draining = std::get_if<Draining>(&state_)) {
-        drain(*draining, received);
-        return;
-    }
+    isReading_ = false;
+    if (auto* lingering = std::get_if<Lingering>(&state_)) return drain(*lingering, received);
     if (received.error) {
         log_.error("IPPServer: receive error: " + received.error->description());
         close();
         return;
     }
     try {
-        process(std::get<Receiving>(state_).parser, received);
+        process(received);
     } catch (const std::exception& error) {
         log_.error(fmt::format("IPPServer: closing a connection: {}", error.what()));
         close();
     }
 }
 
-void ClientConnection::process(HTTPRequestParser& parser, const Received& received)
+void ClientConnection::process(const Received& received)
 {
+    auto* head = std::get_if<ReceivingHead>(&state_);
+    if (head && !received.bytes.empty() && !std::exchange(head->hasBytes, true) &&
+        received.bytes.front() == handshakeRecord) {
+        log_.error("IPPServer: closing a connection: the client asks for TLS");
+        close();
+        return;
+    }
     table_.recordActivity(*this);
-    if (!received.bytes.empty()) {
-        if (!table_.charge(*this, parser.bytesHeld() + received.bytes.size())) {
-            refuse("memory quota exceeded");
-            return;
-        }
-        parser.append(received.bytes);
+    std::span<const std::uint8_t> input = received.bytes;
+    for (bool parsing = true; parsing && isReceiving();) {
+        const HTTPRequestParser::Result result = parser_.parse(input);
+        parsing = !std::holds_alternative<HTTPRequestParser::NeedMore>(result);
+        std::visit([this](const auto& part) { handle(part); }, result);
     }
-    HTTPRequestParser::Result result = parser.parse();
-    while (std::holds_alternative<HTTPRequestParser::SendContinue>(result)) {
-        connection_->send({interimContinue()}, {});
-        result = parser.parse();
-    }
-    if (auto* complete = std::get_if<HTTPRequestParser::Complete>(&result)) {
-        route(std::move(complete->request), parser.unparsed().size());
-    } else if (const auto* error = std::get_if<HTTPRequestParser::Error>(&result)) {
-        refuse(error->text);
-    } else {
-        received.ended ? close() : read();
-    }
+    if (!isReceiving()) return;
+    received.ended ? close() : readOn();
 }
 
-void ClientConnection::drain(Draining& draining, const Received& received)
+void ClientConnection::handle(const HTTPRequestParser::Head& head)
 {
-    draining.drainedBytes += received.bytes.size();
-    const bool done = received.ended || received.error || draining.drainedBytes > maxDrainedBytes;
-    done ? close() : read();
+    state_ = ReceivingBody{};
+    table_.beginBody(*this);
+    auto pending = std::make_shared<PendingAnswer>(weak_from_this(), table_.queue());
+    auto reader = table_.router()(
+        head, {.answer = [pending](const HTTPResponse& response) { pending->send(response); },
+               .readOn =
+                   [weak = weak_from_this()] {
+                       if (const auto self = weak.lock()) self->readOn();
+                   }});
+    if (auto* body = std::get_if<ReceivingBody>(&state_)) body->reader = std::move(reader);
 }
 
-void ClientConnection::refuse(const std::string& message)
+void ClientConnection::handle(HTTPRequestParser::SendContinue /*part*/)
 {
-    log_.error("IPPServer: HTTP parse error: " + message);
-    state_ = Answering{.hasUnreadInput = true};
-    table_.charge(*this, 0);
+    connection_->send({interimContinue()}, {});
+}
+
+void ClientConnection::handle(const HTTPRequestParser::Body& body)
+{
+    // The reader may answer, and is then dropped.
+    const auto reader = std::get<ReceivingBody>(state_).reader;
+    reader->append(body.bytes);
+}
+
+void ClientConnection::handle(HTTPRequestParser::Complete /*part*/)
+{
+    const auto reader = std::move(std::get<ReceivingBody>(state_).reader);
+    state_ = Answering{};
+    table_.beginAnswering(*this);
+    reader->finish();
+}
+
+void ClientConnection::handle(const HTTPRequestParser::Error& error)
+{
+    log_.error("IPPServer: HTTP parse error: " + error.text);
     sendResponse({.status = "400 Bad Request", .body = {}});
 }
 
-void ClientConnection::route(HTTPRequest request, std::size_t unparsedBytes)
+void ClientConnection::drain(Lingering& lingering, const Received& received)
 {
-    state_ = Answering{.hasUnreadInput = unparsedBytes > 0};
-    table_.beginAnswering(*this);
-    auto pending = std::make_shared<PendingAnswer>(weak_from_this(), table_.queue());
-    table_.router()(std::move(request),
-                    [pending](const HTTPResponse& response) { pending->send(response); });
+    lingering.drainedBytes += received.bytes.size();
+    const bool done = received.ended || received.error || lingering.drainedBytes > maxDrainedBytes;
+    done ? close() : read();
+}
+
+bool ClientConnection::isReceiving() const
+{
+    return std::holds_alternative<ReceivingHead>(state_) ||
+           std::holds_alternative<ReceivingBody>(state_);
+}
+
+RequestReader* ClientConnection::reader() const
+{
+    const auto* body = std::get_if<ReceivingBody>(&state_);
+    return body ? body->reader.get() : nullptr;
+}
+
+void ClientConnection::refuseForNow()
+{
+    sendResponse({.status = "503 Service Unavailable", .body = {}});
 }
 
 void ClientConnection::sendResponse(const HTTPResponse& response)
 {
-    table_.recordActivity(*this);
+    if (std::holds_alternative<Lingering>(state_)) return; // refused meanwhile
+    state_ = Lingering{};
+    table_.beginLingering(*this);
     connection_->send({Data::copying(header(response)), response.body},
-                      [weak = weak_from_this()](const std::optional<SystemError>&) {
-                          if (auto self = weak.lock()) self->handleSent();
+                      [weak = weak_from_this()](const std::optional<SystemError>& error) {
+                          const auto self = weak.lock();
+                          if (self) error ? self->close() : self->linger();
                       });
 }
 
-void ClientConnection::handleSent()
+void ClientConnection::linger()
 {
-    if (!std::get<Answering>(state_).hasUnreadInput) {
-        close();
-        return;
-    }
     connection_->finishSending();
-    state_ = Draining{};
     read();
 }
 

@@ -3,40 +3,61 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <tuple>
+#include <map>
 #include <utility>
 
 namespace korvane {
 
-ConnectionTable::ConnectionTable(std::shared_ptr<SerialQueue> queue, Log& log,
-                                 MemoryQuota documents, Limits limits,
+ConnectionTable::ConnectionTable(std::shared_ptr<SerialQueue> queue, Log& log, Limits limits,
                                  ClientConnection::Router router)
-    : queue_(std::move(queue)), log_(log), documents_(std::move(documents)), limits_(limits),
-      router_(std::move(router))
+    : queue_(std::move(queue)), log_(log), limits_(limits), router_(std::move(router))
 {
 }
 
 void ConnectionTable::accept(std::shared_ptr<TCPConnection> connection)
 {
-    if (entries_.size() >= limits_.connections &&
-        !closeLeastRecentlyActive(fmt::format("{} are open", entries_.size()))) {
-        log_.error(fmt::format("IPPServer: refusing a connection: {} are waiting for an answer",
-                               entries_.size()));
-        return;
+    const std::string peer = connection->peerAddress();
+    bool hasRoom = true;
+    while (hasRoom && entries_.size() >= limits_.connections) {
+        hasRoom = makeRoom(peer, fmt::format("{} are open", entries_.size()));
     }
     const auto client = std::make_shared<ClientConnection>(std::move(connection), *this, log_);
-    entries_.push_back({.connection = client, .lastActive = queue_->now()});
+    entries_.push_back({.connection = client, .peer = peer, .lastActive = queue_->now()});
     armIdleCheck();
-    client->read();
+    if (hasRoom) {
+        client->start();
+    } else {
+        log_.error(
+            fmt::format("IPPServer: refusing a connection: {} are open", entries_.size() - 1));
+        client->refuseForNow();
+    }
 }
 
-bool ConnectionTable::closeLeastRecentlyActive(std::string_view reason)
+bool ConnectionTable::makeRoom(const std::string& peer, std::string_view reason)
 {
-    const Entry* entry = leastRecentlyActive();
+    const Entry* entry = givingWayTo(peer);
     if (entry == nullptr) return false;
-    log_.error(fmt::format("IPPServer: closing least recently active connection: {}", reason));
+    if (entry->phase != Phase::lingering) {
+        log_.error(fmt::format("IPPServer: closing least recently active connection: {}", reason));
+    }
     entry->connection->close();
     return true;
+}
+
+const ConnectionTable::Entry* ConnectionTable::givingWayTo(const std::string& peer) const
+{
+    for (const Phase phase : {Phase::lingering, Phase::head}) {
+        const Entry* entry = longestIdle([&](const Entry& each) { return each.phase == phase; });
+        if (entry != nullptr) return entry;
+    }
+    std::map<std::string, std::size_t> connections{{peer, 1}};
+    std::size_t most = 1;
+    for (const Entry& entry : entries_) most = std::max(most, ++connections[entry.peer]);
+    const bool isOwn = connections[peer] == most;
+    return longestIdle([&](const Entry& each) {
+        const bool isOfThatPeer = isOwn ? each.peer == peer : connections[each.peer] == most;
+        return isOfThatPeer && each.phase == Phase::body;
+    });
 }
 
 void ConnectionTable::whenEmpty(std::function<void()> handler)
@@ -50,16 +71,30 @@ void ConnectionTable::whenEmpty(std::function<void()> handler)
 
 void ConnectionTable::recordActivity(const ClientConnection& connection)
 {
-    if (Entry* entry = find(connection)) {
-        entry->lastActive = queue_->now();
-        entry->phase = Phase::receiving;
-    }
+    if (Entry* entry = find(connection)) entry->lastActive = queue_->now();
+}
+
+void ConnectionTable::beginBody(const ClientConnection& connection)
+{
+    enter(connection, Phase::body);
 }
 
 void ConnectionTable::beginAnswering(const ClientConnection& connection)
 {
+    enter(connection, Phase::answering);
+}
+
+void ConnectionTable::beginLingering(const ClientConnection& connection)
+{
+    recordActivity(connection);
     charge(connection, 0);
-    if (Entry* entry = find(connection)) entry->phase = Phase::answering;
+    enter(connection, Phase::lingering);
+    armIdleCheck();
+}
+
+void ConnectionTable::enter(const ClientConnection& connection, Phase phase)
+{
+    if (Entry* entry = find(connection)) entry->phase = phase;
 }
 
 bool ConnectionTable::charge(const ClientConnection& connection, std::size_t bytes)
@@ -67,15 +102,7 @@ bool ConnectionTable::charge(const ClientConnection& connection, std::size_t byt
     Entry* entry = find(connection);
     if (entry == nullptr) return false;
     bytes_ += bytes - std::exchange(entry->bytes, bytes);
-    while (bytes_ + documents_.total() > limits_.memory) {
-        const Entry* most = largest();
-        if (most == nullptr) return true;
-        if (most->connection.get() == &connection) return false;
-        log_.error(fmt::format("IPPServer: closing connection with {} bytes: memory quota exceeded",
-                               most->bytes));
-        most->connection->close();
-    }
-    return true;
+    return bytes <= limits_.smallRequest || bytes_ <= limits_.memory;
 }
 
 void ConnectionTable::forget(const ClientConnection& connection)
@@ -98,41 +125,52 @@ ConnectionTable::Entry* ConnectionTable::find(const ClientConnection& connection
     return entry == entries_.end() ? nullptr : &*entry;
 }
 
-const ConnectionTable::Entry* ConnectionTable::leastRecentlyActive() const
+const ConnectionTable::Entry*
+ConnectionTable::longestIdle(const std::function<bool(const Entry&)>& isMeant) const
 {
-    const auto least = std::ranges::min_element(
-        entries_, {}, [](const Entry& entry) { return std::tuple(entry.phase, entry.lastActive); });
-    return least == entries_.end() || least->phase == Phase::answering ? nullptr : &*least;
+    const Entry* longest = nullptr;
+    for (const Entry& entry : entries_) {
+        if (isMeant(entry) && (longest == nullptr || entry.lastActive < longest->lastActive))
+            longest = &entry;
+    }
+    return longest;
 }
 
-const ConnectionTable::Entry* ConnectionTable::largest() const
+std::optional<std::chrono::seconds> ConnectionTable::idleTime(const Entry& entry) const
 {
-    const auto most = std::ranges::max_element(entries_, {}, &Entry::bytes);
-    return most == entries_.end() || most->bytes <= limits_.smallRequest ? nullptr : &*most;
+    switch (entry.phase) {
+    case Phase::lingering: return limits_.lingerTime;
+    case Phase::head: return limits_.headTime;
+    case Phase::body: return limits_.bodyTime;
+    case Phase::answering: break;
+    }
+    return {};
 }
 
 void ConnectionTable::armIdleCheck()
 {
-    if (idleCheck_ || entries_.empty()) return;
-    auto earliest = queue_->now();
+    std::optional<Time> due;
     for (const Entry& entry : entries_) {
-        if (entry.phase != Phase::answering) earliest = std::min(earliest, entry.lastActive);
+        const auto time = idleTime(entry);
+        if (time && (!due || entry.lastActive + *time < *due)) due = entry.lastActive + *time;
     }
-    idleCheck_ =
-        queue_->after(earliest + limits_.idleTime - queue_->now(), [this] { closeIdle(); });
+    if (!due || (idleCheck_ && idleCheck_->due <= *due)) return;
+    idleCheck_ = IdleCheck{*due, queue_->after(*due - queue_->now(), [this] { closeIdle(); })};
 }
 
 void ConnectionTable::closeIdle()
 {
     idleCheck_.reset();
-    const auto latest = queue_->now() - limits_.idleTime;
     for (;;) {
-        const auto idle = std::ranges::find_if(entries_, [&](const Entry& entry) {
-            return entry.phase != Phase::answering && entry.lastActive <= latest;
+        const Entry* idle = longestIdle([&](const Entry& entry) {
+            const auto time = idleTime(entry);
+            return time && entry.lastActive + *time <= queue_->now();
         });
-        if (idle == entries_.end()) break;
-        log_.error(fmt::format("IPPServer: closing a connection: idle for {} s",
-                               limits_.idleTime.count()));
+        if (idle == nullptr) break;
+        if (idle->phase != Phase::lingering) {
+            log_.error(fmt::format("IPPServer: closing a connection: idle for {} s",
+                                   idleTime(*idle)->count()));
+        }
         idle->connection->close();
     }
     armIdleCheck();

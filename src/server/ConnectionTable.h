@@ -3,12 +3,13 @@
 #include "base/Log.h"
 #include "event/Queue.h"
 #include "server/ClientConnection.h"
-#include "server/MemoryQuota.h"
 
 #include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,41 +26,53 @@ class ConnectionTable {
 public:
     struct Limits {
         std::size_t connections = 64;
-        /** How long a client may neither send nor take a byte, unless it waits for our answer. */
-        std::chrono::seconds idleTime{60};
-        /** Bytes in all: requests that are being received, and documents on their way. */
-        std::size_t memory = std::size_t{2} << 30;
-        /** A request this small is taken even beyond `memory`, so that a printer that is busy
-         *  receiving can still be asked for its attributes. */
+        /** How long a client may send nothing before its headers are complete. */
+        std::chrono::seconds headTime{60};
+        /** How long it may send nothing of a body. */
+        std::chrono::seconds bodyTime{600};
+        /** How long it may take to close after its answer. */
+        std::chrono::seconds lingerTime{5};
+        /** Bytes in all that are kept of requests: headers, attributes, and what has not been
+         *  written yet of documents. */
+        std::size_t memory = std::size_t{16} << 20;
+        /** A request that keeps no more than this is taken even beyond `memory`, so that whoever
+         *  fills it leaves the printer to the others. */
         std::size_t smallRequest = 65536;
     };
 
-    /** `documents` counts the bytes beyond those of the connections. */
-    ConnectionTable(std::shared_ptr<SerialQueue> queue, Log& log, MemoryQuota documents,
-                    Limits limits, ClientConnection::Router router);
+    ConnectionTable(std::shared_ptr<SerialQueue> queue, Log& log, Limits limits,
+                    ClientConnection::Router router);
 
-    /** Takes a new connection in. When there are too many, the least recently active one is closed,
-     *  those that never sent anything first; when every one waits for its answer, the new one. */
+    /** Takes a new connection in. When there are too many another one gives way, or the new one is
+     *  refused. */
     void accept(std::shared_ptr<TCPConnection> connection);
 
-    /** Closes the least recently active connection that does not wait for an answer; false when
-     *  there is none. */
-    bool closeLeastRecentlyActive(std::string_view reason);
+    /**
+     * Closes the connection that a new one of this peer is worth more than; false when there is
+     * none. Those that have their answer go first, then the longest idle one whose headers are not
+     * complete. Else it is the longest idle one that does not wait for its answer, of the peer that
+     * has most: nobody's upload is ended for the connections of somebody else.
+     */
+    bool makeRoom(const std::string& peer, std::string_view reason);
 
     /** Calls `handler` once, as soon as no connection is open: at once when none is. */
     void whenEmpty(std::function<void()> handler);
 
     // What connections say of themselves:
 
-    /** The client sent or took something. */
+    /** The client sent something. */
     void recordActivity(const ClientConnection& connection);
 
-    /** The request is complete: until its answer is sent the connection is not idle, and whoever
-     *  keeps the document counts its bytes. */
+    /** The headers are complete. */
+    void beginBody(const ClientConnection& connection);
+
+    /** The request is complete: until its answer is sent the connection is not idle. */
     void beginAnswering(const ClientConnection& connection);
 
-    /** Counts `bytes` in all for a connection. When this is too much with all the rest, the
-     *  connection with the most is closed; false when that is this one, which is left open. */
+    /** The answer is being sent; nothing is kept any more. */
+    void beginLingering(const ClientConnection& connection);
+
+    /** Counts `bytes` in all for a connection; false when this is too much with all the rest. */
     bool charge(const ClientConnection& connection, std::size_t bytes);
 
     /** The connection has been closed. It is dropped after the task that closed it. */
@@ -69,30 +82,39 @@ public:
     const ClientConnection::Router& router() const { return router_; }
 
 private:
-    /** In the order in which connections give way to new ones; those being answered never do. */
-    enum class Phase { connected, receiving, answering };
+    using Time = std::chrono::steady_clock::time_point;
+
+    enum class Phase { lingering, head, body, answering };
 
     struct Entry {
         std::shared_ptr<ClientConnection> connection;
-        std::chrono::steady_clock::time_point lastActive;
+        std::string peer;
+        /** When it last sent something, or got its answer. */
+        Time lastActive;
         std::size_t bytes = 0;
-        Phase phase = Phase::connected;
+        Phase phase = Phase::head;
     };
 
     Entry* find(const ClientConnection& connection);
-    const Entry* leastRecentlyActive() const;
-    const Entry* largest() const;
+    const Entry* longestIdle(const std::function<bool(const Entry&)>& isMeant) const;
+    const Entry* givingWayTo(const std::string& peer) const;
+    std::optional<std::chrono::seconds> idleTime(const Entry& entry) const;
+    void enter(const ClientConnection& connection, Phase phase);
     void closeIdle();
     void armIdleCheck();
 
     const std::shared_ptr<SerialQueue> queue_;
     Log& log_;
-    const MemoryQuota documents_;
     const Limits limits_;
     const ClientConnection::Router router_;
     std::vector<Entry> entries_;
     std::size_t bytes_ = 0;
-    std::unique_ptr<DelayedTask> idleCheck_;
+
+    struct IdleCheck {
+        Time due;
+        std::unique_ptr<DelayedTask> task;
+    };
+    std::optional<IdleCheck> idleCheck_;
     std::function<void()> whenEmpty_;
 };
 

@@ -9,7 +9,7 @@
 
 namespace korvane {
 
-/** One HTTP/1.1 request (RFC 9112). */
+/** The head of one HTTP/1.1 request (RFC 9112). */
 struct HTTPRequest {
     // The parts of the request line as received: nothing is decoded, checked or put in upper case.
     std::string method;
@@ -18,9 +18,6 @@ struct HTTPRequest {
 
     /** Values by header name in lower case; of a repeated header the last one. */
     std::map<std::string, std::string, std::less<>> headers;
-
-    /** Already put together from its chunks. */
-    Data body;
 
     /** The value of a header, given its name in lower case; empty when the request has none. */
     std::string_view header(std::string_view name) const

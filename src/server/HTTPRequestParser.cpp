@@ -14,9 +14,30 @@ namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
 
-std::string_view asText(std::span<const std::uint8_t> bytes)
+/** What a header takes beside its characters: two strings in a node of the map. */
+constexpr std::size_t headerOverhead = 2 * sizeof(std::string) + 6 * sizeof(void*);
+
+using Bytes = std::span<const std::uint8_t>;
+
+std::string_view asText(Bytes bytes)
 {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+Bytes asBytes(std::string_view text)
+{
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+/** Takes up to `remaining` bytes off the front of the input, and counts them off. */
+template <typename Count>
+Bytes takeFront(Bytes& input, Count& remaining)
+{
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(remaining, input.size()));
+    const Bytes taken = input.first(count);
+    input = input.subspan(count);
+    remaining -= count;
+    return taken;
 }
 
 bool contains(std::string_view text, std::string_view part)
@@ -60,25 +81,19 @@ std::optional<std::uint64_t> readChunkSize(std::string_view line)
 
 } // namespace
 
-void HTTPRequestParser::append(std::span<const std::uint8_t> bytes)
-{
-    // A body on its own need not pass through the buffer.
-    std::size_t* remaining = bodyRemaining();
-    if (remaining != nullptr && buffer_.empty()) bytes = bytes.subspan(takeBody(*remaining, bytes));
-    buffer_.append(bytes);
-}
-
-HTTPRequestParser::Result HTTPRequestParser::parse()
+HTTPRequestParser::Result HTTPRequestParser::parse(Input& input)
 {
     for (;;) {
-        Step report = std::visit([this](auto& phase) { return step(phase); }, phase_);
-        if (report) return *std::move(report);
+        Step report = std::visit([&](auto& phase) { return step(phase, input); }, phase_);
+        if (!report) continue;
+        if (const auto* error = std::get_if<Error>(&*report)) phase_ = Failed{*error};
+        return *std::move(report);
     }
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(RequestLine /*phase*/)
+HTTPRequestParser::Step HTTPRequestParser::step(RequestLine /*phase*/, Input& input)
 {
-    const Line line = takeSectionLine();
+    const Line line = takeSectionLine(input);
     if (!line) return line.error();
     std::string_view rest = *line;
     request_.method = takeField(rest);
@@ -89,11 +104,11 @@ HTTPRequestParser::Step HTTPRequestParser::step(RequestLine /*phase*/)
     return std::nullopt;
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(Headers /*phase*/)
+HTTPRequestParser::Step HTTPRequestParser::step(Headers /*phase*/, Input& input)
 {
-    const Line line = takeSectionLine();
+    const Line line = takeSectionLine(input);
     if (!line) return line.error();
-    return line->empty() ? startBody() : storeHeader(*line);
+    return line->empty() ? finishHead() : storeHeader(*line);
 }
 
 HTTPRequestParser::Step HTTPRequestParser::storeHeader(std::string_view line)
@@ -103,52 +118,71 @@ HTTPRequestParser::Step HTTPRequestParser::storeHeader(std::string_view line)
     const std::string_view name = text::trimmingHorizontalSpace(line.substr(0, colon));
     const std::string_view value = text::trimmingHorizontalSpace(line.substr(colon + 1));
     request_.headers.insert_or_assign(text::lowercased(name), value);
+    headerMemory_ += headerOverhead + name.size() + value.size();
     return std::nullopt;
 }
 
-/** At the end of the headers: how the body comes (RFC 9112 section 6.3), and whether the client
- *  waits to be asked for it. */
-HTTPRequestParser::Step HTTPRequestParser::startBody()
+/** At the end of the headers: how the body comes, and whether the client waits to be asked for it.
+ */
+HTTPRequestParser::Step HTTPRequestParser::finishHead()
 {
-    if (contains(text::lowercased(request_.header("transfer-encoding")), "chunked")) {
-        phase_ = ChunkSize{};
-    } else if (Step report = startFixedBody()) {
-        return report;
+    const auto body = chooseBody();
+    if (!body) return body.error();
+    if (contains(text::lowercased(request_.header("expect")), "100-continue")) {
+        phase_ = Expecting{*body};
+    } else {
+        enter(*body);
     }
-    if (contains(text::lowercased(request_.header("expect")), "100-continue"))
-        return SendContinue{};
-    return std::nullopt;
+    std::optional<std::uint64_t> length;
+    if (const auto* fixed = std::get_if<FixedBody>(&*body)) length = fixed->remaining;
+    if (std::holds_alternative<Done>(*body)) length = 0;
+    headerMemory_ = 0;
+    return Head{std::exchange(request_, {}), length};
 }
 
-HTTPRequestParser::Step HTTPRequestParser::startFixedBody()
+/** RFC 9112 section 6.3. */
+korvane::Result<HTTPRequestParser::BodyPhase, HTTPRequestParser::Error>
+HTTPRequestParser::chooseBody() const
 {
+    if (contains(text::lowercased(request_.header("transfer-encoding")), "chunked"))
+        return ChunkSize{};
     const std::string_view value = text::trimmingHorizontalSpace(request_.header("content-length"));
     const std::int64_t length = readInteger(value, 10).value_or(0);
-    if (length < 1) {
-        finish();
-        return std::nullopt;
-    }
-    if (static_cast<std::uint64_t>(length) > limits_.body) return bodyTooLong();
-    phase_ = FixedBody{static_cast<std::size_t>(length)};
-    return std::nullopt;
+    if (length < 1) return Done{};
+    const auto bytes = static_cast<std::uint64_t>(length);
+    if (bytes > limits_.body) return failure(bodyTooLong());
+    return FixedBody{bytes};
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(FixedBody& body)
+void HTTPRequestParser::enter(BodyPhase body)
 {
-    if (!readBody(body.remaining)) return NeedMore{};
-    finish();
-    return std::nullopt;
+    std::visit([this](auto phase) { phase_ = phase; }, body);
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(ChunkSize /*phase*/)
+HTTPRequestParser::Step HTTPRequestParser::step(Expecting phase, Input& /*input*/)
 {
-    const Line line = takeLine(SIZE_MAX);
+    enter(phase.body);
+    return SendContinue{};
+}
+
+HTTPRequestParser::Step HTTPRequestParser::step(FixedBody& body, Input& input)
+{
+    const Input bytes = takeFront(input, body.remaining);
+    if (bytes.empty()) return NeedMore{};
+    if (body.remaining == 0) phase_ = Done{};
+    return Body{bytes};
+}
+
+HTTPRequestParser::Step HTTPRequestParser::step(ChunkSize /*phase*/, Input& input)
+{
+    const Line line = takeLine(input, SIZE_MAX);
     if (!line) return line.error();
     const auto size = readChunkSize(*line);
     if (!size) return Error{"bad chunk size: " + *line};
-    if (*size > limits_.body - body_.size()) return bodyTooLong();
+    if (*size > limits_.body - chunkedSize_) return bodyTooLong();
+    chunkedSize_ += *size;
     if (*size > 0) {
-        phase_ = ChunkData{static_cast<std::size_t>(*size)};
+        phase_ = ChunkData{*size};
     } else {
         phase_ = ChunkTrailer{};
         sectionLeft_ = limits_.headerSection;
@@ -156,74 +190,77 @@ HTTPRequestParser::Step HTTPRequestParser::step(ChunkSize /*phase*/)
     return std::nullopt;
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(ChunkData& chunk)
+HTTPRequestParser::Step HTTPRequestParser::step(ChunkData& chunk, Input& input)
 {
-    if (!readBody(chunk.remaining)) return NeedMore{};
-    phase_ = ChunkDataCRLF{};
-    return std::nullopt;
+    const Input bytes = takeFront(input, chunk.remaining);
+    if (bytes.empty()) return NeedMore{};
+    if (chunk.remaining == 0) phase_ = ChunkDataEnd{lineEnd.size()};
+    return Body{bytes};
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(ChunkDataCRLF /*phase*/)
+/** What ends a chunk is not looked at. */
+HTTPRequestParser::Step HTTPRequestParser::step(ChunkDataEnd& end, Input& input)
 {
-    if (buffer_.size() < lineEnd.size()) return NeedMore{};
-    buffer_.consume(lineEnd.size());
+    takeFront(input, end.remaining);
+    if (end.remaining > 0) return NeedMore{};
     phase_ = ChunkSize{};
     return std::nullopt;
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(ChunkTrailer /*phase*/)
+HTTPRequestParser::Step HTTPRequestParser::step(ChunkTrailer /*phase*/, Input& input)
 {
-    const Line line = takeSectionLine();
+    const Line line = takeSectionLine(input);
     if (!line) return line.error();
-    if (line->empty()) finish();
+    if (line->empty()) phase_ = Done{};
     return std::nullopt;
 }
 
-HTTPRequestParser::Step HTTPRequestParser::step(Done /*phase*/)
+HTTPRequestParser::Step HTTPRequestParser::step(Done /*phase*/, Input& /*input*/)
 {
-    return Complete{request_};
+    return Complete{};
 }
 
-void HTTPRequestParser::finish()
+HTTPRequestParser::Step HTTPRequestParser::step(Failed& failed, Input& /*input*/)
 {
-    request_.body = body_.take();
-    phase_ = Done{};
+    return failed.error;
 }
 
 /** Takes a line and accounts for it in its section. */
-HTTPRequestParser::Line HTTPRequestParser::takeSectionLine()
+HTTPRequestParser::Line HTTPRequestParser::takeSectionLine(Input& input)
 {
-    const std::size_t before = buffer_.size();
-    Line line = takeLine(sectionLeft_);
-    sectionLeft_ -= before - buffer_.size();
+    const std::size_t before = line_.size() + input.size();
+    Line line = takeLine(input, sectionLeft_);
+    sectionLeft_ -= before - line_.size() - input.size();
     return line;
 }
 
 /** Takes the next line, which with its end may take up to `room` bytes; text that is not UTF-8
  *  counts as empty. */
-HTTPRequestParser::Line HTTPRequestParser::takeLine(std::size_t room)
+HTTPRequestParser::Line HTTPRequestParser::takeLine(Input& input, std::size_t room)
 {
     const std::size_t maxLine = limits_.line + lineEnd.size();
-    const auto length = findLineEnd(std::min(maxLine, room));
-    if (!length) {
-        if (buffer_.size() < std::min(maxLine, room)) return failure(Result(NeedMore{}));
-        if (room < maxLine) return failure(Result(sectionTooLong()));
+    const std::size_t window = std::min(maxLine, room) - line_.size();
+    const auto end = findLineEnd(input.first(std::min(window, input.size())));
+    const bool isTooLong = !end && input.size() >= window;
+    if (isTooLong && room < maxLine) return failure(Result(sectionTooLong()));
+    if (isTooLong)
         return failure(Result(Error{fmt::format("line longer than {} bytes", limits_.line)}));
-    }
-    std::string line = text::decodeUTF8(buffer_.bytes().first(*length));
-    buffer_.consume(*length + lineEnd.size());
-    searched_ = 0;
-    return line;
+    const Input taken = input.first(end.value_or(input.size()));
+    line_ += asText(taken);
+    input = input.subspan(taken.size());
+    if (!end) return failure(Result(NeedMore{}));
+    const std::string line = std::exchange(line_, {});
+    return text::decodeUTF8(
+        asBytes(std::string_view(line).substr(0, line.size() - lineEnd.size())));
 }
 
-/** Where the first line end within the first `window` bytes of the buffer starts. */
-std::optional<std::size_t> HTTPRequestParser::findLineEnd(std::size_t window)
+/** Behind which byte of the input the line that has begun ends. */
+std::optional<std::size_t> HTTPRequestParser::findLineEnd(Input input) const
 {
-    const std::string_view text = asText(buffer_.bytes()).substr(0, window);
-    const std::size_t found = text.find(lineEnd, searched_);
-    if (found != std::string_view::npos) return found;
-    searched_ = std::max<std::size_t>(text.size(), 1) - 1; // the last byte may be half a line end
-    return std::nullopt;
+    if (line_.ends_with('\r') && !input.empty() && input.front() == '\n') return 1;
+    const std::size_t found = asText(input).find(lineEnd);
+    if (found == std::string_view::npos) return std::nullopt;
+    return found + lineEnd.size();
 }
 
 HTTPRequestParser::Error HTTPRequestParser::sectionTooLong() const
@@ -235,30 +272,6 @@ HTTPRequestParser::Error HTTPRequestParser::sectionTooLong() const
 HTTPRequestParser::Error HTTPRequestParser::bodyTooLong() const
 {
     return {fmt::format("body longer than {} bytes", limits_.body)};
-}
-
-/** Moves what the buffer holds of the body, or of the chunk; whether that was the last of it. */
-bool HTTPRequestParser::readBody(std::size_t& remaining)
-{
-    buffer_.consume(takeBody(remaining, buffer_.bytes()));
-    return remaining == 0;
-}
-
-/** Adds to the body as many of the bytes as belong to it, and says how many those are. */
-std::size_t HTTPRequestParser::takeBody(std::size_t& remaining, std::span<const std::uint8_t> bytes)
-{
-    const std::size_t count = std::min(remaining, bytes.size());
-    body_.append(bytes.first(count));
-    remaining -= count;
-    return count;
-}
-
-/** How much of the body, or of the chunk, is still to come; null in other phases. */
-std::size_t* HTTPRequestParser::bodyRemaining()
-{
-    if (auto* fixed = std::get_if<FixedBody>(&phase_)) return &fixed->remaining;
-    if (auto* chunk = std::get_if<ChunkData>(&phase_)) return &chunk->remaining;
-    return nullptr;
 }
 
 } // namespace korvane

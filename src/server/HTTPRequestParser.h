@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/ByteBuffer.h"
 #include "base/Result.h"
 #include "server/HTTPMessage.h"
 
@@ -15,16 +14,14 @@
 namespace korvane {
 
 /**
- * Turns the bytes that arrive on one connection into one HTTP/1.1 request (RFC 9112). It is fed
- * with `append` and asked with `parse`, as often as there is something new; the work is linear in
- * the number of bytes, however they are cut into pieces. A parser serves one request: what follows
- * it is left alone.
- *
- * Running out of memory surfaces from both as std::bad_alloc; the parser is of no more use then.
+ * Turns the bytes that arrive on one connection into one HTTP/1.1 request (RFC 9112), a part after
+ * the other: it keeps the header section until it is complete and nothing of the body. The work is
+ * linear in the number of bytes, however they are cut into pieces. A parser serves one request:
+ * what follows it is left alone.
  */
 class HTTPRequestParser {
 public:
-    /** How many bytes a client may make us keep. */
+    /** How many bytes a client may send. */
     struct Limits {
         /** One line without its end. */
         std::size_t line = std::size_t{64} * 1024;
@@ -32,13 +29,31 @@ public:
         /** The request line and the headers, up to the body; the trailer has as much for itself. */
         std::size_t headerSection = std::size_t{256} * 1024;
 
-        std::size_t body = std::size_t{1024} * 1024 * 1024;
+        std::uint64_t body = std::uint64_t{4} << 30;
     };
 
-    /** The whole request. Copying it copies no body. */
-    struct Complete {
+    /** The header section is complete. Reported once, before anything of the body. */
+    struct Head {
         HTTPRequest request;
+        /** Of the body; unknown when it comes in chunks. */
+        std::optional<std::uint64_t> bodyLength;
 
+        friend bool operator==(const Head&, const Head&) = default;
+    };
+
+    /** The client holds its body back until it is sent "100 Continue" (RFC 9110 section 10.1.1).
+     *  Reported once, behind the head. */
+    struct SendContinue {
+        friend bool operator==(const SendContinue&, const SendContinue&) = default;
+    };
+
+    /** The next bytes of the body: at least one, and part of the input. */
+    struct Body {
+        std::span<const std::uint8_t> bytes;
+    };
+
+    /** The request has come to its end. */
+    struct Complete {
         friend bool operator==(const Complete&, const Complete&) = default;
     };
 
@@ -49,52 +64,56 @@ public:
         friend bool operator==(const Error&, const Error&) = default;
     };
 
-    /** Nothing can be done until more bytes are appended. */
+    /** All of the input has been used; nothing can be done until there is more. */
     struct NeedMore {
         friend bool operator==(const NeedMore&, const NeedMore&) = default;
     };
 
-    /** The client holds its body back until it is sent "100 Continue" (RFC 9110 section 10.1.1).
-     *  Reported once; then `parse` goes on. */
-    struct SendContinue {
-        friend bool operator==(const SendContinue&, const SendContinue&) = default;
-    };
-
-    using Result = std::variant<Complete, Error, NeedMore, SendContinue>;
+    using Result = std::variant<NeedMore, Head, SendContinue, Body, Complete, Error>;
 
     HTTPRequestParser() : HTTPRequestParser(Limits{}) {}
     explicit HTTPRequestParser(Limits limits) : limits_(limits), sectionLeft_(limits.headerSection)
     {
     }
 
-    void append(std::span<const std::uint8_t> bytes);
+    /** Goes on to the next part of the request, and takes what it uses off the front of `input`.
+     *  Nothing changes after `Complete` and `Error`. */
+    Result parse(std::span<const std::uint8_t>& input);
 
-    /** Goes as far as the bytes allow. Asked again after `Complete`, it gives the same request. */
-    Result parse();
-
-    /** The bytes that have been appended and not yet used. */
-    std::span<const std::uint8_t> unparsed() const { return buffer_.bytes(); }
-
-    /** How many bytes of input are kept: the unparsed ones and the body as far as it has come. */
-    std::size_t bytesHeld() const { return buffer_.size() + body_.size() + request_.body.size(); }
+    /** How much memory an unfinished header section or line takes, about. */
+    std::size_t bytesHeld() const { return line_.size() + headerMemory_; }
 
 private:
     // Where the request is being read, in the order in which its parts come.
     struct RequestLine {};
     struct Headers {};
     struct FixedBody {
-        std::size_t remaining;
+        std::uint64_t remaining;
     };
     struct ChunkSize {};
     struct ChunkData {
+        std::uint64_t remaining;
+    };
+    struct ChunkDataEnd {
         std::size_t remaining;
     };
-    struct ChunkDataCRLF {};
     struct ChunkTrailer {};
     struct Done {};
+    struct Failed {
+        Error error;
+    };
 
-    using Phase = std::variant<RequestLine, Headers, FixedBody, ChunkSize, ChunkData, ChunkDataCRLF,
-                               ChunkTrailer, Done>;
+    using BodyPhase = std::variant<FixedBody, ChunkSize, Done>;
+
+    /** Behind the head of a request that waits to be asked for its body. */
+    struct Expecting {
+        BodyPhase body;
+    };
+
+    using Phase = std::variant<RequestLine, Headers, Expecting, FixedBody, ChunkSize, ChunkData,
+                               ChunkDataEnd, ChunkTrailer, Done, Failed>;
+
+    using Input = std::span<const std::uint8_t>;
 
     /** What a step reports; nothing when the next step can go on. */
     using Step = std::optional<Result>;
@@ -102,41 +121,41 @@ private:
     /** A line without its end, or what to report instead. */
     using Line = korvane::Result<std::string, Result>;
 
-    Step step(RequestLine);
-    Step step(Headers);
-    Step step(FixedBody& body);
-    Step step(ChunkSize);
-    Step step(ChunkData& chunk);
-    Step step(ChunkDataCRLF);
-    Step step(ChunkTrailer);
-    Step step(Done);
+    Step step(RequestLine phase, Input& input);
+    Step step(Headers phase, Input& input);
+    Step step(Expecting phase, Input& input);
+    Step step(FixedBody& body, Input& input);
+    Step step(ChunkSize phase, Input& input);
+    Step step(ChunkData& chunk, Input& input);
+    Step step(ChunkDataEnd& end, Input& input);
+    Step step(ChunkTrailer phase, Input& input);
+    Step step(Done phase, Input& input);
+    Step step(Failed& failed, Input& input);
 
     Step storeHeader(std::string_view line);
-    Step startBody();
-    Step startFixedBody();
-    void finish();
+    Step finishHead();
+    korvane::Result<BodyPhase, Error> chooseBody() const;
+    void enter(BodyPhase body);
 
-    Line takeSectionLine();
-    Line takeLine(std::size_t room);
-    std::optional<std::size_t> findLineEnd(std::size_t window);
+    Line takeSectionLine(Input& input);
+    Line takeLine(Input& input, std::size_t room);
+    std::optional<std::size_t> findLineEnd(Input input) const;
     Error sectionTooLong() const;
     Error bodyTooLong() const;
 
-    bool readBody(std::size_t& remaining);
-    std::size_t takeBody(std::size_t& remaining, std::span<const std::uint8_t> bytes);
-    std::size_t* bodyRemaining();
-
     Limits limits_;
-    ByteBuffer buffer_;
     Phase phase_;
     HTTPRequest request_;
-    ByteBuffer body_;
+    std::size_t headerMemory_ = 0;
 
-    /** How much of the buffer is known to hold no line end. */
-    std::size_t searched_ = 0;
+    /** The beginning of a line whose end has not come. */
+    std::string line_;
 
     /** How many bytes the header section, or the trailer, may still take. */
     std::size_t sectionLeft_;
+
+    /** How many bytes of the body have been announced by chunks. */
+    std::uint64_t chunkedSize_ = 0;
 };
 
 } // namespace korvane

@@ -1,19 +1,12 @@
 #include "server/IPPOperations.h"
 
-#include "base/DocumentMapping.h"
 #include "base/TimeText.h"
-#include "document/TemporaryDocument.h"
-#include "ipp/DocumentFormat.h"
-#include "ipp/IPPCodec.h"
 #include "ipp/PrinterAttributes.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <iterator>
 #include <limits>
 #include <utility>
-#include <variant>
 
 namespace korvane {
 
@@ -23,188 +16,174 @@ namespace {
 constexpr std::int32_t jobStatePendingHeld = 4;
 constexpr std::int32_t jobStateCompleted = 9;
 
-/** The first value of an operation attribute, if it is there and of that kind. */
-template <typename Value>
-std::optional<Value> firstOperationValue(const IPPMessage& request, std::string_view name)
-{
-    const IPPAttribute* attribute = ipp::findAttribute(request, name, IPPTag::operationAttributes);
-    if (attribute == nullptr || attribute->values.empty()) return {};
-    if (const auto* value = std::get_if<Value>(&attribute->values.front())) return *value;
-    return {};
-}
-
-IPPMessage makeResponse(const IPPMessage& request, IPPStatus status,
-                        std::vector<IPPAttributeGroup> groups)
-{
-    IPPMessage response;
-    response.versionMajor = request.versionMajor;
-    response.versionMinor = request.versionMinor;
-    response.code = static_cast<std::uint16_t>(status);
-    response.requestID = request.requestID;
-    response.groups.push_back(
-        {.tag = IPPTag::operationAttributes,
-         .attributes = {ipp::makeTextAttribute("attributes-charset", {"utf-8"}, IPPTag::charset),
-                        ipp::makeTextAttribute("attributes-natural-language", {"en"},
-                                               IPPTag::naturalLanguage)}});
-    std::ranges::move(groups, std::back_inserter(response.groups));
-    return response;
-}
-
 } // namespace
 
-IPPOperations::IPPOperations(std::shared_ptr<SerialQueue> queue, Queue& files,
-                             DocumentService& converter, const Clock& clock, Log& log,
-                             MemoryQuota documents, DescriptorProvider descriptorProvider,
-                             JobHandler jobHandler)
-    : queue_(std::move(queue)), files_(files), converter_(converter), clock_(clock), log_(log),
-      documents_(std::move(documents)), descriptorProvider_(std::move(descriptorProvider)),
-      jobHandler_(std::move(jobHandler)), pendingJobBuffers_(*queue_, log, {})
+IPPOperations::IPPOperations(std::shared_ptr<const JobIntake> intake, const Clock& clock)
+    : intake_(std::move(intake)), clock_(clock),
+      room_(std::make_shared<SpoolRoom>(intake_->environment().spool)),
+      pendingJobBuffers_(
+          std::make_shared<PendingJobs>(intake_->environment().queue, log(), PendingJobs::Limits{}))
 {
 }
 
-void IPPOperations::handleRequest(const HTTPRequest& request, const Answer& answer)
+std::optional<ArrivingDocument> IPPOperations::beginDocument(const IPPRequest& request,
+                                                             std::function<void()> onWritten) const
 {
-    auto decoded = ipp::decode(documents_.track(request.body));
-    if (!decoded) {
-        log_.error(fmt::format("IPPServer: IPP decode failed ({} body bytes): {}",
-                               request.body.size(), decoded.error().description()));
-        answer({.status = "400 Bad Request", .body = {}});
+    if (request.operation == nullptr) return {};
+    const IPPOperation operation = request.operation->operation;
+    auto arrival = operation == IPPOperation::sendDocument
+                       ? pendingJobBuffers_->beginArrival(request.jobID)
+                       : nullptr;
+    if (operation != IPPOperation::printJob && !arrival) return {};
+    const IntakeEnvironment& environment = intake_->environment();
+    return ArrivingDocument{
+        std::make_shared<ReceivedDocument>(environment.queue, environment.background,
+                                           environment.spool, room_, std::move(onWritten)),
+        std::move(arrival)};
+}
+
+void IPPOperations::perform(const IPPRequest& request, std::uint64_t documentBytes,
+                            std::optional<ArrivingDocument> document, const Answer& answer)
+{
+    const Completion respond = [&](IPPOutcome outcome) {
+        answer(makeResponse(request, std::move(outcome)));
+    };
+    if (request.operation == nullptr) {
+        respond({.status = IPPStatus::serverErrorOperationNotSupported});
         return;
     }
-    IPPMessage& message = *decoded;
-    // A slice keeps the whole body: not worth it for a small document behind many attributes.
-    if (message.documentData.size() < request.body.size() / 2) {
-        message.documentData = documents_.track(Data::copying(message.documentData.bytes()));
-    }
-    const IPPOperationName* operation = findIPPOperation(message.code);
-    log_.note(fmt::format("IPPServer: op={} reqID={} bodyBytes={} docBytes={}",
-                          operation != nullptr ? std::string(operation->name)
-                                               : fmt::format("0x{:x}", message.code),
-                          message.requestID, request.body.size(), message.documentData.size()));
-
-    const IPPMessage header{.versionMajor = message.versionMajor,
-                            .versionMinor = message.versionMinor,
-                            .code = message.code,
-                            .requestID = message.requestID};
-    const Completion respond = [header, answer](Outcome outcome) {
-        const IPPMessage response = makeResponse(header, outcome.status, std::move(outcome.groups));
-        answer({.status = "200 OK", .body = ipp::encode(response)});
-    };
-    if (operation != nullptr) {
-        perform(operation->operation, message, respond);
-    } else {
-        respond({.status = IPPStatus::serverErrorOperationNotSupported});
-    }
-}
-
-void IPPOperations::perform(IPPOperation operation, const IPPMessage& request,
-                            const Completion& completion)
-{
-    switch (operation) {
-    case IPPOperation::printJob: printJob(request, completion); return;
-    case IPPOperation::createJob: completion(createJob(request)); return;
-    case IPPOperation::sendDocument: sendDocument(request, completion); return;
-    case IPPOperation::getJobAttributes: completion(completedJob(1)); return;
+    switch (request.operation->operation) {
+    case IPPOperation::printJob:
+        documentBytes > 0 ? printJob(request, *document, answer)
+                          : respond({.status = IPPStatus::clientErrorBadRequest});
+        return;
+    case IPPOperation::createJob: respond(createJob(request)); return;
+    case IPPOperation::sendDocument: sendDocument(request, documentBytes, document, answer); return;
+    case IPPOperation::getJobAttributes: respond(completedJob(1)); return;
     case IPPOperation::getPrinterAttributes:
-        completion({.groups = {ipp::makePrinterAttributes(descriptorProvider_())}});
+        respond({.groups = {ipp::makePrinterAttributes(intake_->printer().descriptor())}});
         return;
     case IPPOperation::validateJob:
     case IPPOperation::cancelJob:
-    case IPPOperation::getJobs: completion({}); return;
+    case IPPOperation::getJobs: respond({}); return;
     }
 }
 
-void IPPOperations::printJob(const IPPMessage& request, const Completion& completion)
+void IPPOperations::printJob(const IPPRequest& request, const ArrivingDocument& document,
+                             const Answer& answer)
 {
-    if (request.documentData.empty()) {
-        completion({.status = IPPStatus::clientErrorBadRequest});
-        return;
-    }
-    submit({.name = jobName(request), .document = request.documentData}, completion);
+    document.content->finish([intake = intake_, name = jobName(request),
+                              taken = whenTaken({.request = request, .id = {}}, answer)](
+                                 const auto& file) { intake->take(name, file, taken); });
 }
 
-IPPOperations::Outcome IPPOperations::createJob(const IPPMessage& request)
+IPPOutcome IPPOperations::createJob(const IPPRequest& request)
 {
     const std::int32_t id = takeJobID();
-    pendingJobBuffers_.open(id, jobName(request));
+    if (!pendingJobBuffers_->open(id, jobName(request))) {
+        log().error("IPPServer: refusing a job: too many unfinished jobs");
+        return {.status = IPPStatus::serverErrorBusy};
+    }
     return {.groups = {makeJobGroup(id, jobStatePendingHeld, "job-incoming")}};
 }
 
-void IPPOperations::sendDocument(const IPPMessage& request, const Completion& completion)
+void IPPOperations::sendDocument(const IPPRequest& request, std::uint64_t documentBytes,
+                                 const std::optional<ArrivingDocument>& document,
+                                 const Answer& answer)
 {
-    const auto namedID = firstOperationValue<ipp::Integer>(request, "job-id");
-    const std::int32_t id = namedID ? namedID->value : 0;
-    const auto last = firstOperationValue<ipp::Boolean>(request, "last-document");
-    if (last && !last->value) {
-        const auto appended = pendingJobBuffers_.append(id, request.documentData);
-        appended == PendingJobs::Appended::tooLarge
-            ? completion({.status = IPPStatus::serverErrorInternalError})
-            : completion(completedJob(id));
-        return;
+    const PendingJob* job = pendingJobBuffers_->find(request.jobID);
+    const bool hasDocument = documentBytes > 0;
+    if (hasDocument && (job == nullptr || !document)) {
+        answer(makeResponse(request, {.status = IPPStatus::clientErrorNotFound}));
+    } else if (job == nullptr || (!request.isLastDocument && !hasDocument)) {
+        answer(makeResponse(request, completedJob(request.jobID)));
+    } else if (!request.isLastDocument) {
+        addDocument(request, *job, *document, answer);
+    } else {
+        finishJob(request, *pendingJobBuffers_->take(request.jobID),
+                  hasDocument ? document : std::nullopt, answer);
     }
-    auto job = pendingJobBuffers_.take(id);
-    if (!job) {
-        completion(completedJob(id));
-        return;
-    }
-    if (!request.documentData.empty()) job->documents.push_back(request.documentData);
-    submit({.name = job->jobName, .document = joined(job->documents), .id = id}, completion);
 }
 
-/** Has the document made PDF, and hands the job on. */
-void IPPOperations::submit(const SubmittedJob& job, const Completion& completion)
+/** Joins a document to those of its job; others may follow. */
+void IPPOperations::addDocument(const IPPRequest& request, const PendingJob& job,
+                                const ArrivingDocument& document, const Answer& answer) const
 {
-    const DocumentFormat* format = recognizeFormat(job.document.text());
-    if (format != nullptr && format->conversion == DocumentFormat::Conversion::none)
-        return finish(job, job.document, completion);
-    const auto normalized = [weak = weak_from_this(), queue = queue_, job,
-                             completion](const Result<DocumentFile, NormalizeError>& pdf) {
-        queue->async([weak, job, completion, pdf] {
+    document.content->finish([weak = weak_from_this(), queue = intake_->environment().queue,
+                              request, joined = job.document, arrival = document.arrival,
+                              answer](const Result<DocumentFile, SystemError>& file) {
+        const auto added =
+            file.and_then([&](const DocumentFile& content) { return joined->append(content); });
+        queue->async([weak, request, added, arrival, answer] {
             const auto self = weak.lock();
             if (!self) return;
-            const auto data = pdf.and_then([](const DocumentFile& file) {
-                return mapDocument(file).map_error([](SystemError error) {
-                    return NormalizeError{NormalizeError::StorageFailed{error}};
-                });
-            });
-            self->finish(job, data, completion);
+            if (!added) {
+                self->log().error("IPPServer: can't take a document: " +
+                                  added.error().description());
+                answer(makeResponse(request, added.error()));
+            } else if (*added) {
+                answer(makeResponse(request, self->completedJob(request.jobID)));
+            } else {
+                answer(makeResponse(request, {.status = IPPStatus::clientErrorNotFound}));
+            }
         });
-    };
-    files_.async([&converter = converter_, document = job.document, normalized] {
-        const auto file = writeTemporaryDocument(document);
-        if (!file)
-            return normalized(failure(NormalizeError{NormalizeError::StorageFailed{file.error()}}));
-        DocumentNormalizer::normalize(*file, converter, makeTemporaryFile, normalized);
     });
 }
 
-void IPPOperations::finish(const SubmittedJob& job, const Normalized& pdf,
-                           const Completion& completion)
+/** Takes a job in whose last document is there. */
+void IPPOperations::finishJob(const IPPRequest& request, const PendingJob& job,
+                              const std::optional<ArrivingDocument>& document, const Answer& answer)
 {
-    if (!pdf) {
-        const std::string refusal = job.id
-                                        ? fmt::format("send-document for job {} rejected", *job.id)
-                                        : "rejecting unrecognized document";
-        log_.error(fmt::format("IPPServer: {} — {}", refusal, pdf.error().description()));
-        return completion({.status = pdf.error().isRefusal()
-                                         ? IPPStatus::clientErrorDocumentFormatNotSupported
-                                         : IPPStatus::serverErrorInternalError});
+    const auto finish = [intake = intake_, job,
+                         taken = whenTaken({.request = request, .id = request.jobID}, answer)](
+                            const Result<DocumentFile, SystemError>& last) {
+        const auto whole = last.and_then([&](const DocumentFile& content) {
+                                   if (!content.file) return Result<bool, SystemError>(true);
+                                   return job.document->append(content);
+                               })
+                               .map([&](bool) { return job.document->take(); });
+        intake->take(job.jobName, whole, taken);
+    };
+    if (document) {
+        document->content->finish(finish);
+    } else {
+        intake_->environment().background.async([finish] { finish(DocumentFile{}); });
     }
-    const std::int32_t id = job.id ? *job.id : takeJobID();
-    jobHandler_(job.name, *pdf);
-    completion(completedJob(id));
 }
 
-/** One document after the other; a single one is not copied. */
-Data IPPOperations::joined(const std::vector<Data>& documents) const
+JobIntake::Completion IPPOperations::whenTaken(SubmittedJob job, Answer answer)
 {
-    return documents.size() == 1 ? documents.front() : documents_.track(Data::joining(documents));
+    return [weak = weak_from_this(), job = std::move(job),
+            answer = std::move(answer)](const JobIntake::Taken& taken) {
+        if (const auto self = weak.lock()) answer(self->report(job, taken));
+    };
 }
 
-std::string IPPOperations::jobName(const IPPMessage& request) const
+HTTPResponse IPPOperations::report(const SubmittedJob& job, const JobIntake::Taken& taken)
 {
-    const auto name = firstOperationValue<ipp::Text>(request, "job-name");
-    if (name && !name->text.empty()) return name->text;
+    if (taken) {
+        const std::int32_t id = job.id ? *job.id : takeJobID();
+        return makeResponse(job.request, completedJob(id));
+    }
+    const IntakeError& error = taken.error();
+    if (!error.isRefusal) {
+        log().error("IPPServer: can't take a job: " + error.description);
+        if (error.storage) return makeResponse(job.request, *error.storage);
+        return makeResponse(job.request, {.status = IPPStatus::serverErrorInternalError});
+    }
+    const std::string refusal = job.id ? fmt::format("send-document for job {} rejected", *job.id)
+                                       : "rejecting unrecognized document";
+    log().error(fmt::format("IPPServer: {} — {}", refusal, error.description));
+    if (error.keptAt) {
+        log().note(fmt::format("IPPServer: the rejected document is kept as \"{}\"",
+                               error.keptAt->string()));
+    }
+    return makeResponse(job.request, {.status = IPPStatus::clientErrorDocumentFormatNotSupported});
+}
+
+std::string IPPOperations::jobName(const IPPRequest& request) const
+{
+    if (!request.jobName.empty()) return request.jobName;
     return "Print Job " + utcTimestamp(clock_.now());
 }
 
@@ -215,7 +194,7 @@ std::int32_t IPPOperations::takeJobID()
     return id;
 }
 
-IPPOperations::Outcome IPPOperations::completedJob(std::int32_t id) const
+IPPOutcome IPPOperations::completedJob(std::int32_t id) const
 {
     return {.groups = {makeJobGroup(id, jobStateCompleted, "job-completed-successfully")}};
 }
@@ -223,7 +202,7 @@ IPPOperations::Outcome IPPOperations::completedJob(std::int32_t id) const
 IPPAttributeGroup IPPOperations::makeJobGroup(std::int32_t id, std::int32_t state,
                                               std::string_view reason) const
 {
-    const std::string uri = fmt::format("{}/{}", descriptorProvider_().uri, id);
+    const std::string uri = fmt::format("{}/{}", intake_->printer().descriptor().uri, id);
     return {.tag = IPPTag::jobAttributes,
             .attributes = {
                 ipp::makeTextAttribute("job-uri", {uri}, IPPTag::uri),

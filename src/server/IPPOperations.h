@@ -1,16 +1,15 @@
 #pragma once
 
 #include "base/Clock.h"
-#include "base/Data.h"
 #include "base/Log.h"
-#include "document/DocumentNormalizer.h"
-#include "event/Queue.h"
 #include "ipp/IPPMessage.h"
-#include "ipp/IPPOperation.h"
-#include "ipp/PrinterDescriptor.h"
 #include "server/HTTPMessage.h"
-#include "server/MemoryQuota.h"
+#include "server/IPPOutcome.h"
+#include "server/IPPRequest.h"
+#include "server/JobIntake.h"
 #include "server/PendingJobs.h"
+#include "server/ReceivedDocument.h"
+#include "server/SpoolRoom.h"
 
 #include <cstdint>
 #include <functional>
@@ -18,85 +17,75 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace korvane {
 
-/** The status codes of our responses (RFC 8011, appendix B). */
-enum class IPPStatus : std::uint16_t {
-    successfulOk = 0x0000,
-    clientErrorBadRequest = 0x0400,
-    clientErrorNotFound = 0x0406,
-    clientErrorDocumentFormatNotSupported = 0x040A,
-    serverErrorInternalError = 0x0500,
-    serverErrorOperationNotSupported = 0x0501,
+/** A document that comes with a request. */
+struct ArrivingDocument {
+    std::shared_ptr<ReceivedDocument> content;
+    /** Its job, where that has been made before. */
+    PendingJobs::Arrival arrival;
 };
 
 /**
  * Carries out IPP requests (RFC 8011) and takes print jobs in. The printer has no job queue: a job
- * is handed on the moment it is complete, and reported as completed.
+ * is handed on the moment it is in the spool, and reported as completed.
  *
- * Used on the server's queue only, on which it ends as well. PDF documents are handed on within the
- * call; others are converted in the background first, so that other clients are answered meanwhile.
+ * Used on the server's queue only, on which it ends as well. What waits for the disk or for workers
+ * is done in the background, so that other clients are answered meanwhile.
  */
 class IPPOperations : public std::enable_shared_from_this<IPPOperations> {
 public:
-    using DescriptorProvider = std::function<PrinterDescriptor()>;
-    /** Takes an accepted job: its name and its document as PDF. */
-    using JobHandler = std::function<void(const std::string& jobName, const Data& pdf)>;
+    /** Called once; dropped, perhaps on another thread, when the operations end before. */
     using Answer = std::function<void(HTTPResponse)>;
 
-    /** Documents are written for their conversion by `converter` on `files`, and counted by
-     *  `documents`. */
-    IPPOperations(std::shared_ptr<SerialQueue> queue, Queue& files, DocumentService& converter,
-                  const Clock& clock, Log& log, MemoryQuota documents,
-                  DescriptorProvider descriptorProvider, JobHandler jobHandler);
+    IPPOperations(std::shared_ptr<const JobIntake> intake, const Clock& clock);
 
-    /** Answers a request that carries IPP, once. The answer is dropped, perhaps on another thread,
-     *  when the operations end while the document is being converted. */
-    void handleRequest(const HTTPRequest& request, const Answer& answer);
+    Log& log() const { return intake_->environment().log; }
+
+    /** Begins to receive what follows the attributes; nothing where the operation takes no document
+     *  or has no job for it. `onWritten` is called whenever a part has been written. */
+    std::optional<ArrivingDocument> beginDocument(const IPPRequest& request,
+                                                  std::function<void()> onWritten) const;
+
+    /** Answers a request that has arrived whole, with so many bytes behind its attributes; they are
+     *  in `document` where `beginDocument` gave one. */
+    void perform(const IPPRequest& request, std::uint64_t documentBytes,
+                 std::optional<ArrivingDocument> document, const Answer& answer);
 
 private:
-    /** What an operation comes to: its status, and the groups behind the operation attributes. */
-    struct Outcome {
-        IPPStatus status = IPPStatus::successfulOk;
-        std::vector<IPPAttributeGroup> groups;
-    };
-    using Completion = std::function<void(Outcome)>;
-    using NormalizeError = DocumentNormalizer::NormalizeError;
-    using Normalized = Result<Data, NormalizeError>;
+    using Completion = std::function<void(IPPOutcome)>;
 
-    /** A job whose document is complete; one of Print-Job gets its id when it is accepted. */
+    /** A job whose document is on its way into the spool; one of Print-Job gets its id when it is
+     *  there. */
     struct SubmittedJob {
-        std::string name;
-        Data document;
+        IPPRequest request;
         std::optional<std::int32_t> id;
     };
 
-    void perform(IPPOperation operation, const IPPMessage& request, const Completion& completion);
-    void printJob(const IPPMessage& request, const Completion& completion);
-    Outcome createJob(const IPPMessage& request);
-    void sendDocument(const IPPMessage& request, const Completion& completion);
+    IPPOutcome createJob(const IPPRequest& request);
+    void printJob(const IPPRequest& request, const ArrivingDocument& document,
+                  const Answer& answer);
+    void sendDocument(const IPPRequest& request, std::uint64_t documentBytes,
+                      const std::optional<ArrivingDocument>& document, const Answer& answer);
+    void addDocument(const IPPRequest& request, const PendingJob& job,
+                     const ArrivingDocument& document, const Answer& answer) const;
+    void finishJob(const IPPRequest& request, const PendingJob& job,
+                   const std::optional<ArrivingDocument>& document, const Answer& answer);
 
-    void submit(const SubmittedJob& job, const Completion& completion);
-    void finish(const SubmittedJob& job, const Normalized& pdf, const Completion& completion);
-    Data joined(const std::vector<Data>& documents) const;
-    std::string jobName(const IPPMessage& request) const;
+    JobIntake::Completion whenTaken(SubmittedJob job, Answer answer);
+    HTTPResponse report(const SubmittedJob& job, const JobIntake::Taken& taken);
+    std::string jobName(const IPPRequest& request) const;
     std::int32_t takeJobID();
-    Outcome completedJob(std::int32_t id) const;
+    IPPOutcome completedJob(std::int32_t id) const;
     IPPAttributeGroup makeJobGroup(std::int32_t id, std::int32_t state,
                                    std::string_view reason) const;
 
-    const std::shared_ptr<SerialQueue> queue_;
-    Queue& files_;
-    DocumentService& converter_;
+    const std::shared_ptr<const JobIntake> intake_;
     const Clock& clock_;
-    Log& log_;
-    const MemoryQuota documents_;
-    DescriptorProvider descriptorProvider_;
-    JobHandler jobHandler_;
+    const std::shared_ptr<SpoolRoom> room_;
     std::int32_t nextJobID_ = 1;
-    PendingJobs pendingJobBuffers_;
+    const std::shared_ptr<PendingJobs> pendingJobBuffers_;
 };
 
 } // namespace korvane

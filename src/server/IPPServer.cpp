@@ -1,6 +1,10 @@
 #include "server/IPPServer.h"
 
 #include "discovery/TXTRecord.h"
+#include "server/FixedAnswerReader.h"
+#include "server/IPPOperations.h"
+#include "server/IPPRequestReader.h"
+#include "server/JobIntake.h"
 #include "text/Text.h"
 
 #include <fmt/format.h>
@@ -20,6 +24,13 @@ bool carriesIPP(const HTTPRequest& request)
     return contentType.find("application/ipp") != std::string::npos;
 }
 
+/** Browsers name the origin of a page that sends something (RFC 6454 section 7), and nobody else
+ *  does. */
+bool isFromWebPage(const HTTPRequest& request)
+{
+    return request.headers.contains("origin");
+}
+
 bool isPortUnavailable(const SystemError& error)
 {
     return error.code == EADDRINUSE || error.code == EACCES;
@@ -28,17 +39,26 @@ bool isPortUnavailable(const SystemError& error)
 /** Tells requests that carry IPP from others by their content type, before their method. */
 ClientConnection::Router makeRouter(std::shared_ptr<IPPOperations> operations)
 {
-    return [operations = std::move(operations)](const HTTPRequest& request,
-                                                const ClientConnection::Answer& answer) {
+    return [operations =
+                std::move(operations)](const HTTPRequestParser::Head& head,
+                                       RequestClient client) -> std::shared_ptr<RequestReader> {
+        const HTTPRequest& request = head.request;
         if (carriesIPP(request)) {
-            operations->handleRequest(request, answer);
-        } else if (request.method == "GET") {
-            answer({.status = "200 OK",
-                    .contentType = "text/plain",
-                    .body = Data::copying("Korvane IPP endpoint\n")});
-        } else {
-            answer({.status = "415 Unsupported Media Type", .body = {}});
+            if (!isFromWebPage(request)) {
+                return std::make_shared<IPPRequestReader>(operations, head.bodyLength,
+                                                          std::move(client));
+            }
+            operations->log().error("IPPServer: refusing a request of a web page");
+            client.answer({.status = "403 Forbidden", .body = {}});
+            return nullptr;
         }
+        HTTPResponse response{.status = "415 Unsupported Media Type", .body = {}};
+        if (request.method == "GET") {
+            response = {.status = "200 OK",
+                        .contentType = "text/plain",
+                        .body = Data::copying("Korvane IPP endpoint\n")};
+        }
+        return std::make_shared<FixedAnswerReader>(std::move(response), std::move(client));
     };
 }
 
@@ -49,30 +69,30 @@ std::string describe(const IPPServer::StartFailure& failure)
     return std::visit([](const auto& error) { return error.description(); }, failure);
 }
 
-std::shared_ptr<IPPServer> IPPServer::make(std::uint16_t configuredPort,
-                                           IPPOperations::DescriptorProvider descriptorProvider,
-                                           IPPOperations::JobHandler jobHandler,
+std::shared_ptr<IPPServer> IPPServer::make(std::uint16_t configuredPort, PrinterCallbacks printer,
                                            const ServerEnvironment& environment)
 {
-    return std::shared_ptr<IPPServer>(new IPPServer(configuredPort, std::move(descriptorProvider),
-                                                    std::move(jobHandler), environment));
+    return std::shared_ptr<IPPServer>(
+        new IPPServer(configuredPort, std::move(printer), environment));
 }
 
-IPPServer::IPPServer(std::uint16_t configuredPort,
-                     IPPOperations::DescriptorProvider descriptorProvider,
-                     IPPOperations::JobHandler jobHandler, const ServerEnvironment& environment)
-    : configuredPort_(configuredPort), descriptorProvider_(std::move(descriptorProvider)),
+IPPServer::IPPServer(std::uint16_t configuredPort, PrinterCallbacks printer,
+                     const ServerEnvironment& environment)
+    : configuredPort_(configuredPort), descriptorProvider_(printer.descriptor),
       main_(environment.queues.main()), network_(environment.network), log_(environment.log),
       queue_(environment.queues.makeSerial("ipp.server")),
       bonjour_(environment.queues, environment.directory, environment.log),
       interfaceMonitor_(environment.paths, environment.log)
 {
-    const MemoryQuota documents;
+    const IntakeEnvironment intake{.queue = queue_,
+                                   .background = environment.queues.background(),
+                                   .spool = environment.spool,
+                                   .documents = environment.documents,
+                                   .log = environment.log};
     connections_ = std::make_unique<ConnectionTable>(
-        queue_, log_, documents, environment.limits,
+        queue_, log_, environment.limits,
         makeRouter(std::make_shared<IPPOperations>(
-            queue_, environment.queues.utility(), environment.documents, environment.clock, log_,
-            documents, descriptorProvider_, std::move(jobHandler))));
+            std::make_shared<JobIntake>(intake, std::move(printer)), environment.clock)));
 }
 
 IPPServer::~IPPServer()
@@ -151,7 +171,7 @@ void IPPServer::handle(const TCPListener::Waiting& state)
 {
     const std::string reason = state.error.description();
     log_.error("IPPServer: can't accept connections for now: " + reason);
-    connections_->closeLeastRecentlyActive(reason);
+    connections_->makeRoom({}, reason);
 }
 
 void IPPServer::handle(const TCPListener::Failed& state)

@@ -10,8 +10,10 @@
 #include "event/Queue.h"
 #include "ipp/PrinterDescriptor.h"
 #include "net/TCPListener.h"
+#include "recognition/DocumentService.h"
 #include "server/ConnectionTable.h"
-#include "server/IPPOperations.h"
+#include "server/PrinterCallbacks.h"
+#include "spool/Spool.h"
 
 #include <cstdint>
 #include <functional>
@@ -27,6 +29,7 @@ struct ServerEnvironment {
     TCPNetwork& network;
     const Clock& clock;
     Log& log;
+    Spool& spool;
     DocumentService& documents;
     /** Where the printer is advertised; nowhere without. */
     ServiceDirectory* directory = nullptr;
@@ -59,10 +62,7 @@ public:
     /** A port that can never work, or the system's refusal to make a listener. */
     using StartFailure = std::variant<StartError, SystemError>;
 
-    /** Both handlers are called on the server's queue. */
-    static std::shared_ptr<IPPServer> make(std::uint16_t configuredPort,
-                                           IPPOperations::DescriptorProvider descriptorProvider,
-                                           IPPOperations::JobHandler jobHandler,
+    static std::shared_ptr<IPPServer> make(std::uint16_t configuredPort, PrinterCallbacks printer,
                                            const ServerEnvironment& environment);
     ~IPPServer();
     IPPServer(const IPPServer&) = delete;
@@ -101,8 +101,8 @@ private:
         std::unique_ptr<DelayedTask> restart;
     };
 
-    IPPServer(std::uint16_t configuredPort, IPPOperations::DescriptorProvider descriptorProvider,
-              IPPOperations::JobHandler jobHandler, const ServerEnvironment& environment);
+    IPPServer(std::uint16_t configuredPort, PrinterCallbacks printer,
+              const ServerEnvironment& environment);
 
     Result<void, StartFailure> startListener();
     void handleState(const std::shared_ptr<TCPListener>& listener, const TCPListener::State& state);
@@ -119,7 +119,7 @@ private:
     void publish(const PrinterDescriptor& descriptor, std::uint16_t port);
 
     const std::uint16_t configuredPort_;
-    const IPPOperations::DescriptorProvider descriptorProvider_;
+    const std::function<PrinterDescriptor()> descriptorProvider_;
     SerialQueue& main_;
     TCPNetwork& network_;
     Log& log_;

@@ -2,42 +2,49 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace korvane {
 
-namespace {
-
-/** What a document takes beside its bytes, so that many tiny ones are bounded as well. */
-constexpr std::size_t documentOverhead = 256;
-
-} // namespace
-
-PendingJobs::PendingJobs(SerialQueue& queue, Log& log, Limits limits)
-    : queue_(queue), log_(log), limits_(limits)
+PendingJobs::PendingJobs(std::shared_ptr<SerialQueue> queue, Log& log, Limits limits)
+    : queue_(std::move(queue)), log_(log), limits_(limits)
 {
 }
 
-void PendingJobs::open(std::int32_t id, std::string jobName)
+bool PendingJobs::open(std::int32_t id, std::string jobName)
 {
-    if (const auto former = entries_.find(id); former != entries_.end()) remove(former);
+    take(id);
+    if (entries_.size() >= limits_.jobs || names_ + jobName.size() > limits_.names) return false;
     Entry& entry = entries_[id];
-    grow(entry, jobName.size());
-    entry.job.jobName = std::move(jobName);
+    names_ += jobName.size();
+    entry.job = {std::move(jobName), std::make_shared<JoinedDocument>()};
     keepWaiting(id, entry);
-    makeRoom();
+    return true;
 }
 
-PendingJobs::Appended PendingJobs::append(std::int32_t id, Data document)
+const PendingJob* PendingJobs::find(std::int32_t id) const
 {
     const auto found = entries_.find(id);
-    if (found == entries_.end()) return Appended::unknownJob;
-    grow(found->second, document.size() + documentOverhead);
-    if (!document.empty()) found->second.job.documents.push_back(std::move(document));
-    keepWaiting(id, found->second);
-    makeRoom();
-    return entries_.contains(id) ? Appended::done : Appended::tooLarge;
+    return found == entries_.end() ? nullptr : &found->second.job;
+}
+
+PendingJobs::Arrival PendingJobs::beginArrival(std::int32_t id)
+{
+    const auto found = entries_.find(id);
+    if (found == entries_.end()) return nullptr;
+    ++found->second.arrivals;
+    found->second.expiry.reset();
+    return {this, [weak = weak_from_this(), queue = queue_, id](const PendingJobs*) {
+                queue->async([weak, id] {
+                    if (const auto self = weak.lock()) self->endArrival(id);
+                });
+            }};
+}
+
+void PendingJobs::endArrival(std::int32_t id)
+{
+    const auto found = entries_.find(id);
+    if (found != entries_.end() && --found->second.arrivals == 0) keepWaiting(id, found->second);
 }
 
 std::optional<PendingJob> PendingJobs::take(std::int32_t id)
@@ -45,43 +52,18 @@ std::optional<PendingJob> PendingJobs::take(std::int32_t id)
     const auto found = entries_.find(id);
     if (found == entries_.end()) return {};
     PendingJob job = std::move(found->second.job);
-    remove(found);
+    names_ -= job.jobName.size();
+    entries_.erase(found);
     return job;
 }
 
 void PendingJobs::keepWaiting(std::int32_t id, Entry& entry)
 {
-    entry.lastSeen = ++clock_;
-    entry.expiry = queue_.after(limits_.wait, [this, id] {
-        drop(entries_.find(id), "timed out waiting for the last document");
+    entry.expiry = queue_->after(limits_.wait, [this, id] {
+        log_.error(
+            fmt::format("IPPServer: dropping job {}: timed out waiting for the last document", id));
+        take(id);
     });
-}
-
-void PendingJobs::grow(Entry& entry, std::size_t bytes)
-{
-    entry.bytes += bytes;
-    bytes_ += bytes;
-}
-
-void PendingJobs::makeRoom()
-{
-    while (entries_.size() > limits_.jobs || bytes_ > limits_.bytes) {
-        drop(std::ranges::min_element(entries_, {},
-                                      [](const auto& entry) { return entry.second.lastSeen; }),
-             "too many or too large unfinished jobs");
-    }
-}
-
-void PendingJobs::drop(Entries::iterator entry, std::string_view reason)
-{
-    log_.error(fmt::format("IPPServer: dropping job {}: {}", entry->first, reason));
-    remove(entry);
-}
-
-void PendingJobs::remove(Entries::iterator entry)
-{
-    bytes_ -= entry->second.bytes;
-    entries_.erase(entry);
 }
 
 } // namespace korvane

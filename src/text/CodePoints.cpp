@@ -47,9 +47,19 @@ bool isControl(char32_t codePoint)
            category == UTF8PROC_CATEGORY_ZP;
 }
 
-bool isFormat(char32_t codePoint)
+bool isLetterOrNumber(char32_t codePoint)
 {
-    return categoryOf(codePoint) == UTF8PROC_CATEGORY_CF;
+    switch (categoryOf(codePoint)) {
+    case UTF8PROC_CATEGORY_LU:
+    case UTF8PROC_CATEGORY_LL:
+    case UTF8PROC_CATEGORY_LT:
+    case UTF8PROC_CATEGORY_LM:
+    case UTF8PROC_CATEGORY_LO:
+    case UTF8PROC_CATEGORY_ND:
+    case UTF8PROC_CATEGORY_NL:
+    case UTF8PROC_CATEGORY_NO: return true;
+    default: return false;
+    }
 }
 
 bool reordersText(char32_t codePoint)

@@ -15,9 +15,8 @@ std::string encodeUTF8(std::u32string_view codePoints);
 /** Whether it is a control character (category Cc) or ends a line or a paragraph. */
 bool isControl(char32_t codePoint);
 
-/** Whether it is a format character (category Cf), which shows nothing itself: joiners, marks of
- *  direction, the byte order mark. */
-bool isFormat(char32_t codePoint);
+/** Whether it is a letter or a number of any script (categories L and N). */
+bool isLetterOrNumber(char32_t codePoint);
 
 /** Whether it turns the direction of the text around it: the embeddings, overrides and isolates of
  *  the bidirectional algorithm (UAX #9, section 2). */

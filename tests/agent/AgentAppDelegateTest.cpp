@@ -32,6 +32,7 @@ protected:
 TEST_F(AgentAppDelegateTest, LaunchesWithoutSettingsAndWaits)
 {
     delegate->applicationDidFinishLaunching();
+    queues.run();
     const std::vector<std::string> lines = log.lines();
     ASSERT_EQ(lines.size(), 4U);
     EXPECT_EQ(lines[0], fmt::format("KorvaneAgent: starting (pid={}, build 0.1.0)", ::getpid()));
@@ -63,6 +64,7 @@ TEST_F(AgentAppDelegateTest, MakesANoteOfAJobThatTheUserChooses)
 {
     choose({.notes = true});
     delegate->applicationDidFinishLaunching();
+    queues.run();
     listenerIsReady();
     ask(network.latest(), printJob("Letter", "%PDF letter"));
     notifications.choose("KV_ACTION_ADD_TO_NOTES");

@@ -15,6 +15,7 @@
 #include "support/ManualQueues.h"
 #include "support/RecordingLog.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSpool.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -136,6 +137,7 @@ protected:
         const auto client = listener.connect();
         client->clientSends(message);
         queues.run();
+        client->clientFinishes();
         return answerTo(*client);
     }
 
@@ -167,15 +169,20 @@ protected:
     FakeDocuments documents;
     TemporaryFolder home;
     TemporaryFolder scans;
+    TestSpool spool;
+    FolderQueues folders{queues.background()};
     SettingsStore store{home.path(), "Office Mac"};
     ServerEnvironment environment{.queues = queues,
                                   .network = network,
                                   .clock = clock,
                                   .log = log,
+                                  .spool = *spool,
                                   .documents = documents,
                                   .directory = &directory};
     OCR ocr{queues, documents, {"eng"}, log};
     JobEnvironment jobs{.queues = queues,
+                        .folders = folders,
+                        .spool = *spool,
                         .clock = clock,
                         .log = log,
                         .documents = documents,

@@ -25,6 +25,11 @@ using testing::StartsWith;
 
 class PrinterServiceTest : public AgentFixture {
 protected:
+    PrinterServiceTest()
+    {
+        service->start();
+        queues.run();
+    }
     ~PrinterServiceTest() override
     {
         service.reset();
@@ -139,6 +144,52 @@ TEST_F(PrinterServiceTest, MakesNotesOneAfterTheOtherWhileTheMainQueueGoesOn)
     EXPECT_EQ(log.lines().back(), "PrinterService: added note for Letter");
 }
 
+/** While a folder is away the user is told once, and finds the documents where that says. */
+TEST_F(PrinterServiceTest, KeepsJobsWhileTheirFolderIsAway)
+{
+    startPrinter();
+    const auto away = scans.path() / "away";
+    choose({.folder = away.string()});
+    desktop.notifications->configure();
+    reload();
+    for (const char* name : {"Letter", "Notes"}) ask(network.latest(), printJob(name, "%PDF kept"));
+    const std::string line = fmt::format(
+        "PrinterService: save directory \"{}\" missing or unreadable, dropping job", away.string());
+    EXPECT_EQ(log.count(line), 2);
+    ASSERT_EQ(notifications.requests.size(), 1U);
+    EXPECT_EQ(notifications.latest().content.title, "Couldn't save Letter");
+    EXPECT_EQ(notifications.latest().content.body,
+              fmt::format("The folder {} is missing. Until it is back, documents are kept in {}.",
+                          away.string(), spool->unsavedFolder().string()));
+    notifications.choose("KV_ACTION_REVEAL");
+    EXPECT_THAT(screen.shown,
+                ElementsAre((spool->unsavedFolder() / "Letter 2025-03-01 140509.pdf").string()));
+    std::filesystem::create_directory(away);
+    reload();
+    EXPECT_EQ(scans.read("away/Letter 2025-03-01 140509.pdf"), "%PDF kept");
+    EXPECT_EQ(scans.read("away/Notes 2025-03-01 140509.pdf"), "%PDF kept");
+    EXPECT_TRUE(std::filesystem::is_empty(spool->unsavedFolder()));
+}
+
+TEST_F(PrinterServiceTest, FinishesWhatAnEarlierAgentLeftBeforeItTakesJobs)
+{
+    service.reset();
+    spool.accept("Letter", scans.path());
+    static_cast<void>(spool.accept("Minutes", scans.path())->setAside());
+    const auto stray = scans.write(".~korvane-00000000-0000-4000-8000-000000000000", "half");
+    choose({});
+    service = std::make_shared<PrinterService>(
+        AgentEnvironment{store, "Office Mac", environment, jobs, desktop});
+    service->start();
+    EXPECT_THAT(network.listeners, IsEmpty());
+    queues.run();
+    EXPECT_EQ(network.listeners.size(), 1U);
+    EXPECT_EQ(scans.read("Letter.pdf"), "%PDF received");
+    EXPECT_EQ(scans.read("Minutes.pdf"), "%PDF received");
+    EXPECT_EQ(scans.entryCount(), 2);
+    EXPECT_EQ(spool.jobCount(), 0);
+}
+
 TEST_F(PrinterServiceTest, SavesInTheFolderThatTheSettingsNameWhenTheJobComes)
 {
     startPrinter();
@@ -161,6 +212,8 @@ TEST_F(PrinterServiceTest, FinishesAJobThatIsBeingReceivedWhileThePortChanges)
     EXPECT_EQ(printerAttribute("printer-name", *old), "Office")
         << "it serves as long as it has a client";
     client->clientSends(message.substr(message.size() - 3));
+    queues.run();
+    client->clientFinishes();
     queues.run();
     EXPECT_EQ(printerAttribute("printer-name", *old), "none");
     EXPECT_THAT(client->answer, StartsWith("HTTP/1.1 200 OK"));
@@ -193,7 +246,7 @@ TEST_F(PrinterServiceTest, IgnoresWhatAReplacedServerStillReports)
     }
 }
 
-TEST_F(PrinterServiceTest, DescribesAPlaceholderAndSavesNothingWhileItEnds)
+TEST_F(PrinterServiceTest, DescribesAPlaceholderAndLeavesJobsToTheNextAgentWhileItEnds)
 {
     startPrinter();
     const auto asking = network.latest().connect();
@@ -210,6 +263,7 @@ TEST_F(PrinterServiceTest, DescribesAPlaceholderAndSavesNothingWhileItEnds)
     EXPECT_EQ(answerTo(*printing).code, 0x0000);
     queues.run();
     EXPECT_EQ(scans.entryCount(), 0);
+    EXPECT_EQ(spool.jobCount(), 1);
     EXPECT_THAT(log.lines(), Not(Contains(StartsWith("PrinterService"))));
 }
 

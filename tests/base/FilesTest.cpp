@@ -71,8 +71,11 @@ TEST(UserFolders, AreWhereTheUserPutThem)
         {"", "", "/account/.config"},
         {"", "u", "/account/.config"}};
     for (const auto& [configHome, home, expected] : cases) {
-        EXPECT_EQ(makeUserFolders(configHome, home, "/account").configHome, expected);
+        EXPECT_EQ(makeUserFolders({.configHome = configHome, .home = home}, "/account").configHome,
+                  expected);
     }
+    EXPECT_EQ(makeUserFolders({.stateHome = "/state"}, "/account").stateHome, "/state");
+    EXPECT_EQ(makeUserFolders({}, "/account").stateHome, "/account/.local/state");
 }
 
 TEST(UserFolders, SayWhereTheDocumentsAre)

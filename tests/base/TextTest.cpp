@@ -129,23 +129,19 @@ TEST(Text, MakesAnyTextATitle)
     for (const auto& [text, limit, title] : cases) EXPECT_EQ(displayTitle(text, limit), title);
 }
 
-TEST(CodePoints, KnowsWhatShowsNothingOrTurnsTheDirection)
+TEST(CodePoints, TellsControlsReorderingAndLettersApart)
 {
-    const std::tuple<char32_t, bool, bool, bool> cases[] = {
-        {U'a', false, false, false},  {U' ', false, false, false},
-        {U'\n', true, false, false},  {0x1F, true, false, false},
-        {0x7F, true, false, false},   {0x9F, true, false, false},
-        {0xA0, false, false, false},  {0x2028, true, false, false},
-        {0x2029, true, false, false}, {0x200B, false, true, false},
-        {0x200F, false, true, false}, {0x202A, false, true, true},
-        {0x202E, false, true, true},  {0x202F, false, false, false},
-        {0x2066, false, true, true},  {0x2069, false, true, true},
-        {0xFEFF, false, true, false}, {0x1F600, false, false, false}};
-    for (const auto& [codePoint, control, format, reorders] : cases) {
-        EXPECT_EQ(isControl(codePoint), control) << std::hex << std::uint32_t{codePoint};
-        EXPECT_EQ(isFormat(codePoint), format) << std::hex << std::uint32_t{codePoint};
-        EXPECT_EQ(reordersText(codePoint), reorders) << std::hex << std::uint32_t{codePoint};
-    }
+    const std::tuple<std::u32string, bool, bool, bool> cases[] = {
+        {U"\n\x1F\x7F\x9F\u2028\u2029", true, false, false},
+        {U"\u202A\u202E\u2066\u2069", false, true, false},
+        {U"aЖغ漢ªʰǅ5٣Ⅷ½", false, false, true},
+        {U" -\u00A0\u200B\u200F\u202F\u2014\uFEFF×€•\U0001F600", false, false, false}};
+    for (const auto& [codePoints, control, reorders, letter] : cases)
+        for (const char32_t codePoint : codePoints) {
+            EXPECT_EQ(isControl(codePoint), control) << std::hex << std::uint32_t{codePoint};
+            EXPECT_EQ(reordersText(codePoint), reorders) << std::hex << std::uint32_t{codePoint};
+            EXPECT_EQ(isLetterOrNumber(codePoint), letter) << std::hex << std::uint32_t{codePoint};
+        }
 }
 
 TEST(PercentEncoding, LeavesOnlyWhatStandsForItself)

@@ -54,21 +54,6 @@ TEST_F(SettingsStoreTest, ReadsTheFileAnewForEveryCallAndFallsBackToAllDefaults)
     EXPECT_EQ(store_.loadSettings(), defaults);
 }
 
-TEST_F(SettingsStoreTest, ResolvesTheSaveFolderWhileItIsThere)
-{
-    const std::string scans = scans_.path();
-    const std::string file = scans_.write("file", "");
-    for (const std::string& path : {scans, scans + "/"}) {
-        save(path);
-        EXPECT_EQ(store_.resolvedSaveDirectory(), std::filesystem::path(path));
-    }
-    for (const std::string& path :
-         {std::string(), file, scans + "/none", std::string("~"), scans + "\\u0000"}) {
-        save(path);
-        EXPECT_EQ(store_.resolvedSaveDirectory(), std::nullopt) << path;
-    }
-}
-
 TEST_F(SettingsStoreTest, StampsTheVersionAndLogsAStampThatCannotBeWritten)
 {
     store_.writeVersionStamp("0.1.0 (a longer build)", log_);

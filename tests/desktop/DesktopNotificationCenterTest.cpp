@@ -119,6 +119,28 @@ TEST_F(DesktopNotificationCenterTest, AcceptsResponsesToItsOwnNotificationsFromI
     EXPECT_THAT(outcomes, ElementsAre("A OPEN"));
 }
 
+TEST_F(DesktopNotificationCenterTest,
+       AcceptsResponsesToWhatExpiredButNotToWhatIsDismissedOrOfAnEarlierServer)
+{
+    constexpr std::uint32_t expired = 1, dismissed = 2;
+    add("A");
+    tellCapabilities();
+    show(1);
+    for (const char* identifier : {"B", "C"}) add(identifier);
+    show(2), show(3);
+    outcomes.clear();
+    for (const auto& [id, reason] : {std::pair(1U, expired), {2U, dismissed}})
+        bus.emit({.sender = serverName, .member = "NotificationClosed", .arguments = {id, reason}});
+    choose(1, "OPEN"), choose(2, "OPEN");
+    EXPECT_THAT(outcomes, ElementsAre("A OPEN"));
+    for (const std::string owner : {"", serverName})
+        bus.emit({.sender = "org.freedesktop.DBus",
+                  .member = "NameOwnerChanged",
+                  .arguments = {std::string(), std::string(), owner}});
+    choose(3, "OPEN");
+    EXPECT_THAT(outcomes, ElementsAre("A OPEN"));
+}
+
 TEST_F(DesktopNotificationCenterTest, KeepsAtMost64RequestsWhileTheServerDoesNotAnswer)
 {
     for (int i = 0; i < 100; ++i) add("A" + std::to_string(i));

@@ -2,72 +2,21 @@
 #include "desktop/DesktopFileViewer.h"
 #include "support/FakeNotificationCenter.h"
 #include "support/FakeSessionBus.h"
+#include "support/ManualQueues.h"
 #include "support/TemporaryFolder.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
-#include <poll.h>
 
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <list>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace korvane {
 namespace {
 
 using namespace std::chrono_literals;
-
-/** A queue by the test's own clock, on which programs end when the test waits for it. */
-class ProgramQueue final : public SerialQueue {
-public:
-    void async(Task task) override { task(); }
-    bool isCurrent() const override { return true; }
-    void sync(const Task& task) override { task(); }
-    std::unique_ptr<DelayedTask> after(std::chrono::nanoseconds /*delay*/, Task /*task*/) override
-    {
-        return nullptr;
-    }
-    std::chrono::steady_clock::time_point now() const override { return time; }
-    std::unique_ptr<DescriptorWatch> watch(int descriptor) override
-    {
-        return std::make_unique<Watch>(watches_, descriptor);
-    }
-
-    /** How many programs run. */
-    std::size_t programs() const { return watches_.size(); }
-
-    /** Waits until the program that was started first has ended. */
-    void waitForProgram()
-    {
-        ASSERT_FALSE(watches_.empty());
-        pollfd descriptor{.fd = watches_.front()->descriptor, .events = POLLIN};
-        ASSERT_EQ(::poll(&descriptor, 1, 60000), 1);
-        std::exchange(watches_.front()->task, nullptr)();
-    }
-
-    std::chrono::steady_clock::time_point time;
-
-private:
-    struct Watch final : DescriptorWatch {
-        Watch(std::list<Watch*>& all, int watched) : watches(all), descriptor(watched)
-        {
-            watches.push_back(this);
-        }
-        ~Watch() override { watches.remove(this); }
-        void whenReadable(Task ready) override { task = std::move(ready); }
-        void whenWritable(Task /*ready*/) override {}
-
-        std::list<Watch*>& watches;
-        const int descriptor;
-        Task task;
-    };
-
-    std::list<Watch*> watches_;
-};
 
 /** A machine on which zenity and xdg-open are programs that write down their last argument. */
 class DesktopProgramsTest : public testing::Test {
@@ -88,7 +37,7 @@ protected:
 
     const std::string path = std::getenv("PATH");
     TemporaryFolder folder;
-    ProgramQueue queue;
+    ManualQueue queue;
     FakeNotificationCenter notifications;
     FakeSessionBus bus;
     DesktopAlert alert{queue, notifications, true};
@@ -101,11 +50,11 @@ TEST_F(DesktopProgramsTest, OpensOneDialogAfterTheOtherAndAtMostFour)
     for (int i = 0; i < 20; ++i) alert.warn("Couldn't", std::to_string(i));
     std::string expected;
     for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(queue.programs(), 1U);
-        queue.waitForProgram();
+        EXPECT_EQ(queue.watched(), 1U);
+        queue.waitForDescriptor();
         expected += fmt::format("--text=Couldn't\n\n{}\n", i);
     }
-    EXPECT_EQ(queue.programs(), 0U);
+    EXPECT_EQ(queue.watched(), 0U);
     EXPECT_EQ(asked(), expected);
     EXPECT_THAT(notifications.requests, testing::IsEmpty());
 }
@@ -114,7 +63,7 @@ TEST_F(DesktopProgramsTest, ShowsAStrangersTextInADialogAsItIs)
 {
     install("zenity", 0);
     alert.warn("Couldn't", "<b>$(rm) \\n \x1b[1m" + std::string(1 << 20, 'x'));
-    queue.waitForProgram();
+    queue.waitForDescriptor();
     EXPECT_THAT(asked(), testing::StartsWith("--text=Couldn't\n\n<b>$(rm) \\\\n  [1mxxx"));
     EXPECT_THAT(asked(), testing::EndsWith("x…\n"));
     EXPECT_LT(asked().size(), 1100U);
@@ -124,11 +73,11 @@ TEST_F(DesktopProgramsTest, ShowsAWarningThatNoDialogCanShowAsANotification)
 {
     install("zenity", 1);
     alert.warn("Couldn't", "closed by the user");
-    queue.time += 1s;
-    queue.waitForProgram();
+    queue.moveTo(queue.now() + 1s);
+    queue.waitForDescriptor();
     EXPECT_THAT(notifications.requests, testing::IsEmpty());
     alert.warn("Couldn't", "no display");
-    queue.waitForProgram();
+    queue.waitForDescriptor();
     EXPECT_THAT(notifications.requests, testing::SizeIs(1));
     ::setenv("PATH", "/nowhere", 1);
     alert.warn("Couldn't", "no zenity");
@@ -143,7 +92,7 @@ TEST_F(DesktopProgramsTest, OpensTheFolderWhereNoFileManagerAnswers)
     install("xdg-open", 0);
     viewer.reveal("/saved/-a/Brief.pdf");
     bus.answer(std::vector<BusValue>{});
-    EXPECT_EQ(queue.programs(), 0U);
+    EXPECT_EQ(queue.watched(), 0U);
     const BusReply nobody = failure(BusError{.name = "org.freedesktop.DBus.Error.ServiceUnknown"});
     for (int i = 0; i < 20; ++i) {
         viewer.reveal("/saved/-a/Brief.pdf");
@@ -151,12 +100,12 @@ TEST_F(DesktopProgramsTest, OpensTheFolderWhereNoFileManagerAnswers)
         EXPECT_EQ(*busArgument<std::vector<std::string>>(call.arguments, 0),
                   std::vector<std::string>{"file:///saved/-a/Brief.pdf"});
     }
-    EXPECT_EQ(queue.programs(), 8U) << "openers that hang are not joined by more";
-    while (queue.programs() > 0) queue.waitForProgram();
+    EXPECT_EQ(queue.watched(), 8U) << "openers that hang are not joined by more";
+    while (queue.watched() > 0) queue.waitForDescriptor();
     EXPECT_THAT(asked(), testing::StartsWith("/saved/-a\n"));
     viewer.reveal("/saved/-a/Brief.pdf");
     bus.answer(nobody);
-    EXPECT_EQ(queue.programs(), 1U);
+    EXPECT_EQ(queue.watched(), 1U);
 }
 
 } // namespace

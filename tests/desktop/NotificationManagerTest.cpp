@@ -82,30 +82,6 @@ TEST_F(NotificationManagerTest, DoesOnceWhatTheUserChooses)
     }
 }
 
-TEST_F(NotificationManagerTest, OffersWhatItsCategoriesSay)
-{
-    ASSERT_EQ(center.categories.size(), 2U);
-    std::map<std::string, std::string> titles;
-    for (const auto& category : center.categories) {
-        for (const auto& action : category.actions) {
-            titles[category.identifier] += action.identifier + "=" + action.title + ";";
-        }
-        EXPECT_EQ(category.reportsDismissal, category.identifier == "KV_JOB_NOTES_ENABLED");
-    }
-    const std::string reveal = "KV_ACTION_REVEAL=Show in Finder;";
-    EXPECT_THAT(titles, ElementsAre(Pair("KV_JOB_NOTES_DISABLED", reveal),
-                                    Pair("KV_JOB_NOTES_ENABLED",
-                                         "KV_ACTION_ADD_TO_NOTES=Add to Notes;" + reveal)));
-    post("Letter", false);
-    EXPECT_EQ(center.latest().content.category, "KV_JOB_NOTES_DISABLED");
-    EXPECT_EQ(center.latest().content.title, "Letter");
-    EXPECT_EQ(center.latest().content.body, "Dear");
-    EXPECT_THAT(center.latest().content.userInformation,
-                ElementsAre(Pair("pdfPath", "/saved/Letter")));
-    EXPECT_THAT(center.latest().identifier,
-                MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[0-9A-F]{4}-[0-9A-F]{12}"));
-}
-
 TEST_F(NotificationManagerTest, IgnoresAddToNotesUntilItsCallbackIsSet)
 {
     post("Letter", true);

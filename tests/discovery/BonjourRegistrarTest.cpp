@@ -72,28 +72,22 @@ TEST_F(BonjourRegistrarTest, WaitsTwiceAsLongAfterEachFailureUpToThirtySeconds)
     EXPECT_THAT(directory.live, ElementsAre("Office"));
 }
 
-TEST_F(BonjourRegistrarTest, StartsAgainAtOneSecondAfterASuccess)
+TEST_F(BonjourRegistrarTest, StartsAgainAtOneSecondAfterASuccessAndForAnotherService)
 {
     directory.refusals = {1, 1};
     registerService(service("Office"));
     queues.advance(seconds(3));
+    directory.refusals = {1, 1};
     directory.answer(0, "Office");
     directory.answer(-65563, std::nullopt);
     EXPECT_EQ(log.count("BonjourRegistrar: registration lost (error -65563); re-registering in 1s"),
               1);
     EXPECT_THAT(directory.live, IsEmpty());
     queues.advance(seconds(1));
-    EXPECT_THAT(directory.live, ElementsAre("Office"));
-}
-
-TEST_F(BonjourRegistrarTest, StartsAgainAtOneSecondForAnotherService)
-{
-    directory.refusals = {1, 1, 1};
-    registerService(service("Office"));
-    queues.advance(seconds(1));
     registerService(service("Home"));
     queues.advance(seconds(1));
-    EXPECT_EQ(log.count("BonjourRegistrar: DNSServiceRegister failed: 1; retrying in 1s"), 2);
+    EXPECT_EQ(log.lines().back(), "BonjourRegistrar: registering \"Home\" (_ipp._tcp,_universal) "
+                                  "on port 8631, all interfaces");
     EXPECT_THAT(directory.live, ElementsAre("Home"));
 }
 
@@ -112,6 +106,17 @@ TEST_F(BonjourRegistrarTest, StaysAwayOnceStopped)
     late(-65563, std::nullopt);
     queues.advance(seconds(60));
     EXPECT_THAT(directory.live, IsEmpty());
+}
+
+TEST_F(BonjourRegistrarTest, GivesUpANameThatCanNeverBeAdvertisedUntilThereIsAnother)
+{
+    directory.refusals = {ServiceDirectory::invalidName};
+    registerService(service("\u0007"));
+    queues.advance(seconds(60));
+    EXPECT_EQ(directory.asked.size(), 1U);
+    EXPECT_EQ(log.errors().size(), 1U);
+    registerService(service("Home"));
+    EXPECT_THAT(directory.live, ElementsAre("Home"));
 }
 
 TEST_F(BonjourRegistrarTest, SaysOnceThatThereIsNoDNSSD)

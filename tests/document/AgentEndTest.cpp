@@ -5,12 +5,15 @@
 #include "support/ManualClock.h"
 #include "support/RecordingLog.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSpool.h"
 #include "workerpool/WorkerPool.h"
 
 #include <gmock/gmock.h>
 
 #include <cstdlib>
 #include <ctime>
+#include <future>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -64,10 +67,11 @@ protected:
     void print(DocumentService& documents, OCR& ocr)
     {
         pipeline = std::make_shared<JobPipeline>(
-            JobEnvironment{queues, clock, log, documents, ocr, "ann"},
-            [this](const CompletedJob& job) { completed.push_back(job.jobName); });
+            JobEnvironment{queues, folders, *spool, clock, log, documents, ocr, "ann"},
+            JobHandlers{[this](const CompletedJob& job) { completed.push_back(job.jobName); },
+                        [](const UnsavedJob& /*job*/) { FAIL(); }});
         for (int job = 0; job < jobCount; ++job)
-            pipeline->process(std::to_string(job), Data::copying("%PDF received"), folder.path());
+            pipeline->process(spool.accept(std::to_string(job), folder.path()));
     }
 
     void expectAllSavedAsReceived() const
@@ -75,7 +79,8 @@ protected:
         EXPECT_EQ(std::ssize(completed), jobCount);
         EXPECT_EQ(folder.entryCount(), jobCount);
         for (int job = 0; job < jobCount; ++job)
-            EXPECT_EQ(folder.read(std::to_string(job) + " 2025-03-01 140509.pdf"), "%PDF received");
+            EXPECT_EQ(folder.read(std::to_string(job) + ".pdf"), "%PDF received");
+        EXPECT_EQ(spool.jobCount(), 0);
         EXPECT_THAT(log.lines(), testing::IsEmpty());
     }
 
@@ -83,7 +88,9 @@ protected:
     ManualClock clock;
     TemporaryFolder folder;
     std::vector<std::string> completed;
+    TestSpool spool;
     SystemQueues queues{log};
+    FolderQueues folders{queues.background()};
     std::shared_ptr<JobPipeline> pipeline;
 };
 
@@ -121,6 +128,31 @@ TEST_F(AgentEndTest, SavesJobsWhateverStepTheyAreAt)
     });
     queues.runMain();
     expectAllSavedAsReceived();
+}
+
+TEST(FolderQueues, KeepAFoldersTasksInTheirOrderAndNoOtherFoldersWaiting)
+{
+    RecordingLog log;
+    SystemQueues queues(log);
+    FolderQueues folders(queues.background());
+    std::promise<void> answer, done;
+    std::string order;
+    folders.of("/hangs")->async([hanging = answer.get_future().share()] { hanging.wait(); });
+    folders.of("/hangs")->async([&] {
+        order += "b";
+        throw std::runtime_error("no memory");
+    });
+    folders.of("/hangs")->async([&] {
+        order += "c";
+        done.set_value();
+    });
+    std::promise<void> other;
+    folders.of("/other")->async([&] { other.set_value(); });
+    other.get_future().wait();
+    order += "a";
+    answer.set_value();
+    done.get_future().wait();
+    EXPECT_EQ(order, "abc");
 }
 
 } // namespace

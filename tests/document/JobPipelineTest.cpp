@@ -7,10 +7,13 @@
 #include "support/ManualQueues.h"
 #include "support/RecordingLog.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestSpool.h"
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 
 namespace korvane {
 namespace {
@@ -60,9 +63,9 @@ class JobPipelineTest : public testing::Test {
 protected:
     JobPipelineTest() { ::setenv("TZ", "UTC", 1); }
 
-    void process(const std::string& name, const std::string& document)
+    void process(const std::string& name, const std::string& document = "%PDF received")
     {
-        pipeline->process(name, Data::copying(document), folder.path());
+        pipeline->process(spool.accept(name, folder.path(), document));
     }
 
     /** Keeps the workers' answers back from now on. */
@@ -83,29 +86,34 @@ protected:
     ManualClock clock;
     RecordingLog log;
     FakeDocuments documents;
+    TestSpool spool;
     TemporaryFolder folder;
+    FolderQueues folders{queues.background()};
     std::vector<CompletedJob> completed;
+    std::vector<UnsavedJob> unsaved;
     std::vector<Task> held;
     OCR ocr{queues, documents, {"eng"}, log};
     std::shared_ptr<JobPipeline> pipeline = std::make_shared<JobPipeline>(
-        JobEnvironment{queues, clock, log, documents, ocr, "ann"},
-        [this](const CompletedJob& job) { completed.push_back(job); });
+        JobEnvironment{queues, folders, *spool, clock, log, documents, ocr, "ann"},
+        JobHandlers{[this](const CompletedJob& job) { completed.push_back(job); },
+                    [this](const UnsavedJob& job) { unsaved.push_back(job); }});
 };
 
-TEST_F(JobPipelineTest, SavesDocumentsAsTheyCameTheLaterOfOneNameAndSecondInTheFirstsPlace)
+TEST_F(JobPipelineTest, SavesDocumentsAsTheyCameEachUnderANameOfItsOwn)
 {
     documents.openError = DocumentError{DocumentError::Kind::notReadable};
-    process("a/b", "%PDF one");
-    process("a/b", "%PDF two");
+    process("Letter", "%PDF one");
+    process("Letter", "%PDF two");
     EXPECT_EQ(folder.entryCount(), 0);
     pipeline.reset();
     queues.run();
-    EXPECT_EQ(folder.read("a_b 2025-03-01 140509.pdf"), "%PDF two");
-    EXPECT_EQ(folder.entryCount(), 1);
+    EXPECT_EQ(folder.read("Letter.pdf"), "%PDF one");
+    EXPECT_EQ(folder.read("Letter 2.pdf"), "%PDF two");
+    EXPECT_EQ(spool.jobCount(), 0);
     ASSERT_EQ(completed.size(), 2U);
-    EXPECT_EQ(completed[0].pdfURL, folder.path() / "a_b 2025-03-01 140509.pdf");
-    EXPECT_EQ(completed[0].jobName, "a/b");
-    EXPECT_EQ(completed[0].summary, "No text recognized.");
+    EXPECT_EQ(completed[1].pdfURL, folder.path() / "Letter 2.pdf");
+    EXPECT_EQ(completed[1].jobName, "Letter");
+    EXPECT_EQ(completed[1].summary, "No text recognized.");
     const std::string why =
         "JobPipeline: saving without recognition: the document is damaged or not a PDF";
     EXPECT_THAT(log.lines(), testing::ElementsAre(why, why));
@@ -116,20 +124,19 @@ TEST_F(JobPipelineTest, LaysTheRecognizedWordsOverTheDocument)
 {
     const std::string letter(197, 'x');
     documents.pages = {{.text = letter}, {}, {.lines = {"BC"}}};
-    const std::string name = "Minutes " + std::string(100, 'x');
-    process(name, "%PDF received");
+    process("Minutes");
     queues.run();
     ASSERT_EQ(completed.size(), 1U);
     EXPECT_EQ(completed[0].plainText, letter + "\n\n\n\nBC");
     EXPECT_EQ(completed[0].summary, letter + "  B…") << "it is one character over the limit";
-    EXPECT_EQ(completed[0].jobName, name);
-    EXPECT_EQ(folder.read(completed[0].pdfURL.filename()), "%PDF-searchable");
+    EXPECT_EQ(folder.read("Minutes.pdf"), "%PDF-searchable");
     EXPECT_EQ(folder.entryCount(), 1);
+    EXPECT_EQ(spool.jobCount(), 0);
     EXPECT_EQ(documents.information, (DocumentInformation{{"Author", "ann"},
                                                           {"Creator", "Korvane"},
                                                           {"ModDate", "D:20250301140509+00'00"},
                                                           {"Subject", "Captured by Korvane"},
-                                                          {"Title", name}}));
+                                                          {"Title", "Minutes"}}));
     ASSERT_EQ(documents.layers.size(), 3U);
     EXPECT_TRUE(documents.layers[0].lines.empty());
     EXPECT_EQ(documents.layers[2].lines.at(0).words.at(0).text, "BC");
@@ -138,9 +145,9 @@ TEST_F(JobPipelineTest, LaysTheRecognizedWordsOverTheDocument)
 TEST_F(JobPipelineTest, LeavesADocumentWithoutAnythingRecognizedAsItIs)
 {
     documents.pages = {{.text = "A letter that can be copied already."}, {}};
-    process("Letter", "%PDF received");
+    process("Letter");
     queues.run();
-    EXPECT_EQ(folder.read("Letter 2025-03-01 140509.pdf"), "%PDF received");
+    EXPECT_EQ(folder.read("Letter.pdf"), "%PDF received");
     EXPECT_EQ(completed.at(0).summary, "A letter that can be copied already.");
     EXPECT_TRUE(documents.information.empty());
 }
@@ -149,49 +156,65 @@ TEST_F(JobPipelineTest, SavesWhatItReceivedWhereTheSearchableDocumentCannotBeWri
 {
     documents.pages = {{.lines = {"Signed in ink"}}};
     documents.writeError = PDFWriteError{PDFWriteError::Kind::sourceIsSigned, ""};
-    process("Contract", "%PDF received");
+    process("Contract");
     queues.run();
-    EXPECT_EQ(folder.read("Contract 2025-03-01 140509.pdf"), "%PDF received");
-    EXPECT_EQ(folder.entryCount(), 1);
+    EXPECT_EQ(folder.read("Contract.pdf"), "%PDF received");
     EXPECT_EQ(completed.at(0).plainText, "Signed in ink");
     EXPECT_THAT(log.errors(),
                 testing::ElementsAre(testing::StartsWith(
                     "JobPipeline: write failed: The source PDF is digitally signed")));
 }
 
-TEST_F(JobPipelineTest, TriesOnceMoreAndThenGivesTheJobUp)
+TEST_F(JobPipelineTest, SetsAJobAsideThatCannotBeWrittenAfterOneMoreTry)
 {
-    process("Lost", "%PDF");
-    std::filesystem::remove_all(folder.path());
+    holdAnswers();
+    process("Kept");
     queues.run();
+    std::filesystem::remove(folder.path());
+    documents.openError = DocumentError{DocumentError::Kind::needsPassword};
+    release();
     EXPECT_TRUE(completed.empty());
     EXPECT_THAT(
         log.errors(),
         testing::ElementsAre("JobPipeline: write failed: No such file or directory",
                              "JobPipeline: fallback write also failed: No such file or directory"));
+    ASSERT_EQ(unsaved.size(), 1U);
+    EXPECT_EQ(unsaved[0].writeError, SystemError{ENOENT});
+    EXPECT_EQ(unsaved[0].document, spool->unsavedFolder() / "Kept.pdf");
+    EXPECT_EQ(spool.state.read("unsaved/Kept.pdf"), "%PDF received");
 }
 
-TEST_F(JobPipelineTest, WritesWhereFilesMayBeWaitedForAndReportsOnTheMainQueue)
+TEST_F(JobPipelineTest, SetsAJobAsideWithoutRecognitionWhileThereIsNoFolder)
 {
-    documents.pages = {{.lines = {"word"}}};
-    holdAnswers();
-    process("Letter", "%PDF received");
+    std::filesystem::remove(folder.path());
+    process("Letter");
     queues.run();
-    for (int answer = 0; answer < 4; ++answer) {
-        EXPECT_EQ(held.size(), 1U) << "to open, to read, for the languages, to recognize";
-        release();
-    }
-    ASSERT_EQ(held.size(), 1U) << "to write";
-    const Task written = std::move(held.front());
-    held.clear();
-    written();
-    const auto file = folder.path() / "Letter 2025-03-01 140509.pdf";
-    EXPECT_FALSE(std::filesystem::exists(file));
-    EXPECT_TRUE(queues.queue("background")->runWaiting());
-    EXPECT_EQ(folder.read(file.filename()), "%PDF-searchable");
-    EXPECT_TRUE(completed.empty());
-    EXPECT_TRUE(queues.queue("main")->runWaiting());
+    ASSERT_EQ(unsaved.size(), 1U);
+    EXPECT_FALSE(unsaved[0].writeError);
+    EXPECT_FALSE(unsaved[0].wasSetAside);
+    EXPECT_EQ(spool.state.read("unsaved/Letter.pdf"), "%PDF received");
+    const std::shared_ptr<SpooledJob> job = unsaved[0].job;
+    pipeline->process(job);
+    queues.run();
+    EXPECT_TRUE(unsaved.at(1).wasSetAside);
+    EXPECT_TRUE(documents.reads.empty());
+    std::filesystem::create_directory(folder.path());
+    pipeline->process(job);
+    queues.run();
+    EXPECT_EQ(folder.read("Letter.pdf"), "%PDF received");
+    EXPECT_TRUE(std::filesystem::is_empty(spool->unsavedFolder()));
     EXPECT_EQ(completed.size(), 1U);
+}
+
+TEST_F(JobPipelineTest, ForgetsAJobWhoseDocumentTheUserHasTaken)
+{
+    auto job = spool.accept("Letter", folder.path());
+    std::filesystem::remove(*job->setAside());
+    pipeline->process(std::move(job));
+    queues.run();
+    EXPECT_EQ(folder.entryCount(), 0);
+    EXPECT_TRUE(completed.empty());
+    EXPECT_TRUE(unsaved.empty());
 }
 
 TEST_F(JobPipelineTest, SavesWhatItReceivedWhenTheAgentEndsMeanwhile)
@@ -204,42 +227,49 @@ TEST_F(JobPipelineTest, SavesWhatItReceivedWhenTheAgentEndsMeanwhile)
     documents.openError = ending;
     process("Opened", "%PDF two");
     queues.run();
-    EXPECT_EQ(folder.read("Recognized 2025-03-01 140509.pdf"), "%PDF one");
-    EXPECT_EQ(folder.read("Opened 2025-03-01 140509.pdf"), "%PDF two");
+    EXPECT_EQ(folder.read("Recognized.pdf"), "%PDF one");
+    EXPECT_EQ(folder.read("Opened.pdf"), "%PDF two");
     EXPECT_EQ(completed.size(), 2U);
     EXPECT_THAT(log.lines(), testing::IsEmpty());
 }
 
-TEST_F(JobPipelineTest, SavesWhatItReceivedWhenAStepIsDropped)
+TEST_F(JobPipelineTest, SavesWhatItReceivedOnceWhenAStepIsDropped)
 {
     documents.pages = {{.lines = {"word"}}};
-    for (int steps : {0, 1, 4}) {
+    // While it is opened, read, recognized and written.
+    for (int steps : {0, 1, 3, 4}) {
         holdAnswers();
-        process("Letter " + std::to_string(steps), "%PDF received");
+        process("Letter " + std::to_string(steps));
         queues.run();
         for (int step = 0; step < steps; ++step) release();
+        ASSERT_EQ(held.size(), 1U);
         held.clear();
         queues.run();
-        EXPECT_EQ(folder.read("Letter " + std::to_string(steps) + " 2025-03-01 140509.pdf"),
-                  "%PDF received");
+        EXPECT_EQ(folder.read("Letter " + std::to_string(steps) + ".pdf"), "%PDF received");
     }
-    EXPECT_EQ(folder.entryCount(), 3);
-    EXPECT_EQ(completed.size(), 3U);
+    EXPECT_EQ(folder.entryCount(), 4);
+    EXPECT_EQ(completed.size(), 4U);
 }
 
-TEST_F(JobPipelineTest, WorksOnABoundedNumberOfJobsAndOnTheOthersInTheirOrder)
+TEST_F(JobPipelineTest, WorksOnABoundedNumberOfAFoldersJobsAndOnTheOthersInTheirOrder)
 {
     documents.openError = DocumentError{DocumentError::Kind::needsPassword};
     holdAnswers();
-    for (int job = 0; job < 66; ++job) process("Job " + std::to_string(job), "%PDF");
+    for (int job = 0; job < 66; ++job) process("Job " + std::to_string(job));
     queues.run();
+    EXPECT_EQ(held.size(), 64U);
+    const TemporaryFolder other;
+    pipeline->process(spool.accept("Letter", other.path()));
+    queues.run();
+    ASSERT_EQ(held.size(), 65U);
+    std::swap(held.front(), held.back());
+    release();
+    EXPECT_EQ(other.entryCount(), 1);
     EXPECT_EQ(held.size(), 64U);
     release();
     EXPECT_EQ(held.size(), 64U);
-    EXPECT_EQ(completed.size(), 1U);
     while (!held.empty()) release();
-    ASSERT_EQ(completed.size(), 66U);
-    EXPECT_EQ(completed[65].jobName, "Job 65");
+    EXPECT_EQ(completed.size(), 67U);
     EXPECT_EQ(folder.entryCount(), 66);
 }
 

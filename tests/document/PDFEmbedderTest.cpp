@@ -2,7 +2,7 @@
 
 #include "support/FakeDocuments.h"
 #include "support/ManualQueues.h"
-#include "support/TemporaryFolder.h"
+#include "support/TestSpool.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -22,81 +22,65 @@ std::function<void(int)> writing(const std::string& bytes)
     };
 }
 
-Result<void, Error> write(FakeDocument& source, const std::vector<OCRPageResult>& pages,
-                          const std::filesystem::path& destination,
-                          const DocumentInformation& information = {})
+Result<DocumentFile, Error> write(FakeDocument& source, const std::vector<OCRPageResult>& pages,
+                                  const Spool& spool, const DocumentInformation& information = {})
 {
     ManualQueues queues;
-    std::optional<Result<void, Error>> result;
-    writeSearchablePDF(source, pages, destination, information, queues.background(),
-                       [&](const Result<void, Error>& written) { result = written; });
+    std::optional<Result<DocumentFile, Error>> result;
+    writeSearchablePDF(source, pages, information, spool, queues.background(),
+                       [&](const Result<DocumentFile, Error>& written) { result = written; });
     queues.run();
     EXPECT_TRUE(result);
-    return result.value_or(Result<void, Error>());
+    return result.value_or(Result<DocumentFile, Error>());
 }
 
 } // namespace
 
-TEST(PDFEmbedder, WritesEveryPageBesideTheDestinationAndReplacesItThen)
+TEST(PDFEmbedder, WritesEveryPageToAFileOfTheSpool)
 {
-    const TemporaryFolder folder;
-    const auto target = folder.write("job.pdf", "old");
+    TestSpool spool;
     FakeDocumentContent content;
-    content.write = [&](int output) {
-        EXPECT_EQ(folder.read("job.pdf"), "old");
-        writing("%PDF-new")(output);
-    };
+    content.write = writing("%PDF-new");
     FakeDocument source(content);
-    ASSERT_TRUE(write(source, {page, {}}, target, {{"Title", "Job"}, {"Creator", "Someone"}}));
+    const auto pdf = write(source, {page, {}}, *spool, {{"Title", "Job"}, {"Creator", "Someone"}});
+    ASSERT_TRUE(pdf);
     EXPECT_EQ(content.layers, (std::vector<PageTextLayer>{{{line}}, {}}));
     EXPECT_EQ(content.information, (DocumentInformation{{"Creator", "Korvane"}, {"Title", "Job"}}));
-    EXPECT_EQ(folder.read("job.pdf"), "%PDF-new");
-    EXPECT_EQ(folder.entryCount(), 1);
+    EXPECT_EQ(pdf->length, 8U);
+    std::string text(8, '\0');
+    EXPECT_EQ(::pread(pdf->file->get(), text.data(), text.size(), 0), 8);
+    EXPECT_EQ(text, "%PDF-new");
 }
 
-TEST(PDFEmbedder, SaysWhatFailedAndLeavesTheFolderAsItWas)
+TEST(PDFEmbedder, SaysWhatFailed)
 {
-    const TemporaryFolder folder;
+    TestSpool spool;
+    const Spool ofAnotherAgent(spool.state.path());
     using Kind = PDFWriteError::Kind;
-    const auto target = folder.write("job.pdf", "old");
     const auto failing = [](Kind kind) { return PDFWriteError{kind, "why"}; };
-    const std::tuple<std::filesystem::path, std::optional<PDFWriteError>, const char*, const char*>
-        cases[] = {
-            {target, failing(Kind::cannotOpenSource), "",
-             "Cannot open source PDF (PDFEmbedder error 1: why)"},
-            {folder.path() / "none" / "job.pdf",
-             {},
-             "%PDF",
-             "Cannot create destination PDF context (PDFEmbedder error 2: No such file or "
-             "directory)"},
-            {target, failing(Kind::sourceIsSigned), "",
-             "The source PDF is digitally signed and is not changed (PDFEmbedder error 3: why)"},
-            {target, failing(Kind::cannotWrite), "",
-             "Cannot write destination PDF (PDFEmbedder error 4: why)"},
-            {target,
-             {},
-             "x",
-             "The PDF writer failed (PDFEmbedder error 5: its output is not a PDF)"},
-            {target,
-             {},
-             "",
-             "The PDF writer failed (PDFEmbedder error 5: its output is not a PDF)"},
-            {folder.path(),
-             {},
-             "%PDF",
-             "Cannot write destination PDF (PDFEmbedder error 4: Is a directory)"},
-            {target, failing(Kind::workerFailed), "",
-             "The PDF writer failed (PDFEmbedder error 5: why)"}};
-    for (const auto& [destination, error, written, description] : cases) {
+    const std::tuple<const Spool*, std::optional<PDFWriteError>, const char*, const char*> cases[] =
+        {{&*spool, failing(Kind::cannotOpenSource), "",
+          "Cannot open source PDF (PDFEmbedder error 1: why)"},
+         {&ofAnotherAgent,
+          {},
+          "%PDF",
+          "Cannot create destination PDF context (PDFEmbedder error 2: Device or resource busy)"},
+         {&*spool, failing(Kind::sourceIsSigned), "",
+          "The source PDF is digitally signed and is not changed (PDFEmbedder error 3: why)"},
+         {&*spool, failing(Kind::cannotWrite), "",
+          "Cannot write destination PDF (PDFEmbedder error 4: why)"},
+         {&*spool, {}, "x", "The PDF writer failed (PDFEmbedder error 5: its output is not a PDF)"},
+         {&*spool, {}, "", "The PDF writer failed (PDFEmbedder error 5: its output is not a PDF)"},
+         {&*spool, failing(Kind::workerFailed), "",
+          "The PDF writer failed (PDFEmbedder error 5: why)"}};
+    for (const auto& [files, error, written, description] : cases) {
         FakeDocumentContent content;
         content.writeError = error;
         content.write = writing(written);
         FakeDocument source(content);
-        const auto result = write(source, {page}, destination);
+        const auto result = write(source, {page}, *files);
         ASSERT_FALSE(result) << description;
         EXPECT_EQ(result.error().description(), description);
-        EXPECT_EQ(folder.read("job.pdf"), "old");
-        EXPECT_EQ(folder.entryCount(), 1);
     }
 }
 

@@ -78,13 +78,6 @@ TEST_F(SystemQueuesTest, ASerialQueueRunsItsTasksInOrderOneAtATime)
     EXPECT_EQ(order, expected);
 }
 
-TEST_F(SystemQueuesTest, SyncWorksFromTheQueueItselfAndFromAnother)
-{
-    const auto inner = queues.makeSerial("inner");
-    queue->sync([&] { queue->sync([&] { inner->sync([&] { order.push_back(1); }); }); });
-    EXPECT_THAT(order, ElementsAre(1));
-}
-
 TEST_F(SystemQueuesTest, DelayedTasksRunFromTheirTimeOnUnlessCancelled)
 {
     std::promise<void> done;

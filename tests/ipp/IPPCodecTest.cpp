@@ -1,5 +1,7 @@
 #include "ipp/IPPCodec.h"
 
+#include "ipp/AttributeSection.h"
+
 #include <gmock/gmock.h>
 
 #include <set>
@@ -70,7 +72,7 @@ TEST(IPPCodec, ReadsAndWritesEveryValueSyntax)
 {
     const std::string word = bytes(0xFF, 0xFF, 0xFF, 0xFE);
     const std::string five = bytes(0, 0, 0, 5);
-    const std::string language = field("en") + field("a");
+    const std::string tagged = field("en") + field(std::string(200, 'a'));
     enum Way { both, reading };
     const std::tuple<std::uint8_t, std::string, IPPValue, Way> cases[] = {
         {0x21, word, ipp::Integer{-2}, both},
@@ -91,7 +93,10 @@ TEST(IPPCodec, ReadsAndWritesEveryValueSyntax)
         {0x42, "Gr\xC3\xBC\xC3\x9F", Text{"Grüß", IPPTag::nameWithoutLang}, both},
         {0x42, "Gr\xFC\xDF", Text{"", IPPTag::nameWithoutLang}, reading},
         {0x31, "\x07\xE5 12345678", Text{"", IPPTag::dateTime}, reading},
-        {0x35, language, Text{language, IPPTag::textWithLanguage}, both}};
+        {0x35, tagged, Text{std::string(200, 'a'), IPPTag::textWithoutLang}, reading},
+        {0x36, tagged, Text{std::string(200, 'a'), IPPTag::nameWithoutLang}, reading},
+        {0x36, tagged + "a", Text{"", IPPTag::nameWithoutLang}, reading},
+        {0x36, tagged.substr(0, 9), Text{"", IPPTag::nameWithoutLang}, reading}};
     for (const auto& [tag, value, expected, way] : cases) {
         SCOPED_TRACE(testing::Message() << int{tag} << testing::PrintToString(value));
         const std::string wire = header + job + record(tag, "a", value) + end;
@@ -153,6 +158,30 @@ TEST(IPPDecoder, GivesWhatFollowsTheAttributesAsDocumentWithoutCopyingIt)
     const auto decoded = ipp::decode(input);
     EXPECT_EQ(decoded->documentData.text(), "%PDF-1.7\x03");
     EXPECT_EQ(decoded->documentData.bytes().data(), input.bytes().data() + header.size() + 1);
+}
+
+TEST(IPPDecoder, GivesTheSameForAttributesThatWereFoundInPieces)
+{
+    const std::size_t limit = 400;
+    const std::string rest = "\x01 and so on";
+    const std::string tags = keyword("a", "\x03") + keyword("", std::string(300, '\x03'));
+    const std::pair<std::string, std::string> cases[] = {
+        {header + job + tags + end, rest},
+        {header + end, rest},
+        {header + job + tags, ""},
+        {header.substr(0, 5), ""},
+        {header + job + record(0x21, "a", "b") + end, rest},
+        {header + bytes(0x0B), keyword("a", "b")},
+        {header + job + keyword("a", std::string(500, 'b')) + job, rest}};
+    for (const auto& [attributes, document] : cases) {
+        const std::string whole = attributes + document;
+        ipp::AttributeSection section(limit);
+        std::size_t length = 0;
+        while (length < whole.size() && !section.isComplete())
+            length += section.take(Data::copying(whole.substr(length, 3)).bytes());
+        EXPECT_EQ(errorOf(whole.substr(0, length), limit), errorOf(whole, limit));
+        EXPECT_TRUE(errorOf(whole, limit) != "none" || whole.substr(length) == document);
+    }
 }
 
 TEST(IPPDecoder, RefusesToFillTheMemoryWithTinyAttributes)

@@ -2,136 +2,95 @@
 
 #include "base/FileDescriptor.h"
 #include "event/SocketFileWatch.h"
-#include "event/SystemQueues.h"
-#include "support/RecordingLog.h"
+#include "support/ManualQueues.h"
 #include "support/TemporaryFolder.h"
 
 #include <avahi-common/timeval.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <future>
-#include <memory>
 
 namespace korvane {
 namespace {
 
-using std::chrono::milliseconds;
+using std::chrono::seconds;
 
 class AvahiQueuePollTest : public testing::Test {
 protected:
-    AvahiQueuePollTest()
+    static void handleEvent(AvahiWatch* watch, int /*descriptor*/, AvahiWatchEvent, void* handler)
     {
-        int ends[2]{-1, -1};
-        EXPECT_EQ(::pipe2(ends, O_NONBLOCK | O_CLOEXEC), 0);
-        reader = FileDescriptor(ends[0]);
-        writer = FileDescriptor(ends[1]);
-        queue->sync([this] { poll = std::make_unique<AvahiQueuePoll>(*queue); });
-    }
-    ~AvahiQueuePollTest() override
-    {
-        queue->sync([this] { poll.reset(); });
+        (*static_cast<std::function<void(AvahiWatch*)>*>(handler))(watch);
     }
 
-    void waitForDone() { ASSERT_EQ(done.get_future().wait_for(std::chrono::seconds(10)), ready); }
+    static void handleTimeout(AvahiTimeout* timeout, void* handler)
+    {
+        (*static_cast<std::function<void(AvahiTimeout*)>*>(handler))(timeout);
+    }
 
-    static constexpr auto ready = std::future_status::ready;
-
-    RecordingLog log;
-    SystemQueues queues{log};
-    std::shared_ptr<SerialQueue> queue = queues.makeSerial("test");
-    std::unique_ptr<AvahiQueuePoll> poll;
-    FileDescriptor reader;
-    FileDescriptor writer;
-    std::function<void(AvahiWatch*, AvahiWatchEvent)> onEvent;
-    std::function<void(AvahiTimeout*)> onTimeout;
-    std::promise<void> done;
+    ManualQueues queues;
+    std::shared_ptr<ManualQueue> queue = queues.queue("test");
+    AvahiQueuePoll poll{*queue};
+    const AvahiPoll* api = poll.api();
+    int calls = 0;
 };
-
-void handleEvent(AvahiWatch* watch, int /*descriptor*/, AvahiWatchEvent event, void* test)
-{
-    (*static_cast<std::function<void(AvahiWatch*, AvahiWatchEvent)>*>(test))(watch, event);
-}
-
-void handleTimeout(AvahiTimeout* timeout, void* test)
-{
-    (*static_cast<std::function<void(AvahiTimeout*)>*>(test))(timeout);
-}
 
 TEST_F(AvahiQueuePollTest, CallsForAsLongAsThereIsSomethingToReadAndThenForTheEnd)
 {
-    const auto* api = poll->api();
-    int calls = 0;
-    bool sawEnd = false;
-    onEvent = [&](AvahiWatch* watch, AvahiWatchEvent event) {
-        EXPECT_EQ(event, AVAHI_WATCH_IN);
+    int ends[2]{};
+    ASSERT_EQ(::pipe(ends), 0);
+    const FileDescriptor reader(ends[0]);
+    ASSERT_EQ(::write(ends[1], "abc", 3), 3);
+    ::close(ends[1]);
+    std::function<void(AvahiWatch*)> onEvent = [&](AvahiWatch* watch) {
         EXPECT_EQ(api->watch_get_events(watch), AVAHI_WATCH_IN);
         char byte = 0;
         ++calls;
-        if (::read(reader.get(), &byte, 1) > 0) return;
-        sawEnd = true;
-        api->watch_free(watch);
-        done.set_value();
+        if (::read(reader.get(), &byte, 1) == 0) api->watch_free(watch);
     };
-    ASSERT_EQ(::write(writer.get(), "abc", 3), 3);
-    queue->sync([&] { api->watch_new(api, reader.get(), AVAHI_WATCH_IN, handleEvent, &onEvent); });
-    queue->sync([&] { writer = FileDescriptor(); });
-    waitForDone();
+    api->watch_new(api, reader.get(), AVAHI_WATCH_IN, handleEvent, &onEvent);
+    for (queues.run(); queue->watched() > 0; queues.run()) queue->waitForDescriptor();
     EXPECT_EQ(calls, 4);
-    EXPECT_TRUE(sawEnd);
 }
 
 TEST_F(AvahiQueuePollTest, KeepsTimesThatAreSetAgainAndDropsThoseThatAreTakenBack)
 {
-    const auto* api = poll->api();
-    int dropped = 0;
-    int calls = 0;
-    std::function<void(AvahiTimeout*)> onDropped = [&](AvahiTimeout*) { ++dropped; };
-    onTimeout = [&](AvahiTimeout* timeout) {
-        timeval past{};
-        if (++calls < 3) {
-            api->timeout_update(timeout, &past);
-            return;
-        }
+    std::function<void(AvahiTimeout*)> onDropped = [&](AvahiTimeout*) { FAIL(); };
+    std::function<void(AvahiTimeout*)> onTimeout = [&](AvahiTimeout* timeout) {
+        const timeval past{};
+        if (++calls < 3) return api->timeout_update(timeout, &past);
         api->timeout_free(timeout);
-        done.set_value();
     };
-    const auto start = std::chrono::steady_clock::now();
-    queue->sync([&] {
-        timeval soon{};
-        avahi_elapse_time(&soon, 50, 0);
-        auto* disabled = api->timeout_new(api, nullptr, handleTimeout, &onDropped);
-        api->timeout_update(disabled, &soon);
-        api->timeout_update(disabled, nullptr);
-        api->timeout_new(api, &soon, handleTimeout, &onTimeout);
-    });
-    waitForDone();
-    EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(45));
+    timeval soon{};
+    avahi_elapse_time(&soon, 20'000, 0);
+    AvahiTimeout* const disabled = api->timeout_new(api, nullptr, handleTimeout, &onDropped);
+    api->timeout_update(disabled, &soon);
+    api->timeout_update(disabled, nullptr);
+    api->timeout_new(api, &soon, handleTimeout, &onTimeout);
+    queues.run();
+    EXPECT_EQ(calls, 0);
+    queues.advance(seconds(20));
     EXPECT_EQ(calls, 3);
-    EXPECT_EQ(dropped, 0);
 }
 
-TEST_F(AvahiQueuePollTest, NoticesABusWhoseFolderHasYetToBeMade)
+TEST(SocketFileWatch, NoticesABusWhoseFolderHasYetToBeMade)
 {
+    ManualQueue queue;
     const TemporaryFolder folder;
     const auto socket = folder.path() / "run" / "dbus" / "socket";
-    std::unique_ptr<SocketFileWatch> watch;
-    queue->sync([&] {
-        watch = std::make_unique<SocketFileWatch>(socket, *queue, [&] {
-            watch.reset();
-            done.set_value();
-        });
-    });
-    std::filesystem::create_directory(folder.path() / "run");
-    queue->sync([] {});
-    std::filesystem::create_directory(folder.path() / "run" / "dbus");
-    std::ofstream(socket).put('x');
-    waitForDone();
+    bool isFound = false;
+    const SocketFileWatch watch(socket, queue, [&] { isFound = true; });
+    for (const char* made : {"run", "run/dbus"}) {
+        std::filesystem::create_directory(folder.path() / made);
+        queue.waitForDescriptor();
+    }
+    EXPECT_FALSE(isFound);
+    folder.write("run/dbus/socket", "x");
+    queue.waitForDescriptor();
+    queue.moveTo(queue.now() + seconds(1));
+    queue.runWaiting();
+    EXPECT_TRUE(isFound);
 }
 
 } // namespace

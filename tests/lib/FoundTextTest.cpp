@@ -13,7 +13,7 @@ FoundWord word(std::string text, double confidence, bool isInDictionary = false)
     return {.text = std::move(text),
             .confidence = confidence,
             .isInDictionary = isInDictionary,
-            .right = 10};
+            .box = {.right = 10}};
 }
 
 std::string textAfterNoise(std::vector<FoundWord> words)
@@ -58,11 +58,10 @@ TEST(Noise, IsDroppedAndTextIsKept)
 TEST(PlacedLine, HasItsWordsAlongTheBaselineFromTheLeftmostOn)
 {
     // Right to left: the first word read is the rightmost.
-    const FoundLine line{
-        .words = {{.text = "שלום", .left = 300, .top = 60, .right = 400, .bottom = 112},
-                  {.text = "עולם", .left = 100, .top = 80, .right = 250, .bottom = 100}},
-        .baselineStart = {100, 100},
-        .baselineEnd = {400, 100}};
+    const FoundLine line{.words = {{.text = "שלום", .box = {300, 60, 400, 112}},
+                                   {.text = "עולם", .box = {100, 80, 250, 100}}},
+                         .baselineStart = {100, 100},
+                         .baselineEnd = {400, 100}};
     const PageGeometry geometry{
         .width = 720, .height = 1000, .resolution = 72, .rotatedWidth = 720, .rotatedHeight = 1000};
     const TextLine placedLine = placed(line, geometry);
@@ -74,45 +73,18 @@ TEST(PlacedLine, HasItsWordsAlongTheBaselineFromTheLeftmostOn)
     EXPECT_EQ(placedLine.words, (std::vector<TextWord>{{"שלום", 200, 100}, {"עולם", 0, 150}}));
 }
 
-TEST(PlacedLine, RunsAlongItsTiltOnATurnedPage)
-{
-    const FoundLine line{
-        .words = {{.text = "one", .left = 100, .top = 180, .right = 200, .bottom = 210}},
-        .baselineStart = {100, 200},
-        .baselineEnd = {200, 210}};
-    // Turned once clockwise for reading: on the page the line rises, leaning by its slope.
-    const PageGeometry geometry{.width = 1000,
-                                .height = 720,
-                                .resolution = 72,
-                                .quarterTurns = 1,
-                                .rotatedWidth = 720,
-                                .rotatedHeight = 1000};
-    const TextLine placedLine = placed(line, geometry);
-    EXPECT_NEAR(placedLine.x, 200, 1e-9);
-    EXPECT_NEAR(placedLine.y, 100, 1e-9);
-    EXPECT_NEAR(placedLine.angle, 90 - 5.7106, 1e-3);
-    EXPECT_NEAR(placedLine.words.front().width, 100.4988, 1e-3);
-}
-
 TEST(SidewaysText, IsTakenInTheDirectionInWhichItReads)
 {
-    const std::vector<Strip> strips = {{.left = 10, .top = 100, .right = 40, .bottom = 500}};
+    const std::vector<PixelBox> strips = {{10, 100, 40, 500}};
     const auto line = [](double confidence, int left) {
-        return FoundLine{.words = {{.text = "Archive",
-                                    .confidence = confidence,
-                                    .left = left,
-                                    .top = 20,
-                                    .right = left + 100,
-                                    .bottom = 40}}};
+        return FoundLine{
+            .words = {
+                {.text = "Archive", .confidence = confidence, .box = {left, 20, left + 100, 40}}}};
     };
     // On a page of 800 by 1000, turned once: x counts from the page's bottom, y from its left.
     const FoundLine rising = line(95, 700);
-    const FoundLine falling{.words = {{.text = "eAiyoiy",
-                                       .confidence = 71,
-                                       .left = 200,
-                                       .top = 770,
-                                       .right = 300,
-                                       .bottom = 790}}};
+    const FoundLine falling{
+        .words = {{.text = "eAiyoiy", .confidence = 71, .box = {200, 770, 300, 790}}}};
     auto chosen = chooseDirections(strips, {rising}, {falling}, 800, 1000);
     EXPECT_EQ(chosen.turnedOnce.size(), 1U);
     EXPECT_TRUE(chosen.turnedThrice.empty());
@@ -126,24 +98,4 @@ TEST(SidewaysText, IsTakenInTheDirectionInWhichItReads)
     chosen = chooseDirections(strips, {line(50, 700), line(95, 100)}, {}, 800, 1000);
     EXPECT_TRUE(chosen.turnedOnce.empty());
     EXPECT_TRUE(chosen.strips.empty());
-}
-
-TEST(SidewaysText, ReplacesWhatWasReadIntoItUpright)
-{
-    const std::vector<Strip> strips = {{.left = 0, .top = 0, .right = 50, .bottom = 500}};
-    std::vector<FoundLine> lines = {
-        {.words =
-             {{.text = "=-", .confidence = 40, .left = 10, .top = 20, .right = 30, .bottom = 60},
-              {.text = "beside",
-               .confidence = 40,
-               .left = 90,
-               .top = 20,
-               .right = 190,
-               .bottom = 60}}},
-        {.words = {
-             {.text = "zm", .confidence = 55, .left = 10, .top = 90, .right = 30, .bottom = 120}}}};
-    dropWordsInStrips(lines, strips);
-    ASSERT_EQ(lines.size(), 1U);
-    ASSERT_EQ(lines.front().words.size(), 1U);
-    EXPECT_EQ(lines.front().words.front().text, "beside");
 }

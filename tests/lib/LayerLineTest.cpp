@@ -44,21 +44,6 @@ TEST(LayerLine, HasTheSizeAtWhichItsWordsAreAsWideAsTheyAreSeen)
     }
 }
 
-TEST(LayerLine, HasASmallerSizeForWordsThatAreMuchTooNarrow)
-{
-    // At 12 points "Hello" is 27.336 wide.
-    const LayerLine line = makeLayerLine({.words = {{"Hello", 0, 27.336 * 2},
-                                                    {"Hello", 60, 13.668},
-                                                    {"Hello", 90, 6.834},
-                                                    {"Hello", 120, 0.2}}});
-    const double lineSize = line.fontSize;
-    const double sizes[] = {lineSize, lineSize, 6, 1};
-    for (std::size_t index = 0; index < 4; ++index) {
-        EXPECT_NEAR(line.words[index].fontSize, sizes[index], 1e-9) << index;
-        EXPECT_NEAR(line.words[index].naturalWidth, 2.278 * sizes[index], 1e-9) << index;
-    }
-}
-
 TEST(LayerLine, HoldsNothingThatCannotBeDrawn)
 {
     const LayerLine line = makeLayerLine({.words = {{"", 0, 9},
@@ -111,17 +96,6 @@ TEST(LayerLine, FollowsTheSideOfThePageUnlessItIsTiltedTooMuch)
         EXPECT_NEAR(line.words[0].x, x, 1e-9) << angle;
         EXPECT_NEAR(line.words[0].y, y, 1e-9) << angle;
     }
-}
-
-TEST(LayerLine, LeavesASpaceBetweenWordsThatTouch)
-{
-    const LayerLine line = makeLayerLine(
-        {.words = {{"touching", 0, 40}, {"covered", 40, 40}, {"by", 45, 40}, {"this", 100, 20}}});
-    const double gap = 0.16 * line.fontSize;
-    const double widths[] = {40 - gap, 20, 40, 20};
-    for (std::size_t index = 0; index < 4; ++index)
-        EXPECT_NEAR(line.words[index].width, widths[index], 1e-9) << index;
-    EXPECT_EQ(line.words[1].x, 40);
 }
 
 } // namespace korvane

@@ -42,13 +42,6 @@ void drawLines(const OwnedPix& page, int top = 150)
     }
 }
 
-OwnedPix tilted(const OwnedPix& page, double degrees)
-{
-    return OwnedPix(pixRotate(page.get(), static_cast<l_float32>(-degrees * std::numbers::pi / 180),
-                              L_ROTATE_AREA_MAP, L_BRING_IN_WHITE, pixGetWidth(page.get()),
-                              pixGetHeight(page.get())));
-}
-
 int inkPixels(const OwnedPix& ink)
 {
     l_int32 count = 0;
@@ -111,47 +104,6 @@ TEST(Straightening, BringsEveryPointOfThePageBackToWhereItWas)
     }
 }
 
-TEST(Straightening, TurnsAPageThatIsLevelAlready)
-{
-    const OwnedPix page = whitePage();
-    fill(page, 300, 400, 9, 9, 0);
-    const CleanedPage cleaned{.gray = share(page),
-                              .ink = OwnedPix(pixThresholdToBinary(page.get(), 128))};
-    PageGeometry geometry{.width = 1500, .height = 2000, .resolution = 72, .rotation = 0.1};
-    const CleanedPage rotated = straightened(cleaned, geometry);
-    geometry.rotatedWidth = pixGetWidth(rotated.ink.get());
-    geometry.rotatedHeight = pixGetHeight(rotated.ink.get());
-    geometry.fanOffset = -0.01;
-    geometry.fanSlope = 0.02 / geometry.rotatedHeight;
-    for (const int turns : {1, 2, 3}) {
-        const PageGeometry turned = turnedFurther(geometry, turns);
-        const CleanedPage straight = straightened(cleaned, turned);
-        const PagePoint found = turned.onPage(middleOfInk(straight.ink));
-        EXPECT_NEAR(found.x, 304.5, 1.6) << turns;
-        EXPECT_NEAR(found.y, 2000 - 404.5, 1.6) << turns;
-    }
-}
-
-TEST(Leveling, FindsTheTiltOfLinesOnUprightAndOnTurnedPages)
-{
-    const OwnedPix page = whitePage();
-    drawLines(page);
-    for (const double degrees : {0.0, 0.7, -2.0, 5.0, -10.0, 12.0}) {
-        for (const int turns : {0, 1}) {
-            SCOPED_TRACE(testing::Message() << degrees << " degrees, " << turns << " turns");
-            const OwnedPix upright = tilted(page, degrees);
-            const OwnedPix seen(pixRotateOrth(upright.get(), turns));
-            const CleanedPage cleaned{.gray = share(seen),
-                                      .ink = OwnedPix(pixThresholdToBinary(seen.get(), 128))};
-            const Leveling leveling = findLeveling(cleaned, resolution);
-            EXPECT_EQ(leveling.lines, Leveling::Lines::level);
-            EXPECT_EQ(leveling.geometry.quarterTurns, turns);
-            EXPECT_NEAR(leveling.geometry.rotation * 180 / std::numbers::pi, degrees, 0.2);
-            EXPECT_FALSE(leveling.geometry.isFanned());
-        }
-    }
-}
-
 TEST(Leveling, LevelsLinesThatFanOut)
 {
     const OwnedPix page = whitePage();
@@ -167,23 +119,6 @@ TEST(Leveling, LevelsLinesThatFanOut)
     EXPECT_FALSE(findLeveling(straight, resolution).geometry.isFanned());
     const double tilt = findLeveling(straight, resolution).geometry.rotation;
     EXPECT_NEAR(tilt * 180 / std::numbers::pi, 0, 0.3);
-}
-
-TEST(Cleaning, KeepsTextInUnevenLight)
-{
-    const OwnedPix page = whitePage();
-    drawLines(page);
-    const int ink = inkPixels(cleanPage(page).ink);
-    ASSERT_GT(ink, 100'000);
-    // The light falls off to a third: the paper there is darker than ink in the light may be.
-    for (int y = 0; y < 2000; ++y)
-        for (int x = 0; x < 1500; ++x) {
-            l_uint32 value = 0;
-            pixGetPixel(page.get(), x, y, &value);
-            const unsigned light = 255U - static_cast<unsigned>(x * 100 / 1500 + y * 70 / 2000);
-            pixSetPixel(page.get(), x, y, (60 + value * 195 / 255) * light / 255);
-        }
-    EXPECT_NEAR(inkPixels(cleanPage(page).ink), ink, ink * 0.02);
 }
 
 TEST(Cleaning, ErasesPicturesAndKeepsTheTextBelow)
@@ -208,17 +143,6 @@ TEST(Cleaning, ErasesPicturesAndKeepsTheTextBelow)
         EXPECT_LT(inkIn(cleaned.ink, 100, 100, 1300, 800), 1300 * 800 / 10);
         EXPECT_NEAR(inkIn(cleaned.ink, 0, 950, 1500, 1050), text, text * 0.02);
     }
-}
-
-TEST(Cleaning, ErasesSpecksWhereThereAreMany)
-{
-    const OwnedPix page = whitePage();
-    drawLines(page);
-    const int ink = inkPixels(cleanPage(page).ink);
-    std::mt19937 random(11);
-    for (int speck = 0; speck < 6000; ++speck)
-        fill(page, static_cast<int>(random() % 1498), static_cast<int>(random() % 1998), 2, 2, 0);
-    EXPECT_NEAR(inkPixels(cleanPage(page).ink), ink, ink * 0.02);
 }
 
 TEST(Cleaning, KeepsTheFullStopsOfSmallPrint)

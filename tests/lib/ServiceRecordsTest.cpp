@@ -7,8 +7,6 @@
 namespace korvane {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /** The TXT record as it is on the network. */
 std::string txtBytes(const std::map<std::string, std::string>& pairs)
@@ -36,20 +34,19 @@ TEST(AvahiService, LeavesOutAPairThatOneByteCannotCount)
     EXPECT_EQ(txtBytes({{"note", longest + "x"}}), std::string(1, '\0'));
 }
 
-TEST(AvahiService, NamesItsSubtypesInFull)
+TEST(AvahiService, ShowsAsMuchOfANameAsFits)
 {
-    const auto plain = avahiService({.type = "_ipp._tcp"});
-    EXPECT_EQ(plain.type, "_ipp._tcp");
-    EXPECT_THAT(plain.subtypes, IsEmpty());
-    const auto several = avahiService({.type = "_ipp._tcp,_universal,_print"});
-    EXPECT_EQ(several.type, "_ipp._tcp");
-    EXPECT_THAT(several.subtypes,
-                ElementsAre("_universal._sub._ipp._tcp", "_print._sub._ipp._tcp"));
-}
-
-TEST(AvahiService, CutsANameBetweenCharacters)
-{
-    EXPECT_EQ(avahiService({.name = std::string(62, 'n') + "\u00FC"}).name, std::string(62, 'n'));
+    using namespace std::string_literals;
+    std::string family = "\U0001F468";
+    while (family.size() <= 63) family += "\u200D\U0001F468";
+    const std::pair<std::string, std::string> names[] = {
+        {std::string(62, 'n') + "\u00FC", std::string(62, 'n')},
+        {family, family.substr(0, 63)},
+        {"\0Off\x1Bi\u0085ce\n"s, "Office"},
+        {"B\xFC"s, "B"},
+        {"\a\0"s, ""},
+    };
+    for (const auto& [name, shown] : names) EXPECT_EQ(avahiService({.name = name}).name, shown);
 }
 
 } // namespace

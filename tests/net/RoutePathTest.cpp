@@ -5,6 +5,7 @@
 #include <net/if.h>
 #include <net/if_arp.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -85,69 +86,67 @@ TEST(RoutePath, TellsWiredInterfacesFromOthers)
     port.master = 20;
     add(base, port, {});
 
+    using Change = std::function<void(NetworkLink&)>;
+    const auto over = [](std::uint32_t lower, bool isElsewhere = false) -> Change {
+        return [=](NetworkLink& link) { link.lower = lower, link.isLowerElsewhere = isElsewhere; };
+    };
     const struct {
         const char* what;
-        NetworkLink link;
-        LinkAddresses addresses;
+        const char* name;
+        const char* kind;
         InterfaceType type;
+        LinkAddresses addresses = givenAddress;
+        Change change = {};
     } cases[] = {
-        {"a card", device(20, "en1"), givenAddress, InterfaceType::wiredEthernet},
-        {"a cable to nowhere", device(20, "en1"), ownAddress, InterfaceType::other},
-        {"a wireless card", device(20, "wl1"), givenAddress, InterfaceType::wifi},
-        {"a bridge", device(20, "x", "bridge"), givenAddress, InterfaceType::other},
-        {"a tap", device(20, "x", "tun"), givenAddress, InterfaceType::other},
-        {"a dummy", device(20, "x", "dummy"), givenAddress, InterfaceType::other},
-        {"a container's cable", device(20, "x", "veth"), givenAddress,
-         InterfaceType::wiredEthernet},
-        {"the host's end of a cable", device(20, "x", "veth"), ownAddress, InterfaceType::other},
-        {"a bond with a wired port", device(20, "x", "bond"), givenAddress,
-         InterfaceType::wiredEthernet},
-        {"a bond without ports", device(21, "x", "bond"), givenAddress, InterfaceType::other},
+        {"a card", "en1", "", InterfaceType::wiredEthernet},
+        {"a cable to nowhere", "en1", "", InterfaceType::other, ownAddress},
+        {"a wireless card", "wl1", "", InterfaceType::wifi},
+        {"a bridge", "x", "bridge", InterfaceType::other},
+        {"a tap", "x", "tun", InterfaceType::other},
+        {"a dummy", "x", "dummy", InterfaceType::other},
+        {"a container's only cable", "x", "veth", InterfaceType::wiredEthernet},
+        {"a cable without an address", "x", "veth", InterfaceType::other, ownAddress},
+        {"a bond with a wired port", "x", "bond", InterfaceType::wiredEthernet},
+        {"a bond without ports", "x", "bond", InterfaceType::other, givenAddress,
+         [](NetworkLink& link) { link.index = 21; }},
+        {"loopback", "lo", "", InterfaceType::loopback, givenAddress,
+         [](NetworkLink& link) { link.flags |= IFF_LOOPBACK; }},
+        {"a tunnel", "tun0", "", InterfaceType::other, givenAddress,
+         [](NetworkLink& link) { link.hardwareType = ARPHRD_NONE; }},
+        {"a modem", "wwan0", "", InterfaceType::other, givenAddress,
+         [](NetworkLink& link) { link.flags |= IFF_NOARP; }},
+        {"a port of another", "en1", "", InterfaceType::other, givenAddress,
+         [](NetworkLink& link) { link.master = 30; }},
+        {"over a card", "en.7", "vlan", InterfaceType::wiredEthernet, givenAddress, over(2)},
+        {"over a wireless card", "en.7", "vlan", InterfaceType::wifi, givenAddress, over(3)},
+        {"over itself", "en.7", "vlan", InterfaceType::other, givenAddress, over(20)},
+        {"over the host's", "x", "macvlan", InterfaceType::wiredEthernet, givenAddress,
+         over(3, true)},
     };
     for (const auto& example : cases) {
         SCOPED_TRACE(example.what);
+        NetworkLink link = device(20, example.name, example.kind);
+        if (example.change) example.change(link);
         RouteSnapshot snapshot = base;
-        add(snapshot, example.link, example.addresses);
+        add(snapshot, link, example.addresses);
         const auto path = pathOf(snapshot, driverType);
         ASSERT_EQ(path.availableInterfaces.size(), 1U);
         EXPECT_EQ(path.availableInterfaces[0].type, example.type);
     }
+}
 
-    NetworkLink loopback = device(1, "lo");
-    loopback.flags |= IFF_LOOPBACK;
-    NetworkLink tunnel = device(20, "tun0");
-    tunnel.hardwareType = ARPHRD_NONE;
-    NetworkLink modem = device(20, "wwan0");
-    modem.flags |= IFF_NOARP;
-    NetworkLink enslaved = device(20, "en1");
-    enslaved.master = 30;
-    NetworkLink overCard = device(20, "en.7", "vlan");
-    overCard.lower = 2;
-    NetworkLink overWireless = overCard;
-    overWireless.lower = 3;
-    NetworkLink overItself = overCard;
-    overItself.lower = 20;
-    NetworkLink ofTheHost = device(20, "x", "macvlan");
-    ofTheHost.lower = 3;
-    ofTheHost.isLowerElsewhere = true;
-    const std::pair<NetworkLink, InterfaceType> others[] = {
-        {loopback, InterfaceType::loopback},
-        {tunnel, InterfaceType::other},
-        {modem, InterfaceType::other},
-        {enslaved, InterfaceType::other},
-        {overCard, InterfaceType::wiredEthernet},
-        {overWireless, InterfaceType::wifi},
-        {overItself, InterfaceType::other},
-        {ofTheHost, InterfaceType::wiredEthernet},
-    };
-    for (const auto& [link, type] : others) {
-        SCOPED_TRACE(link.name);
-        RouteSnapshot snapshot = base;
-        add(snapshot, link);
-        const auto path = pathOf(snapshot, driverType);
-        ASSERT_EQ(path.availableInterfaces.size(), 1U);
-        EXPECT_EQ(path.availableInterfaces[0].type, type);
-    }
+TEST(RoutePath, TakesAContainersCableForWiredWhereTheDefaultRouteLeads)
+{
+    RouteSnapshot snapshot;
+    add(snapshot, device(2, "wl"));
+    add(snapshot, device(3, "cable", "veth"));
+    snapshot.defaultRoutes = {{.metric = 600, .interfaceIndex = 2}};
+    const auto host = pathOf(snapshot, driverType).availableInterfaces;
+    EXPECT_EQ(host.at(1).type, InterfaceType::other);
+
+    snapshot.defaultRoutes = {{.isIPv6 = true, .metric = 600, .interfaceIndex = 3}};
+    const auto container = pathOf(snapshot, driverType).availableInterfaces;
+    EXPECT_EQ(container.at(0).type, InterfaceType::wiredEthernet);
 }
 
 } // namespace

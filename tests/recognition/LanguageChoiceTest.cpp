@@ -66,6 +66,14 @@ TEST(LanguageChoice, BeginsWithTheLanguageThatIsLikeliest)
 
 TEST(LanguageChoice, TriesOthersOnlyWhereSomethingSpeaksForThem)
 {
+    const std::vector<std::string> all = allLanguages(), few = {"bul", "eng", "kir"};
+    const LanguageTrial cyrillic = tried("eng", garbage("Cyrillic"));
+    const LanguageTrial han = tried("eng", garbage("Han"));
+    const LanguageTrial poor = tried("eng", reading(60, 30));
+    const auto english = [](double confidence, int known, const std::vector<std::string>& likely,
+                            const std::string& script = "") {
+        return tried("eng", reading(confidence, known, script, likely));
+    };
     struct Case {
         const char* name;
         LanguageOptions options;
@@ -73,89 +81,46 @@ TEST(LanguageChoice, TriesOthersOnlyWhereSomethingSpeaksForThem)
         std::optional<std::string> next;
     };
     const Case cases[] = {
-        {"read well", {some, {"eng", "deu"}}, {tried("eng", reading(95, 97, "", {"de"}))}, {}},
-        {"its words are in another",
-         {some, {"eng"}},
-         {tried("eng", reading(91, 70, "", {"fr"}))},
-         "fra"},
-        {"its words are in one that is not installed",
-         {some, {"eng"}},
-         {tried("eng", reading(91, 70, "", {"es"}))},
-         {}},
-        {"its words are in it",
-         {some, {"eng", "deu"}},
-         {tried("eng", reading(91, 70, "", {"en"}))},
-         {}},
-        {"decent, and nothing tells", {some, {"eng", "deu"}}, {tried("eng", reading(86, 61))}, {}},
-        {"less than decent", {some, {"eng", "rus", "deu"}}, {tried("eng", reading(84, 61))}, "deu"},
-        {"few known words", {some, {"eng", "deu"}}, {tried("eng", reading(90, 59))}, "deu"},
-        {"nothing tells, all else installed",
-         {allLanguages(), {"eng"}},
-         {tried("eng", reading(60, 30))},
-         {}},
+        {"read well", {some, {"eng", "deu"}}, {english(95, 97, {"de"})}, {}},
+        {"words of another", {some, {"eng"}}, {english(91, 70, {"fr"})}, "fra"},
+        {"words of another, all installed", {all, {"eng"}}, {english(88, 50, {"de"})}, "deu"},
+        {"words of one not installed", {some, {"eng"}}, {english(91, 70, {"es"})}, {}},
+        {"its words are in it", {some, {"eng", "deu"}}, {english(91, 70, {"en"})}, {}},
+        {"decent, nothing tells", {some, {"eng", "deu"}}, {english(86, 61, {})}, {}},
+        {"less than decent", {some, {"eng", "rus", "deu"}}, {english(84, 61, {})}, "deu"},
+        {"few known words", {some, {"eng", "deu"}}, {english(90, 59, {})}, "deu"},
+        {"nothing tells, all installed", {all, {"eng"}}, {poor}, {}},
         {"hardly a letter",
-         {allLanguages(), {"eng", "deu"}},
+         {all, {"eng", "deu"}},
          {tried("eng", {.confidence = 20, .words = 3})},
          {}},
-        {"blank", {allLanguages(), {"eng", "deu"}}, {tried("eng", {})}, {}},
-        {"another script, the user's",
-         {some, {"eng", "deu", "ukr"}},
-         {tried("eng", garbage("Cyrillic"))},
-         "ukr"},
-        {"another script, met before",
-         {some, {"eng"}, "", {"deu", "ukr"}},
-         {tried("eng", garbage("Cyrillic"))},
-         "ukr"},
-        {"another script, its most common language",
-         {some, {"eng"}},
-         {tried("eng", garbage("Cyrillic"))},
-         "rus"},
-        {"another script, the most common that is installed",
-         {{"bul", "eng", "kir"}, {"eng"}},
-         {tried("eng", garbage("Cyrillic"))},
-         "bul"},
-        {"another script, and none in it",
-         {some, {"eng", "deu"}},
-         {tried("eng", garbage("Greek"))},
-         {}},
-        {"Latin for a user of another script",
-         {some, {"rus"}},
-         {tried("rus", garbage("Latin"))},
-         "eng"},
-        {"Chinese", {some, {"eng"}}, {tried("eng", garbage("Han"))}, "chi_sim"},
+        {"blank", {all, {"eng", "deu"}}, {tried("eng", {})}, {}},
+        {"another script, the user's", {some, {"eng", "deu", "ukr"}}, {cyrillic}, "ukr"},
+        {"another script, met before", {some, {"eng"}, "", {"deu", "ukr"}}, {cyrillic}, "ukr"},
+        {"another script, its most common", {some, {"eng"}}, {cyrillic}, "rus"},
+        {"another script, most common installed", {few, {"eng"}}, {cyrillic}, "bul"},
+        {"another script, none in it", {some, {"eng"}}, {tried("eng", garbage("Greek"))}, {}},
+        {"Latin for another user", {some, {"rus"}}, {tried("rus", garbage("Latin"))}, "eng"},
+        {"Chinese", {some, {"eng"}}, {han}, "chi_sim"},
         {"Chinese in the other writing",
          {some, {"eng"}},
-         {tried("eng", garbage("Han")), tried("chi_sim", reading(80, 50, "Han", {"zh-Hant"}))},
+         {han, tried("chi_sim", reading(80, 50, "Han", {"zh-Hant"}))},
          "chi_tra"},
-        {"of a script the language that its words are in",
+        {"of a script that of its words",
          {some, {"eng"}},
-         {tried("eng", garbage("Cyrillic")), tried("rus", reading(85, 50, "Cyrillic", {"uk"}))},
+         {cyrillic, tried("rus", reading(85, 50, "Cyrillic", {"uk"}))},
          "ukr"},
-        {"a language of two scripts in Latin letters",
-         {some, {"eng"}},
-         {tried("eng", reading(80, 40, "Latin", {"sr"}))},
-         "srp_latn"},
-        {"a language of two scripts in Cyrillic letters",
+        {"of two scripts, Latin", {some, {"eng"}}, {english(80, 40, {"sr"}, "Latin")}, "srp_latn"},
+        {"of two scripts, Cyrillic",
          {some, {"rus"}},
          {tried("rus", reading(80, 40, "", {"sr"}))},
          "srp"},
         {"three readings",
          {some, {"eng", "deu", "fra"}, "rus"},
-         {tried("rus", garbage("Latin")), tried("eng", reading(60, 30)),
-          tried("deu", reading(60, 30))},
-         {}},
-    };
+         {tried("rus", garbage("Latin")), poor, tried("deu", reading(60, 30))},
+         {}}};
     for (const Case& each : cases)
         EXPECT_EQ(nextLanguage(each.options, each.trials), each.next) << each.name;
-}
-
-TEST(LanguageChoice, ReadsFrenchAndGermanWithAllLanguagesInstalledAsWithAFew)
-{
-    for (const auto& [code, language] : {std::pair("fr", "fra"), std::pair("de", "deu")}) {
-        const std::vector<LanguageTrial> trials = {tried("eng", reading(88, 50, "Latin", {code}))};
-        for (const auto& installed : {some, allLanguages()})
-            EXPECT_EQ(nextLanguage({installed, {"eng"}}, trials), language);
-    }
 }
 
 TEST(LanguageChoice, PassesOverLanguagesThatCannotBeUsed)
@@ -207,29 +172,6 @@ TEST(LanguageChoice, PrefersAWholePageToTheBeginningOfItThatReadsALittleBetter)
                                                    tried("deu", each.second)};
         EXPECT_EQ(bestTrial(trials)->language, each.best) << &each - cases;
     }
-}
-
-TEST(LanguageChoice, TellsGoodReadingsFromPoorOnes)
-{
-    struct Case {
-        ReadingScore score;
-        bool well;
-        bool decently;
-    };
-    const Case cases[] = {{{95, 1, 10}, true, true},
-                          {{95, 0.8, 10}, false, true},
-                          {{95, 0, 3}, true, false},
-                          {{84, 1, 10}, false, false},
-                          {{95, 0.5, 10}, false, false}};
-    for (const Case& each : cases) {
-        EXPECT_EQ(readsWell(each.score), each.well) << each.score.confidence << each.score.known;
-        EXPECT_EQ(readsDecently(each.score), each.decently)
-            << each.score.confidence << each.score.known;
-    }
-    EXPECT_TRUE(readsBetter(reading(92, 100), reading(93, 70)));
-    EXPECT_FALSE(readsBetter(reading(93, 90), reading(92, 90)));
-    EXPECT_FALSE(readsWell(scoreReading({})));
-    EXPECT_EQ(scoreReading(reading(80, 25)).known, 0.25);
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
+
 namespace korvane {
 namespace {
 
@@ -11,43 +13,25 @@ using testing::IsEmpty;
 TEST(LanguageNames, UnderstandsCodesAndLocales)
 {
     using Names = std::vector<std::string>;
-    const std::pair<const char*, Names> cases[] = {
-        {"de", {"deu"}},
-        {"deu", {"deu"}},
-        {"de_AT.UTF-8@euro", {"deu"}},
-        {"PT-br", {"por"}},
-        {"nb_NO", {"nor"}},
-        {"nn_NO.UTF-8", {"nor"}},
-        {"no", {"nor"}},
-        {"ku", {"kmr", "kur_ara"}},
-        {"ku_TR", {"kmr", "kur_ara"}},
-        {"ku-Arab", {"kur_ara"}},
-        {"ckb_IQ", {"kur_ara"}},
-        {"az_AZ", {"aze", "aze_cyrl"}},
-        {"az-Cyrl-AZ", {"aze_cyrl"}},
-        {"uz_UZ@cyrillic", {"uzb_cyrl"}},
-        {"sr", {"srp", "srp_latn"}},
-        {"sr_RS@latin", {"srp_latn"}},
-        {"zh-Hans", {"chi_sim"}},
-        {"zh_CN.UTF-8", {"chi_sim"}},
-        {"zh_TW", {"chi_tra"}},
-        {"zh_HK.big5hkscs", {"chi_tra"}},
-        {"zh-Hant", {"chi_tra"}},
-        {"zh", {"chi_sim", "chi_tra"}},
-        {"he", {"heb"}},
-        {"iw", {"heb"}},
-        {"id", {"ind"}},
-        {"in", {"ind"}},
-        {"tl", {"fil"}},
-        {"fil_PH", {"fil"}},
-        {"hi_IN", {"hin"}},
-        {"C", {}},
-        {"POSIX", {}},
-        {"", {}},
-        {"xx-Latn", {}},
-        {"tlh", {}},
-    };
-    for (const auto& [code, names] : cases) EXPECT_EQ(languagesOfCode(code), names) << code;
+    const std::map<Names, Names> codes = {{{}, {"C", "POSIX", "", "xx-Latn", "tlh"}},
+                                          {{"deu"}, {"de", "deu", "de_AT.UTF-8@euro"}},
+                                          {{"por"}, {"PT-br"}},
+                                          {{"nor"}, {"no", "nb_NO", "nn_NO.UTF-8"}},
+                                          {{"kmr", "kur_ara"}, {"ku", "ku_TR"}},
+                                          {{"kur_ara"}, {"ku-Arab", "ckb_IQ"}},
+                                          {{"aze", "aze_cyrl"}, {"az_AZ"}},
+                                          {{"aze_cyrl"}, {"az-Cyrl-AZ"}},
+                                          {{"uzb_cyrl"}, {"uz_UZ@cyrillic"}},
+                                          {{"srp", "srp_latn"}, {"sr"}},
+                                          {{"srp_latn"}, {"sr_RS@latin"}},
+                                          {{"chi_sim"}, {"zh-Hans", "zh_CN.UTF-8"}},
+                                          {{"chi_tra"}, {"zh_TW", "zh_HK.big5hkscs", "zh-Hant"}},
+                                          {{"chi_sim", "chi_tra"}, {"zh"}},
+                                          {{"heb"}, {"he", "iw"}},
+                                          {{"ind"}, {"id", "in"}},
+                                          {{"fil"}, {"tl", "fil_PH"}}};
+    for (const auto& [names, all] : codes)
+        for (const std::string& code : all) EXPECT_EQ(languagesOfCode(code), names) << code;
     EXPECT_THAT(languagesOfCodes({"de_DE", "de", "en"}), ElementsAre("deu", "eng"));
 }
 

@@ -292,42 +292,6 @@ TEST_F(OCRTest, CompletesWithWhatThereIsWhenAnAnswerIsDropped)
     EXPECT_EQ(results->at(1).plainText, "");
 }
 
-TEST_F(OCRTest, ReadsAPageInTheLanguageThatFits)
-{
-    const std::vector<std::string> lines(10, "words");
-    struct Case {
-        const char* name;
-        FakePage page;
-        std::vector<std::string> users;
-        std::vector<std::string> trials;
-    };
-    const Case cases[] = {
-        {"the user's own", {.lines = lines}, {"eng"}, {"eng"}},
-        {"of which the words tell",
-         {.lines = lines, .language = "deu", .likelyLanguages = {"de"}},
-         {"eng", "fra"},
-         {"eng", "deu"}},
-        {"another of the user's",
-         {.lines = lines, .language = "fra"},
-         {"eng", "deu", "fra"},
-         {"eng", "deu", "fra"}},
-        {"of another script", {.lines = lines, .language = "rus"}, {"eng"}, {"eng", "rus"}},
-    };
-    for (const Case& each : cases) {
-        SCOPED_TRACE(each.name);
-        documents.pages = {each.page};
-        documents.trials.clear();
-        RecordingLog fresh;
-        OCR reader(queues, documents, each.users, fresh);
-        reader.recognizePages(std::make_shared<FakeDocument>(documents), 200,
-                              [this](Results found) { results = std::move(found); });
-        queues.run();
-        ASSERT_EQ(results->at(0).spans.size(), 10U);
-        EXPECT_EQ(results->at(0).spans[9].text, "words");
-        EXPECT_EQ(documents.trials[0], each.trials);
-    }
-}
-
 TEST_F(OCRTest, ReadsFurtherPagesInTheLanguageOfTheDocument)
 {
     documents.pages.assign(8, {.lines = {"mots"}, .language = "fra", .likelyLanguages = {"fr"}});

@@ -23,8 +23,6 @@ TEST(PageText, JoinsTheWordsOfALineInTheirOrder)
     const OCRSpan span = makeSpan(lineAt(0));
     EXPECT_EQ(span.text, "second first");
     EXPECT_EQ(span.line, lineAt(0));
-    EXPECT_EQ(joinedTexts({span, {}, span}), "second first\n\nsecond first");
-    EXPECT_EQ(joinedTexts({}), "");
 }
 
 TEST(PageText, SpansTheSmallestUprightRectangleAroundALine)

@@ -16,6 +16,10 @@ namespace korvane {
 /** A client's end, played by the test. */
 class FakeConnection final : public TCPConnection {
 public:
+    explicit FakeConnection(std::string peer = "desk") : peer_(std::move(peer)) {}
+
+    std::string peerAddress() const override { return peer_; }
+
     void receive(std::size_t /*maximum*/, ReceiveHandler handler) override
     {
         onReceived_ = std::move(handler);
@@ -55,6 +59,9 @@ public:
         deliver();
     }
 
+    /** Whether the server leaves bytes of the client where they are. */
+    bool isHeldBack() const { return !waiting_.empty(); }
+
     /** All that the client was sent. */
     std::string answer;
     bool finishedSending = false;
@@ -78,6 +85,7 @@ private:
         }
     }
 
+    const std::string peer_;
     ReceiveHandler onReceived_;
     std::deque<Waiting> waiting_;
 };
@@ -95,9 +103,9 @@ public:
     void cancel() override { cancelled = true; }
     std::optional<std::uint16_t> port() const override { return port_; }
 
-    std::shared_ptr<FakeConnection> connect()
+    std::shared_ptr<FakeConnection> connect(const std::string& peer = "desk")
     {
-        auto connection = std::make_shared<FakeConnection>();
+        auto connection = std::make_shared<FakeConnection>(peer);
         onConnection_(connection);
         return connection;
     }

@@ -2,9 +2,12 @@
 
 #include "event/Queue.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <chrono>
 #include <deque>
+#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -37,10 +40,20 @@ public:
         return handle;
     }
 
-    /** Descriptors are never ready here. */
-    std::unique_ptr<DescriptorWatch> watch(int /*descriptor*/) override
+    /** A descriptor is readable when the test waits for it, and never writable. */
+    std::unique_ptr<DescriptorWatch> watch(int descriptor) override
     {
-        return std::make_unique<Unready>();
+        return std::make_unique<Watch>(watches_, descriptor);
+    }
+
+    /** How many descriptors are watched. */
+    std::size_t watched() const { return watches_.size(); }
+
+    /** Waits until the descriptor that has been watched longest is readable, and says so. */
+    void waitForDescriptor()
+    {
+        pollfd descriptor{.fd = watches_.front()->descriptor, .events = POLLIN, .revents = 0};
+        if (::poll(&descriptor, 1, 60'000) == 1) std::exchange(watches_.front()->task, nullptr)();
     }
 
     /** Runs what is queued; false when there was nothing. */
@@ -77,11 +90,23 @@ private:
     struct Handle final : DelayedTask {
         std::shared_ptr<Task> task;
     };
-    struct Unready final : DescriptorWatch {
-        void whenReadable(Task /*task*/) override {}
-        void whenWritable(Task /*task*/) override {}
+    struct Watch final : DescriptorWatch {
+        Watch(std::list<Watch*>& all, int watched) : watches(all), descriptor(watched)
+        {
+            watches.push_back(this);
+        }
+        Watch(const Watch&) = delete;
+        Watch& operator=(const Watch&) = delete;
+        ~Watch() override { watches.remove(this); }
+        void whenReadable(Task ready) override { task = std::move(ready); }
+        void whenWritable(Task /*ready*/) override {}
+
+        std::list<Watch*>& watches;
+        const int descriptor;
+        Task task;
     };
 
+    std::list<Watch*> watches_;
     std::deque<Task> tasks_;
     std::multimap<Time, std::weak_ptr<Task>> delayed_;
     Time now_{};

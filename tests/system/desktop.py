@@ -18,7 +18,6 @@ from harness import HANG, Agent, Events, Program, make_pdf
 
 DOCUMENT = make_pdf("BT /F1 12 Tf 72 700 Td (Hello) Tj ET")
 SERVICE = "org.freedesktop.Notifications"
-EXPIRED, DISMISSED = 1, 2
 
 # Nothing is activated on it: the real desktop's programs are not to take part.
 CONFIGURATION = """<busconfig><type>session</type><listen>{}</listen><auth>EXTERNAL</auth>
@@ -73,12 +72,10 @@ class SessionBus:
         connection.set_exit_on_disconnect(False)
         return connection
 
-    def send_signal(self, path, interface, member, signature, *arguments, to=None):
-        """Sends a signal from a connection of its own; the bus has it before this returns."""
-        message = dbus.lowlevel.SignalMessage(path, interface, member)
-        message.append(signature=signature, *arguments)
-        if to:
-            message.set_destination(to)
+    def post_settings_changed(self, name="org.korvane.Agent.settings-changed"):
+        """Sends the signal from a connection of its own; the bus has it before this returns."""
+        message = dbus.lowlevel.SignalMessage("/org/korvane/NamedSignal", "org.korvane.NamedSignal", "Posted")
+        message.append(name, signature="s")
 
         def send():
             connection = self.connect()
@@ -86,9 +83,6 @@ class SessionBus:
             connection.list_names()
             connection.close()
         on_loop(send)
-
-    def post_settings_changed(self, name="org.korvane.Agent.settings-changed"):
-        self.send_signal("/org/korvane/NamedSignal", "org.korvane.NamedSignal", "Posted", "s", name)
 
 
 class Service(dbus.service.Object):
@@ -113,7 +107,7 @@ class Server(Service):
 
     def __init__(self, bus, answers="numbers"):
         self.answers = answers
-        self.shown, self.next_number, self.agent = Events(), 1, None
+        self.shown, self.next_number = Events(), 1
         super().__init__(bus, SERVICE, "/org/freedesktop/Notifications")
 
     def _answer(self, give, refuse, result):
@@ -128,11 +122,10 @@ class Server(Service):
         self._answer(give, refuse, ("actions", "body", "body-markup"))
 
     @dbus.service.method(SERVICE, in_signature="susssasa{sv}i", out_signature="u",
-                         async_callbacks=("give", "refuse"), sender_keyword="sender")
-    def Notify(self, name, replaces, icon, title, body, actions, hints, expires, give, refuse, sender):
+                         async_callbacks=("give", "refuse"))
+    def Notify(self, name, replaces, icon, title, body, actions, hints, expires, give, refuse):
         number = replaces or self.next_number
         self.next_number += not replaces
-        self.agent = sender
         self._answer(give, refuse, dbus.UInt32(number))
         self.shown.append(dict(number=int(number), replaces=int(replaces), name=str(name),
                                icon=str(icon), title=str(title), body=str(body), expires=int(expires),
@@ -142,19 +135,12 @@ class Server(Service):
     def ActionInvoked(self, number, key):
         pass
 
-    @dbus.service.signal(SERVICE, signature="uu")
-    def NotificationClosed(self, number, reason):
-        pass
-
     def wait_shown(self, count=1):
         """The latest notification, once there have been that many."""
         return self.shown.wait_count(count)[count - 1]
 
     def choose(self, number, key):
         on_loop(lambda: self.ActionInvoked(number, key))
-
-    def close(self, number, reason):
-        on_loop(lambda: self.NotificationClosed(number, reason))
 
 
 class FileManager(Service):

@@ -48,6 +48,33 @@ def leave_the_network():
 leave_the_network()
 
 
+class Mount:
+    """A file system mounted on a folder, seen by these tests and what they start alone."""
+
+    def __init__(self, folder, kind, options=""):
+        self.folder = folder
+        if ctypes.CDLL(None).unshare(0x20000) != 0:  # CLONE_NEWNS
+            raise unittest.SkipTest("mounting is not permitted here")
+        self._call(None, "/", None, 0x44000)  # MS_REC | MS_PRIVATE
+        self._call(kind, folder, kind, 6, options)  # MS_NOSUID | MS_NODEV
+        self.kind = kind
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        ctypes.CDLL(None).umount2(str(self.folder).encode(), 2)  # MNT_DETACH
+
+    def change(self, options="", read_only=False):
+        self._call(None, self.folder, None, 38 | read_only, options)  # MS_REMOUNT and those above
+
+    @staticmethod
+    def _call(source, folder, kind, flags, options=""):
+        texts = [text and str(text).encode() for text in (source, folder, kind)]
+        if ctypes.CDLL(None).mount(*texts, ctypes.c_ulong(flags), options.encode()) != 0:
+            raise unittest.SkipTest("mounting is not permitted here")
+
+
 def free_port():
     """A port that is free, below those that the system gives to outgoing connections."""
     while True:
@@ -158,7 +185,7 @@ class Agent(Program):
     """One running agent with a home and a save folder of its own."""
 
     def __init__(self, settings=None, configured=True, preexec=None, folder=None,
-                 environment=None):
+                 environment=None, program=None):
         self.home = pathlib.Path(tempfile.mkdtemp(prefix="korvane-"))
         self.support = self.home / "config" / "Korvane"
         self.saved = folder or self.home / "saved"
@@ -166,10 +193,16 @@ class Agent(Program):
         self.port = free_port()
         if configured:
             self.write_settings(**(settings or {}))
-        variables = {"PATH": os.environ["PATH"], "HOME": str(self.home),
-                     "XDG_CONFIG_HOME": str(self.home / "config"), "TZ": "UTC"}
-        variables.update(environment or {})
-        super().__init__(AGENT, errors=True, env=variables, preexec_fn=preexec)
+        self._preexec = preexec
+        self._environment = {"PATH": os.environ["PATH"], "HOME": str(self.home),
+                             "XDG_CONFIG_HOME": str(self.home / "config"),
+                             "XDG_STATE_HOME": str(self.home / "state"), "TZ": "UTC"}
+        self._environment.update(environment or {})
+        self.start(program or AGENT)
+
+    def start(self, program=AGENT):
+        """Starts the agent, or after its end another one for the same user."""
+        super().__init__(program, errors=True, env=self._environment, preexec_fn=self._preexec)
 
     def __exit__(self, *_):
         self.stop()
@@ -202,6 +235,15 @@ class Agent(Program):
 
     def files(self):
         return sorted(self.saved.iterdir())
+
+    def spooled(self):
+        """The files of jobs that are accepted and not saved."""
+        return sorted((self.home / "state" / "Korvane" / "spool").iterdir())
+
+    def unsaved(self):
+        """The documents that could not be saved."""
+        folder = self.home / "state" / "Korvane" / "unsaved"
+        return sorted(file for file in folder.iterdir() if not file.name.startswith("."))
 
     def wait_saved(self, count=1, seconds=HANG):
         """The saved documents, once there are that many."""

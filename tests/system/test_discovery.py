@@ -64,6 +64,7 @@ class Discovery:
         self.assertIn("URF=SRGB24,W8,RS300,DM1,V1.4", pairs)
         agent.wait_logged('BonjourRegistrar: registered as "Office"')
         agent.wait_logged("initial choice: wired interface eth0 (index ")
+        self.assertEqual(sum("registering" in line for line in agent.lines), 1)
 
         finder = self.phone.start("ippfind", "-T", str(harness.HANG), "--name", "Office", "--exec",
                                   "echo", "{}", ";")

@@ -50,15 +50,6 @@ TEST(FailureBudget, IsFilledAgainByRequestsThatSucceed)
     EXPECT_EQ(budget.left(), seconds(60));
 }
 
-TEST(FailureBudget, GivesARequestTwoThirdsOfWhatIsLeftButFiveSecondsAtLeast)
-{
-    for (const auto& [lost, limit] : {std::pair(0, 40), {30, 20}, {51, 6}, {54, 5}, {60, 5}}) {
-        FailureBudget budget;
-        budget.noteFailure(start, start + seconds(lost));
-        EXPECT_EQ(budget.limit(), seconds(limit)) << lost;
-    }
-}
-
 /** A job on a clock of its own, one request after the other. */
 class JobBudgetTest : public testing::Test {
 protected:
@@ -99,29 +90,6 @@ protected:
     const WorkerRequest writing{.limit = seconds(30), .reservedTime = seconds(8)};
     const WorkerRequest unconcerned{.limit = seconds(20), .reservedTime = seconds(20)};
 };
-
-TEST_F(JobBudgetTest, ADocumentInWhichEveryPageHangsIsEndedWithinAMinute)
-{
-    std::uint64_t pages = 0;
-    while (!refusal(page(pages))) hang(page(pages++));
-    EXPECT_EQ(pages, 3U) << "of 40 s, 13 s and 5 s";
-    EXPECT_LE(now - JobBudget::Time(), seconds(60));
-    EXPECT_EQ(refusal(step), Kind::overBudget);
-    EXPECT_EQ(limit(writing), seconds(8)) << "what was recognized until then is written";
-    EXPECT_EQ(limit(unconcerned), seconds(20));
-}
-
-TEST_F(JobBudgetTest, PagesThatHangAmongOthersCostNoOther)
-{
-    for (std::uint64_t number = 0; number < 100; ++number) {
-        ASSERT_FALSE(refusal(page(number))) << number;
-        if (number % 2 == 0)
-            hang(page(number), milliseconds(300));
-        else
-            succeed(page(number), seconds(2));
-    }
-    EXPECT_GE(limit(page(100)), seconds(10));
-}
 
 TEST_F(JobBudgetTest, APageGetsAMinuteInAllHoweverOftenItIsTried)
 {

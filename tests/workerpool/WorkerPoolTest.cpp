@@ -204,15 +204,6 @@ TEST_F(WorkerPoolTest, ARetiredWorkerIsReplacedForTheNextRequest)
     EXPECT_EQ(workshop.started, 3);
 }
 
-TEST_F(WorkerPoolTest, NoWorkerIsStartedWhileOneIsIdle)
-{
-    for (const char* page : {"a", "b", "c"}) {
-        submitStep(page);
-        workshop.answer(0);
-    }
-    EXPECT_EQ(workshop.started, 1);
-}
-
 TEST_F(WorkerPoolTest, RequestsGoToTheWorkerThatHasWhatTheyNeed)
 {
     submitPage(1);

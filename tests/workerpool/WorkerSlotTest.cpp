@@ -56,19 +56,6 @@ protected:
     const JobKey other{2};
 };
 
-TEST_F(WorkerSlotTest, IsIdleAgainOnceARequestIsAnswered)
-{
-    EXPECT_TRUE(slot.isIdle());
-    slot.begin(request(job, "a"), seconds(7));
-    EXPECT_FALSE(slot.isIdle());
-    EXPECT_EQ(slot.request()->job(), job);
-    EXPECT_EQ(worker().limit, seconds(7)) << "so that it can answer in time";
-    workshop.answer(0);
-    EXPECT_TRUE(slot.isIdle());
-    EXPECT_EQ(slot.request(), nullptr);
-    EXPECT_THAT(outcomes, ElementsAre("a"));
-}
-
 TEST_F(WorkerSlotTest, KillsAWorkerThatTakesLongerThanTheShortenedLimit)
 {
     const PendingPointer slow = request(job, "a");
@@ -104,18 +91,6 @@ TEST_F(WorkerSlotTest, GivesAWorkerThatHardlyRunsMoreTime)
     EXPECT_THAT(outcomes, ElementsAre("the worker took too long"));
 }
 
-TEST_F(WorkerSlotTest, KillsAWorkerAsSoonAsItHasRunForTheLimit)
-{
-    slot.begin(request(job, "a"), seconds(20));
-    worker().isStarved = true;
-    worker().processorTime += seconds(20) - milliseconds(1);
-    queues.advance(seconds(20));
-    EXPECT_THAT(outcomes, IsEmpty()) << "no process has a processor to itself all the time";
-    worker().processorTime += milliseconds(100);
-    queues.advance(milliseconds(100));
-    EXPECT_THAT(outcomes, ElementsAre("the worker took too long"));
-}
-
 TEST_F(WorkerSlotTest, KillsAWorkerThatDoesNotRunAtAll)
 {
     slot.begin(request(job, "a"), seconds(20));
@@ -124,14 +99,6 @@ TEST_F(WorkerSlotTest, KillsAWorkerThatDoesNotRunAtAll)
     EXPECT_THAT(outcomes, IsEmpty());
     queues.advance(seconds(1));
     EXPECT_THAT(outcomes, ElementsAre("the worker took too long"));
-}
-
-TEST_F(WorkerSlotTest, TellsWithWhichRequestTheWorkerDied)
-{
-    slot.begin(request(job, "a"), seconds(20));
-    workshop.crash(0);
-    EXPECT_THAT(outcomes, ElementsAre("the worker crashed with signal 11"));
-    EXPECT_TRUE(hasEnded);
 }
 
 TEST_F(WorkerSlotTest, HasTheDocumentReleasedWhenItsJobEndsAndTheWorkerIsIdle)
@@ -195,15 +162,6 @@ TEST_F(WorkerSlotTest, RetiresWhenIdleForLongOrWornByRequestsOrMemory)
         queues.advance(seconds(5));
         EXPECT_TRUE(workshop.workers.at(number).isKilled) << "it has not exited";
     }
-}
-
-TEST_F(WorkerSlotTest, PrefersRequestsForWhatItHolds)
-{
-    EXPECT_EQ(slot.affinity(*request(job, "")), slot.affinity(*request(other, "")));
-    slot.begin(request(job, "a", 4), seconds(20));
-    workshop.answer(0);
-    EXPECT_GT(slot.affinity(*request(job, "", 4)), slot.affinity(*request(job, "", 5)));
-    EXPECT_GT(slot.affinity(*request(job, "", 5)), slot.affinity(*request(other, "", 4)));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "lib/avahi/AvahiService.h"
 
+#include "text/CodePoints.h"
 #include "text/Text.h"
 
 #include <cstdint>
@@ -11,6 +12,17 @@ namespace {
 
 constexpr std::size_t maxNameLength = 63;
 constexpr std::size_t maxPairLength = 255;
+
+/** Well-formed UTF-8 without control characters, which no list of printers can show (RFC 6763,
+ *  section 4.1.1), cut between characters, or within the first one where that alone is too long. */
+std::string instanceName(std::string_view name)
+{
+    std::u32string points = text::codePoints(name);
+    std::erase_if(points, text::isControl);
+    const std::string shown = text::encodeUTF8(points);
+    const std::string_view whole = text::prefixFitting(shown, maxNameLength);
+    return std::string(whole.empty() ? text::prefixOfSequences(shown, maxNameLength) : whole);
+}
 
 std::shared_ptr<AvahiStringList> txtOf(const Registration& registration)
 {
@@ -28,7 +40,7 @@ std::shared_ptr<AvahiStringList> txtOf(const Registration& registration)
 
 AvahiService avahiService(const Registration& registration)
 {
-    AvahiService service{.name = std::string(text::prefixFitting(registration.name, maxNameLength)),
+    AvahiService service{.name = instanceName(registration.name),
                          .port = registration.port,
                          .txt = txtOf(registration),
                          .interface = registration.interfaceIndex == 0

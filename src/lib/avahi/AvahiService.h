@@ -14,7 +14,8 @@ namespace korvane {
 
 /** A registration in Avahi's terms. */
 struct AvahiService {
-    /** In the 63 bytes that DNS-SD has for it; a longer one was cut between characters. */
+    /** In the 63 bytes that DNS-SD has for it, without control characters; empty when nothing of
+     * the name asked for is left. */
     std::string name;
     std::string type;
     /** In full: "_ipp._tcp,_universal" is the type "_ipp._tcp", which is also found as

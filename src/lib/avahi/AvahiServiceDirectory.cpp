@@ -6,6 +6,8 @@
 #include "lib/avahi/EmbeddedResponder.h"
 #include "lib/systemd/BusAddress.h"
 
+#include <avahi-common/error.h>
+
 #include <chrono>
 #include <utility>
 
@@ -85,14 +87,17 @@ private:
     std::unique_ptr<DelayedTask> outcome_;
 };
 
+static_assert(ServiceDirectory::invalidName == AVAHI_ERR_INVALID_SERVICE_NAME);
+
 } // namespace
 
 Result<std::unique_ptr<ServiceRegistration>, int>
 AvahiServiceDirectory::registerService(const Registration& registration, SerialQueue& queue,
                                        ResultHandler handler)
 {
-    auto made =
-        std::make_unique<AvahiRegistration>(avahiService(registration), queue, std::move(handler));
+    AvahiService service = avahiService(registration);
+    if (service.name.empty()) return failure(invalidName);
+    auto made = std::make_unique<AvahiRegistration>(std::move(service), queue, std::move(handler));
     if (const auto started = made->start(); !started) return failure(started.error());
     return made;
 }

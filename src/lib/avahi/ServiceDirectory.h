@@ -36,6 +36,9 @@ public:
      */
     using ResultHandler = std::function<void(int error, std::optional<std::string> name)>;
 
+    /** The error of a name that DNS-SD can never carry: trying again is of no use. */
+    static constexpr int invalidName = -10;
+
     virtual ~ServiceDirectory() = default;
 
     /** Registers a service, or says with an error code why it cannot. The handler runs on `queue`,

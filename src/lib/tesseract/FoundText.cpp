@@ -39,18 +39,9 @@ std::string take(char* text)
     return owned ? std::string(owned.get()) : std::string();
 }
 
-/** Whether it is more than punctuation, of which that outside ASCII is at U+2000 to U+206F for the
- *  most part. */
-bool isLetterOrDigit(char32_t character)
-{
-    if (character >= 0x80) return character > 0xBF && (character < 0x2000 || character > 0x206F);
-    return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
-           (character >= 'a' && character <= 'z');
-}
-
 bool hasLetters(const std::string& text)
 {
-    return std::ranges::any_of(text::codePoints(text), isLetterOrDigit);
+    return std::ranges::any_of(text::codePoints(text), text::isLetterOrNumber);
 }
 
 bool isDirt(const FoundWord& word)
@@ -89,18 +80,18 @@ FoundWord foundWord(const tesseract::ResultIterator& results)
                    .isInDictionary = results.WordIsFromDictionary()};
     std::erase(word.text, ' ');
     std::erase(word.text, '\n');
-    results.BoundingBox(RIL_WORD, &word.left, &word.top, &word.right, &word.bottom);
+    results.BoundingBox(RIL_WORD, &word.box.left, &word.box.top, &word.box.right, &word.box.bottom);
     return word;
 }
 
 FoundLine startOfLine(const tesseract::ResultIterator& results)
 {
-    int left = 0, top = 0, right = 0, bottom = 0;
-    results.BoundingBox(RIL_TEXTLINE, &left, &top, &right, &bottom);
-    int startX = left, startY = bottom, endX = right, endY = bottom;
+    PixelBox box;
+    results.BoundingBox(RIL_TEXTLINE, &box.left, &box.top, &box.right, &box.bottom);
+    int startX = box.left, startY = box.bottom, endX = box.right, endY = box.bottom;
     if (!results.Baseline(RIL_TEXTLINE, &startX, &startY, &endX, &endY) || endX <= startX) {
-        startX = left, endX = right;
-        startY = endY = bottom;
+        startX = box.left, endX = box.right;
+        startY = endY = box.bottom;
     }
     return {.baselineStart = {static_cast<double>(startX), static_cast<double>(startY)},
             .baselineEnd = {static_cast<double>(endX), static_cast<double>(endY)}};
@@ -148,7 +139,7 @@ std::vector<FoundLine> foundLines(tesseract::TessBaseAPI& api)
         }
         if (!isText(results->BlockType())) continue;
         FoundWord word = foundWord(*results);
-        if (!word.text.empty() && word.right > word.left) line.words.push_back(std::move(word));
+        if (!word.text.empty() && word.box.width() > 0) line.words.push_back(std::move(word));
     } while (results->Next(RIL_WORD) && lines.size() < maxLines && ++words < maxWords);
     if (!line.words.empty()) lines.push_back(std::move(line));
     return lines;
@@ -165,10 +156,8 @@ void scale(std::vector<FoundLine>& lines, double factor)
             point->y *= factor;
         }
         for (FoundWord& word : line.words) {
-            word.left = scaled(word.left);
-            word.top = scaled(word.top);
-            word.right = scaled(word.right);
-            word.bottom = scaled(word.bottom);
+            for (int* edge : {&word.box.left, &word.box.top, &word.box.right, &word.box.bottom})
+                *edge = scaled(*edge);
         }
     }
 }
@@ -185,8 +174,11 @@ void dropNoise(std::vector<FoundLine>& lines)
 
 TextLine placed(const FoundLine& line, const PageGeometry& geometry)
 {
-    const auto leftmost = std::ranges::min(line.words, {}, &FoundWord::left).left;
-    const auto rightmost = std::ranges::max(line.words, {}, &FoundWord::right).right;
+    int leftmost = line.words.front().box.left, rightmost = line.words.front().box.right;
+    for (const FoundWord& word : line.words) {
+        leftmost = std::min(leftmost, word.box.left);
+        rightmost = std::max(rightmost, word.box.right);
+    }
     const auto onBaseline = [&](int x) {
         return geometry.onPage({static_cast<double>(x), baselineAt(line, x)});
     };
@@ -203,11 +195,12 @@ TextLine placed(const FoundLine& line, const PageGeometry& geometry)
     TextLine text{
         .x = start.x, .y = start.y, .angle = std::atan2(alongY, alongX) * 180 / std::numbers::pi};
     for (const FoundWord& word : line.words) {
-        const double baseline = baselineAt(line, (word.left + word.right) / 2.0);
-        text.ascent = std::max(text.ascent, (baseline - word.top) * pointsPerPixel);
-        text.descent = std::max(text.descent, (word.bottom - baseline) * pointsPerPixel);
-        const double from = along(word.left);
-        text.words.push_back({.text = word.text, .start = from, .width = along(word.right) - from});
+        const double baseline = baselineAt(line, word.box.center().x);
+        text.ascent = std::max(text.ascent, (baseline - word.box.top) * pointsPerPixel);
+        text.descent = std::max(text.descent, (word.box.bottom - baseline) * pointsPerPixel);
+        const double from = along(word.box.left);
+        text.words.push_back(
+            {.text = word.text, .start = from, .width = along(word.box.right) - from});
     }
     return text;
 }

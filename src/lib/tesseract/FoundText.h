@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lib/tesseract/PageGeometry.h"
+#include "lib/tesseract/PixelBox.h"
 #include "page/TextLine.h"
 
 #include <string>
@@ -13,17 +14,13 @@ class TessBaseAPI;
 /** What Tesseract found on a straightened bitmap, in its pixels. */
 namespace korvane {
 
-/** Rows count downwards; `right` and `bottom` lie outside. */
 struct FoundWord {
     /** UTF-8. */
     std::string text;
     /** 0 to 100. */
     double confidence = 0;
     bool isInDictionary = false;
-    int left = 0;
-    int top = 0;
-    int right = 0;
-    int bottom = 0;
+    PixelBox box;
 
     /** Whether it is beyond doubt. */
     bool isCertain() const;

@@ -29,11 +29,11 @@ void eraseCertainWords(Pix* ink, const std::vector<FoundLine>& lines)
 {
     constexpr int margin = 3;
     for (const FoundLine& line : lines)
-        for (const FoundWord& word : line.words)
-            if (word.isCertain())
-                pixRasterop(ink, word.left - margin, word.top - margin,
-                            word.right - word.left + 2 * margin,
-                            word.bottom - word.top + 2 * margin, PIX_CLR, nullptr, 0, 0);
+        for (const FoundWord& word : line.words) {
+            if (!word.isCertain()) continue;
+            const PixelBox box = word.box.grownBy(margin);
+            pixRasterop(ink, box.left, box.top, box.width(), box.height(), PIX_CLR, nullptr, 0, 0);
+        }
 }
 
 bool looksLikeLine(Pix* ink, Box* box, double resolution)
@@ -50,17 +50,10 @@ bool looksLikeLine(Pix* ink, Box* box, double resolution)
            share <= static_cast<l_float32>(maxInkShare);
 }
 
-/** The strip in which a line is, read after so many turns of the page. */
-std::ptrdiff_t stripOf(const FoundLine& line, int quarterTurns, const std::vector<Strip>& strips,
-                       int pageWidth, int pageHeight)
+std::ptrdiff_t stripAt(PixelPoint point, const std::vector<PixelBox>& strips)
 {
-    const FoundWord& word = line.words.front();
-    const double x = (word.left + word.right) / 2.0;
-    const double y = (word.top + word.bottom) / 2.0;
-    const double uprightX = quarterTurns == 1 ? y : pageWidth - y;
-    const double uprightY = quarterTurns == 1 ? pageHeight - x : x;
-    const auto found = std::ranges::find_if(
-        strips, [&](const Strip& strip) { return strip.contains(uprightX, uprightY); });
+    const auto found =
+        std::ranges::find_if(strips, [&](const PixelBox& strip) { return strip.contains(point); });
     return found == strips.end() ? -1 : found - strips.begin();
 }
 
@@ -71,10 +64,41 @@ bool readsWell(const FoundLine& line)
     return bytes >= minBytes && line.confidence() >= minConfidence;
 }
 
+struct LineInStrip {
+    FoundLine line;
+    /** Its index. */
+    std::size_t strip;
+};
+
+/** What was read in one of the two directions. */
+struct DirectionReading {
+    std::vector<LineInStrip> lines;
+    /** For each strip: the bytes that were read in it, weighted with their confidence. */
+    std::vector<double> weights;
+};
+
+/** The lines that read well, for which `onUprightPage` tells where a point of them was before the
+ *  page was turned. */
+template <typename Mapping>
+DirectionReading sortIntoStrips(std::vector<FoundLine> lines, const std::vector<PixelBox>& strips,
+                                Mapping onUprightPage)
+{
+    DirectionReading reading{.weights = std::vector<double>(strips.size())};
+    for (FoundLine& line : lines) {
+        const auto found = stripAt(onUprightPage(line.words.front().box.center()), strips);
+        if (found < 0 || !readsWell(line)) continue;
+        const auto strip = static_cast<std::size_t>(found);
+        for (const FoundWord& word : line.words)
+            reading.weights[strip] += word.confidence * static_cast<double>(word.text.size());
+        reading.lines.push_back({.line = std::move(line), .strip = strip});
+    }
+    return reading;
+}
+
 } // namespace
 
-std::vector<Strip> findStrips(const CleanedPage& straight, const std::vector<FoundLine>& lines,
-                              double resolution)
+std::vector<PixelBox> findStrips(const CleanedPage& straight, const std::vector<FoundLine>& lines,
+                                 double resolution)
 {
     const OwnedPix rest(pixCopy(nullptr, straight.ink.get()));
     if (!rest) return {};
@@ -82,7 +106,7 @@ std::vector<Strip> findStrips(const CleanedPage& straight, const std::vector<Fou
     const int gap = std::max(1, static_cast<int>(std::lround(wordGap * resolution)));
     const OwnedPix joined(pixCloseSafeBrick(nullptr, rest.get(), 1, gap));
     if (!joined) return {};
-    std::vector<Strip> strips;
+    std::vector<PixelBox> strips;
     Boxa* boxes = pixConnComp(joined.get(), nullptr, 8);
     const int count = boxes ? boxaGetCount(boxes) : 0;
     for (int index = 0; index < count && strips.size() < maxStrips; ++index) {
@@ -90,68 +114,52 @@ std::vector<Strip> findStrips(const CleanedPage& straight, const std::vector<Fou
         l_int32 x = 0, y = 0, width = 0, height = 0;
         boxGetGeometry(box, &x, &y, &width, &height);
         if (looksLikeLine(rest.get(), box, resolution))
-            strips.push_back({.left = x - padding,
-                              .top = y - padding,
-                              .right = x + width + padding,
-                              .bottom = y + height + padding});
+            strips.push_back(PixelBox{x, y, x + width, y + height}.grownBy(padding));
         boxDestroy(&box);
     }
     boxaDestroy(&boxes);
     return strips;
 }
 
-OwnedPix stripsAlone(const OwnedPix& gray, const std::vector<Strip>& strips, int quarterTurns)
+OwnedPix stripsAlone(const OwnedPix& gray, const std::vector<PixelBox>& strips, int quarterTurns)
 {
     const OwnedPix alone(pixCreateTemplate(gray.get()));
     if (!alone) return nullptr;
     pixSetAll(alone.get());
-    for (const Strip& strip : strips)
-        pixRasterop(alone.get(), strip.left, strip.top, strip.right - strip.left,
-                    strip.bottom - strip.top, PIX_SRC, gray.get(), strip.left, strip.top);
+    for (const PixelBox& strip : strips)
+        pixRasterop(alone.get(), strip.left, strip.top, strip.width(), strip.height(), PIX_SRC,
+                    gray.get(), strip.left, strip.top);
     return OwnedPix(pixRotateOrth(alone.get(), quarterTurns));
 }
 
-SidewaysLines chooseDirections(const std::vector<Strip>& strips, std::vector<FoundLine> turnedOnce,
+SidewaysLines chooseDirections(const std::vector<PixelBox>& strips,
+                               std::vector<FoundLine> turnedOnce,
                                std::vector<FoundLine> turnedThrice, int pageWidth, int pageHeight)
 {
-    // By strip: how many bytes were read in either direction, weighted with their confidence.
-    std::vector<std::pair<double, double>> weights(strips.size());
-    const auto weigh = [&](std::vector<FoundLine>& lines, int turns, auto member) {
-        std::erase_if(lines, [&](const FoundLine& line) {
-            const std::ptrdiff_t strip = stripOf(line, turns, strips, pageWidth, pageHeight);
-            if (strip < 0 || !readsWell(line)) return true;
-            for (const FoundWord& word : line.words)
-                weights[static_cast<std::size_t>(strip)].*member +=
-                    word.confidence * static_cast<double>(word.text.size());
-            return false;
-        });
-    };
-    weigh(turnedOnce, 1, &std::pair<double, double>::first);
-    weigh(turnedThrice, 3, &std::pair<double, double>::second);
-    const auto dropOther = [&](std::vector<FoundLine>& lines, int turns) {
-        std::erase_if(lines, [&](const FoundLine& line) {
-            const auto& [once, thrice] = weights[static_cast<std::size_t>(
-                stripOf(line, turns, strips, pageWidth, pageHeight))];
-            return turns == 1 ? thrice > once : once >= thrice;
-        });
-    };
-    dropOther(turnedOnce, 1);
-    dropOther(turnedThrice, 3);
-    SidewaysLines chosen{.turnedOnce = std::move(turnedOnce),
-                         .turnedThrice = std::move(turnedThrice)};
+    auto once = sortIntoStrips(std::move(turnedOnce), strips, [pageHeight](PixelPoint turned) {
+        return PixelPoint{.x = turned.y, .y = pageHeight - turned.x};
+    });
+    auto thrice = sortIntoStrips(std::move(turnedThrice), strips, [pageWidth](PixelPoint turned) {
+        return PixelPoint{.x = pageWidth - turned.y, .y = turned.x};
+    });
+    SidewaysLines chosen;
+    for (LineInStrip& read : once.lines)
+        if (once.weights[read.strip] >= thrice.weights[read.strip])
+            chosen.turnedOnce.push_back(std::move(read.line));
+    for (LineInStrip& read : thrice.lines)
+        if (thrice.weights[read.strip] > once.weights[read.strip])
+            chosen.turnedThrice.push_back(std::move(read.line));
     for (std::size_t index = 0; index < strips.size(); ++index)
-        if (weights[index].first + weights[index].second > 0)
-            chosen.strips.push_back(strips[index]);
+        if (once.weights[index] + thrice.weights[index] > 0) chosen.strips.push_back(strips[index]);
     return chosen;
 }
 
-void dropWordsInStrips(std::vector<FoundLine>& lines, const std::vector<Strip>& strips)
+void dropWordsInStrips(std::vector<FoundLine>& lines, const std::vector<PixelBox>& strips)
 {
     for (FoundLine& line : lines)
         std::erase_if(line.words, [&](const FoundWord& word) {
-            return std::ranges::any_of(strips, [&](const Strip& strip) {
-                return !word.isCertain() && strip.contains((word.left + word.right) / 2.0,
-                                                           (word.top + word.bottom) / 2.0);
+            return std::ranges::any_of(strips, [&](const PixelBox& strip) {
+                return !word.isCertain() && strip.contains(word.box.center());
             });
         });
     std::erase_if(lines, [](const FoundLine& line) { return line.words.empty(); });

@@ -2,31 +2,20 @@
 
 #include "lib/tesseract/FoundText.h"
 #include "lib/tesseract/PagePreparation.h"
+#include "lib/tesseract/PixelBox.h"
 
 #include <vector>
 
-/** Lines that stand on their side on an upright page: labels along the margin, spines, stamps. */
+/** Lines that stand on their side on an upright page: labels along the margin, spines, stamps. They
+ *  are looked for in strips of the straightened page. */
 namespace korvane {
 
-/** A strip of a straightened page where a line may stand on its side; rows count downwards. */
-struct Strip {
-    int left = 0;
-    int top = 0;
-    int right = 0;
-    int bottom = 0;
-
-    bool contains(double x, double y) const
-    {
-        return x >= left && x < right && y >= top && y < bottom;
-    }
-};
-
 /** Where ink that is no part of the certain words of `lines` forms tall strips. */
-std::vector<Strip> findStrips(const CleanedPage& straight, const std::vector<FoundLine>& lines,
-                              double resolution);
+std::vector<PixelBox> findStrips(const CleanedPage& straight, const std::vector<FoundLine>& lines,
+                                 double resolution);
 
 /** The page's strips alone, turned clockwise by quarter turns, on white. */
-OwnedPix stripsAlone(const OwnedPix& gray, const std::vector<Strip>& strips, int quarterTurns);
+OwnedPix stripsAlone(const OwnedPix& gray, const std::vector<PixelBox>& strips, int quarterTurns);
 
 /** Of the lines that were recognized on the strips turned once and turned three times: those of the
  *  direction in which their strip reads well. The first direction's come first. */
@@ -34,12 +23,13 @@ struct SidewaysLines {
     std::vector<FoundLine> turnedOnce;
     std::vector<FoundLine> turnedThrice;
     /** The strips that these are in. */
-    std::vector<Strip> strips;
+    std::vector<PixelBox> strips;
 };
-SidewaysLines chooseDirections(const std::vector<Strip>& strips, std::vector<FoundLine> turnedOnce,
+SidewaysLines chooseDirections(const std::vector<PixelBox>& strips,
+                               std::vector<FoundLine> turnedOnce,
                                std::vector<FoundLine> turnedThrice, int pageWidth, int pageHeight);
 
 /** Leaves out the words of upright lines that were read into strips. */
-void dropWordsInStrips(std::vector<FoundLine>& lines, const std::vector<Strip>& strips);
+void dropWordsInStrips(std::vector<FoundLine>& lines, const std::vector<PixelBox>& strips);
 
 } // namespace korvane
