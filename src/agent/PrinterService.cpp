@@ -60,6 +60,8 @@ PrinterService::PrinterService(AgentEnvironment environment)
       printerUUID_(loadOrCreatePrinterUUID(environment_.store.supportDirectory(), log_)),
       unsavedJobs_(environment_.server.queues.main(),
                    [this](std::shared_ptr<SpooledJob> job) { pipeline_->process(std::move(job)); }),
+      hostNames_(environment_.hostNames.watch(environment_.server.queues.main(),
+                                              [this] { hostNameChanged(); })),
       shared_{.settings = environment_.store.defaultSettings()}
 {
 }
@@ -199,8 +201,8 @@ PrinterCallbacks PrinterService::makeCallbacks()
                     if (const auto self = weak.lock()) self->pipeline_->process(std::move(job));
                 },
             .documentRefused =
-                [weak, &main = environment_.server.queues.main()](
-                    const std::filesystem::path& document) {
+                [weak,
+                 &main = environment_.server.queues.main()](const std::filesystem::path& document) {
                     main.async([weak, document] {
                         if (const auto self = weak.lock()) self->handleRefusedDocument(document);
                     });
@@ -218,6 +220,14 @@ void PrinterService::stopServer()
     setAdvertisedPort(0);
 }
 
+void PrinterService::hostNameChanged()
+{
+    if (!ippServer_) return;
+    log_.note(fmt::format("PrinterService: this host is now {}.local, advertising again",
+                          environment_.hostNames.current().value_or("Mac")));
+    ippServer_->republish();
+}
+
 void PrinterService::stop()
 {
     stopServer();
@@ -226,7 +236,7 @@ void PrinterService::stop()
 PrinterDescriptor PrinterService::makeDescriptor() const
 {
     const Shared state = shared();
-    const std::string host = environment_.hostName.value_or("Mac");
+    const std::string host = environment_.hostNames.current().value_or("Mac");
     const std::string port =
         state.advertisedPort == 0 ? "" : fmt::format(":{}", state.advertisedPort);
     return {.name = state.settings.printerName,

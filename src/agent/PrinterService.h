@@ -65,6 +65,7 @@ private:
     void recovered(const std::vector<std::shared_ptr<SpooledJob>>& jobs);
     void startServer();
     void stopServer();
+    void hostNameChanged();
     PrinterCallbacks makeCallbacks();
     PrinterDescriptor makeDescriptor() const;
     void handleCompletedJob(const CompletedJob& job);
@@ -93,6 +94,7 @@ private:
     /** One at a time, so that two notes do not both make the same folder. */
     std::deque<PendingNote> notes_;
 
+    const std::unique_ptr<Subscription> hostNames_;
     mutable std::mutex mutex_;
     Shared shared_;
 };
