@@ -53,7 +53,8 @@ IntakeError JobIntake::refuse(const std::string& jobName, const DocumentFile& do
     if (const auto* storage = std::get_if<StorageFailed>(&error.value))
         refusal.storage = storage->error;
     if (!refusal.isRefusal || document.length == 0) return refusal;
-    const auto kept = environment_.spool.keepRefused(jobName, document);
+    const std::filesystem::path savedName = printer_.ticket(jobName).fileName;
+    const auto kept = environment_.spool.keepRefused(savedName.stem(), document);
     if (kept) {
         refusal.keptAt = *kept;
     } else {

@@ -69,7 +69,8 @@ public:
      *  running process still writes stays, and so does what a job of `recover` needs. */
     void removeStrays(const std::filesystem::path& saveDirectory) const;
 
-    /** Keeps the bytes of a document that was refused in `unsaved/`, and says where. */
+    /** Keeps the bytes of a document that was refused in `unsaved/`, under a name that a file can
+     *  have, and says where. */
     Result<std::filesystem::path, SystemError> keepRefused(const std::string& name,
                                                            const DocumentFile& document);
 

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -180,6 +182,22 @@ TEST_F(PrinterServiceTest, KeepsJobsWhileTheirFolderIsAway)
     EXPECT_EQ(scans.read("away/Letter 2025-03-01 140509.pdf"), "%PDF kept");
     EXPECT_EQ(scans.read("away/Notes 2025-03-01 140509.pdf"), "%PDF kept");
     EXPECT_TRUE(std::filesystem::is_empty(spool->unsavedFolder()));
+}
+
+TEST_F(PrinterServiceTest, TellsOfDocumentsThatCannotBeReadOnceAMinute)
+{
+    desktop.notifications->configure();
+    startPrinter();
+    for (int document = 0; document < 2; ++document)
+        EXPECT_EQ(ask(network.latest(), printJob("Odd", "neither")).code, 0x040A);
+    ASSERT_EQ(notifications.requests.size(), 1U);
+    notifications.choose(NotificationResponse::defaultAction);
+    ASSERT_EQ(screen.shown.size(), 1U);
+    std::ifstream kept(screen.shown[0]);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "neither");
+    queues.advance(std::chrono::minutes(1));
+    ask(network.latest(), printJob("Odd", "neither"));
+    EXPECT_EQ(notifications.requests.size(), 2U);
 }
 
 TEST_F(PrinterServiceTest, FinishesWhatAnEarlierAgentLeftBeforeItTakesJobs)

@@ -131,10 +131,11 @@ TEST_F(Receiving, AChunkedDocumentIsRefusedAsSoonAsThereIsNoRoomForMore)
 
 TEST_F(Receiving, ADocumentThatCannotBeReadIsKeptAndItsSenderAndTheUserAreTold)
 {
-    const IPPMessage refusal = ask(request(0x0002, named("Poster"), "%!PS-Adobe-3.0"));
+    const IPPMessage refusal = ask(request(0x0002, named("Poster 1/2"), "%!PS-Adobe-3.0"));
     EXPECT_EQ(refusal.code, formatNotSupported);
     EXPECT_EQ(jobOf(refusal), "none");
     ASSERT_THAT(refused, SizeIs(1));
+    EXPECT_EQ(refused.front().filename(), "Poster 1_2");
     EXPECT_EQ(spool.state.read(refused.front().lexically_relative(spool.state.path())),
               "%!PS-Adobe-3.0");
     EXPECT_THAT(log.errors(),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/DocumentMapping.h"
+#include "document/FileNaming.h"
 #include "ipp/IPPCodec.h"
 #include "server/IPPServer.h"
 #include "support/FakeDocuments.h"
@@ -52,7 +53,7 @@ protected:
                 },
             .ticket =
                 [](const std::string& name) {
-                    return JobTicket{.jobName = name, .fileName = name + ".pdf"};
+                    return JobTicket{.jobName = name, .fileName = sanitizedJobName(name) + ".pdf"};
                 },
             .jobAccepted = [this](const std::shared_ptr<SpooledJob>& job) { keep(*job); },
             .documentRefused =
