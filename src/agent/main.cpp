@@ -1,6 +1,7 @@
 #include "agent/AgentAppDelegate.h"
 #include "base/Clock.h"
 #include "base/FileDescriptor.h"
+#include "base/HeapMemory.h"
 #include "base/HostName.h"
 #include "base/User.h"
 #include "config/SettingsStore.h"
@@ -26,6 +27,7 @@
 #include "recognition/OCR.h"
 #include "recognition/WorkerDocuments.h"
 #include "spool/Spool.h"
+#include "workerpool/Confinement.h"
 #include "workerpool/WorkerPool.h"
 #include "workerpool/WorkerProcess.h"
 
@@ -52,6 +54,7 @@ int main()
     // Before any thread starts, so that every thread inherits what is blocked.
     const ProcessSignals signals;
     raiseDescriptorLimit();
+    limitHeaps();
 
     const auto log =
         makeSystemLog({.subsystem = "org.korvane.Agent", .category = "app"}, STDERR_FILENO);
@@ -64,7 +67,8 @@ int main()
     RouteNetlinkPaths paths;
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
-    WorkerPool workers(queues, std::make_unique<WorkerProcessLauncher>());
+    WorkerPool workers(queues, std::make_unique<ConfinementReporter>(
+                                   std::make_unique<WorkerProcessLauncher>(), *log));
     WorkerDocuments documents(workers);
     // After the workers, whose last answers it takes: queues end in the order in which they begin.
     OCR ocr(queues, documents, languagesOfCodes(currentUserLocales()), *log);
