@@ -39,6 +39,8 @@ PrinterService::PrinterService(AgentEnvironment environment)
       printerUUID_(loadOrCreatePrinterUUID(environment_.store.supportDirectory(), log_)),
       notes_(std::make_shared<NoteQueue>(environment_.server.queues, log_,
                                          environment_.desktop.alert, environment_.desktop.addNote)),
+      hostNames_(environment_.hostNames.watch(environment_.server.queues.main(),
+                                              [this] { hostNameChanged(); })),
       shared_{.settings = environment_.store.defaultSettings()}
 {
 }
@@ -168,6 +170,14 @@ void PrinterService::stopServer()
     setAdvertisedPort(0);
 }
 
+void PrinterService::hostNameChanged()
+{
+    if (!ippServer_) return;
+    log_.note(fmt::format("PrinterService: this host is now {}.local, advertising again",
+                          environment_.hostNames.current().value_or("Mac")));
+    ippServer_->republish();
+}
+
 void PrinterService::stop()
 {
     stopServer();
@@ -176,7 +186,7 @@ void PrinterService::stop()
 PrinterDescriptor PrinterService::makeDescriptor() const
 {
     const Shared state = shared();
-    const std::string host = environment_.hostName.value_or("Mac");
+    const std::string host = environment_.hostNames.current().value_or("Mac");
     const std::string port =
         state.advertisedPort == 0 ? "" : fmt::format(":{}", state.advertisedPort);
     return {.name = state.settings.printerName,

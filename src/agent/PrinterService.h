@@ -51,6 +51,7 @@ private:
 
     void startServer();
     void stopServer();
+    void hostNameChanged();
     PrinterCallbacks makeCallbacks();
     PrinterDescriptor makeDescriptor() const;
     Shared shared() const;
@@ -68,6 +69,7 @@ private:
     /** Those whose open connections are not finished. */
     std::vector<std::shared_ptr<IPPServer>> stoppedServers_;
 
+    const std::unique_ptr<Subscription> hostNames_;
     mutable std::mutex mutex_;
     Shared shared_;
 };

@@ -20,6 +20,7 @@
 #include "lib/systemd/ServiceManager.h"
 #include "lib/systemd/SystemLog.h"
 #include "lib/systemd/SystemSessionBus.h"
+#include "net/HostNames.h"
 #include "net/RouteNetlinkPaths.h"
 #include "net/SocketNetwork.h"
 #include "recognition/LanguageNames.h"
@@ -61,7 +62,8 @@ int main()
     SystemQueues queues(*log);
     FolderQueues folders(queues.background());
     SocketNetwork network;
-    AvahiServiceDirectory directory;
+    HostNames hostNames;
+    AvahiServiceDirectory directory(systemBusAddress(), hostNames, *log);
     RouteNetlinkPaths paths;
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
@@ -88,7 +90,7 @@ int main()
     const auto delegate = std::make_shared<AgentAppDelegate>(
         KORVANE_BUILD,
         AgentEnvironment{.store = store,
-                         .hostName = hostName(),
+                         .hostNames = hostNames,
                          .server = {.queues = queues,
                                     .network = network,
                                     .clock = clock,

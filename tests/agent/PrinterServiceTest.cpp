@@ -53,7 +53,7 @@ protected:
     }
 
     std::shared_ptr<PrinterService> service = std::make_shared<PrinterService>(
-        AgentEnvironment{store, "Office Mac", environment, jobs, desktop});
+        AgentEnvironment{store, hostNames, environment, jobs, desktop});
 };
 
 TEST_F(PrinterServiceTest, DescribesThePrinterWithItsPortOnceItIsReady)
@@ -69,6 +69,17 @@ TEST_F(PrinterServiceTest, DescribesThePrinterWithItsPortOnceItIsReady)
     EXPECT_EQ(printerAttribute("printer-uuid"), "urn:uuid:" + home.read("Korvane/printer-uuid"));
     EXPECT_THAT(directory.live, ElementsAre("Office"));
     EXPECT_EQ(log.count("PrinterService: ready on port 8631, Bonjour advertising"), 1);
+}
+
+TEST_F(PrinterServiceTest, NamesTheHostAsItIsFoundOnTheNetwork)
+{
+    startPrinter();
+    hostNames.setAnswering(HostNames::Answering{"desk-2", std::nullopt});
+    EXPECT_EQ(printerURI(), "ipp://desk-2.local.:8631/ipp/print");
+    EXPECT_EQ(printerAttribute("printer-location"), "desk-2");
+    EXPECT_EQ(directory.asked.size(), 2U);
+    EXPECT_EQ(directory.asked.back().txt.at("note"), "desk-2");
+    EXPECT_EQ(log.count("PrinterService: this host is now desk-2.local, advertising again"), 1);
 }
 
 TEST_F(PrinterServiceTest, MovesToAnotherPort)
@@ -197,7 +208,7 @@ TEST_F(PrinterServiceTest, FinishesWhatAnEarlierAgentLeftBeforeItTakesJobs)
     const auto stray = scans.write(".~korvane-00000000-0000-4000-8000-000000000000", "half");
     choose({});
     service = std::make_shared<PrinterService>(
-        AgentEnvironment{store, "Office Mac", environment, jobs, desktop});
+        AgentEnvironment{store, hostNames, environment, jobs, desktop});
     service->start();
     EXPECT_THAT(network.listeners, IsEmpty());
     queues.run();

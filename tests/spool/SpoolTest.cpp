@@ -1,6 +1,7 @@
 #include "spool/Spool.h"
 
 #include "base/FileWriting.h"
+#include "spool/SaveFolder.h"
 #include "support/TemporaryFolder.h"
 
 #include <fcntl.h>
@@ -256,6 +257,14 @@ TEST_F(SpoolTest, LeavesTheReserveOfTheDiskFree)
     EXPECT_FALSE(spool->hasRoom(4 * half));
     TemporaryFolder other;
     EXPECT_FALSE(Spool(other.path(), {.reserve = 4 * half}).hasRoom(0));
+}
+
+/** Encrypted home folders take 143 bytes. */
+TEST(SaveFolder, CutsANameToWhatItsFileSystemTakes)
+{
+    const std::string name = std::string(250, 'n') + ".pdf";
+    EXPECT_EQ(numberedName(name, 1, 143), std::string(139, 'n') + ".pdf");
+    EXPECT_EQ(numberedName(name, 12, 143), std::string(136, 'n') + " 12.pdf");
 }
 
 } // namespace
