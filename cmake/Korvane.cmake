@@ -17,6 +17,24 @@ if(KORVANE_WARNINGS_AS_ERRORS)
     target_compile_options(korvane_warnings INTERFACE -Werror)
 endif()
 
+# What makes a flaw in the code harder to use: addresses that cannot be foreseen, tables of functions
+# that cannot be overwritten, and an end at the first overflow that is noticed. In all builds that are
+# optimized, so that an installation has it; a sanitizer has checks of its own.
+set(KORVANE_HARDENED FALSE)
+if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$"
+        AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    set(KORVANE_HARDENED TRUE)
+    add_compile_options(-fPIE -fstack-protector-strong -fstack-clash-protection
+        # A distribution may have set another level.
+        -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+        add_compile_options(-fcf-protection)
+    elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
+        add_compile_options(-mbranch-protection=standard)
+    endif()
+    add_link_options(-pie LINKER:-z,relro,-z,now,-z,noexecstack)
+endif()
+
 # korvane_library(<folder under src> SOURCES ... [LINKS <public>...] [PRIVATE_LINKS <private>...])
 # makes the target korvane_<folder>, slashes written as underscores. A folder of headers alone has no
 # SOURCES.

@@ -7,12 +7,12 @@
 #include "document/JobPipeline.h"
 #include "lib/systemd/ServiceManager.h"
 #include "lib/systemd/SessionBus.h"
+#include "net/HostNames.h"
 #include "server/IPPServer.h"
 
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace korvane {
@@ -35,8 +35,7 @@ struct DesktopEnvironment {
 /** All that the agent stands on. What is referred to outlives it. */
 struct AgentEnvironment {
     const SettingsStore& store;
-    /** The computer's name, if it has one. */
-    std::optional<std::string> hostName;
+    HostNames& hostNames;
     ServerEnvironment server;
     JobEnvironment jobs;
     DesktopEnvironment desktop;

@@ -2,12 +2,9 @@
 
 #include "config/PrinterIdentity.h"
 #include "document/FileNaming.h"
-#include "text/Text.h"
 
 #include <fmt/format.h>
 
-#include <exception>
-#include <set>
 #include <utility>
 
 namespace korvane {
@@ -15,12 +12,6 @@ namespace korvane {
 namespace {
 
 constexpr const char* resourcePath = "/ipp/print";
-
-/** Notes that wait while a slow application makes one. */
-constexpr std::size_t maxNotes = 64;
-
-/** A client that sends one unreadable document after the other is told to the user once. */
-constexpr std::chrono::minutes betweenRefusedDocuments{1};
 
 /** What clients see in the moment in which the service is gone and its server is not yet. */
 PrinterDescriptor fallbackDescriptor()
@@ -41,25 +32,15 @@ JobTicket makeTicket(const SettingsStore& store, const Clock& clock, const std::
             .fileName = fileName(jobName, now)};
 }
 
-/** Running out of memory fails this note only, not those that wait behind it. */
-Result<void, std::string> makeNote(const AddNote& addNote, const CompletedJob& job,
-                                   const std::string& folder)
-{
-    try {
-        return addNote(job.jobName, job.plainText, folder, job.pdfURL);
-    } catch (const std::exception& error) {
-        return failure(std::string(error.what()));
-    }
-}
-
 } // namespace
 
 PrinterService::PrinterService(AgentEnvironment environment)
     : environment_(std::move(environment)), log_(environment_.server.log),
-      launch_(environment_.jobs.clock.now()),
       printerUUID_(loadOrCreatePrinterUUID(environment_.store.supportDirectory(), log_)),
-      unsavedJobs_(environment_.server.queues.main(),
-                   [this](std::shared_ptr<SpooledJob> job) { pipeline_->process(std::move(job)); }),
+      notes_(std::make_shared<NoteQueue>(environment_.server.queues, log_,
+                                         environment_.desktop.alert, environment_.desktop.addNote)),
+      hostNames_(environment_.hostNames.watch(environment_.server.queues.main(),
+                                              [this] { hostNameChanged(); })),
       shared_{.settings = environment_.store.defaultSettings()}
 {
 }
@@ -78,53 +59,23 @@ void PrinterService::setAdvertisedPort(std::uint16_t port)
 
 void PrinterService::start()
 {
-    pipeline_ = std::make_shared<JobPipeline>(
-        environment_.jobs, JobHandlers{.completed =
-                                           [weak = weak_from_this()](const CompletedJob& job) {
-                                               if (const auto self = weak.lock())
-                                                   self->handleCompletedJob(job);
-                                           },
-                                       .unsaved =
-                                           [weak = weak_from_this()](const UnsavedJob& job) {
-                                               if (const auto self = weak.lock())
-                                                   self->handleUnsavedJob(job);
-                                           }});
-    Queues& queues = environment_.jobs.queues;
-    queues.background().async([weak = weak_from_this(), &spool = environment_.server.spool,
-                               &main = queues.main(), &log = log_] {
-        if (const auto ours = spool.check(); !ours)
-            log.error("PrinterService: can't use the spool: " + ours.error().description());
-        main.async([weak, jobs = spool.recover()] {
-            if (const auto self = weak.lock()) self->recovered(jobs);
-        });
-    });
+    jobs_ = PrintJobs::make(environment_.jobs, environment_.desktop.notifications,
+                            [weak = weak_from_this()] {
+                                const auto self = weak.lock();
+                                return self ? self->shared().settings : AppSettings();
+                            });
     reload();
-}
-
-void PrinterService::recovered(const std::vector<std::shared_ptr<SpooledJob>>& jobs)
-{
-    isRecovered_ = true;
-    std::set<std::filesystem::path> folders = {shared().settings.saveDirectoryPath};
-    for (const auto& job : jobs) folders.insert(job->ticket().saveDirectory);
-    // Before any job of theirs, whose half-written file would look like a stray.
-    for (const auto& folder : folders) {
-        environment_.jobs.folders.of(folder)->async(
-            [folder, &spool = environment_.server.spool] { spool.removeStrays(folder); });
-    }
-    for (const auto& job : jobs) {
-        if (job->isSetAside()) {
-            unsavedJobs_.add(job);
-        } else {
-            pipeline_->process(job);
-        }
-    }
-    unsavedJobs_.tryAgain();
-    if (isConfigured(shared().settings) && !ippServer_) startServer();
+    jobs_->recover([weak = weak_from_this()] {
+        const auto self = weak.lock();
+        if (!self) return;
+        self->isRecovered_ = true;
+        if (isConfigured(self->shared().settings)) self->startServer();
+    });
 }
 
 void PrinterService::reload()
 {
-    unsavedJobs_.tryAgain();
+    jobs_->retryUnsaved();
     const AppSettings settings = environment_.store.loadSettings();
     {
         const std::scoped_lock lock(mutex_);
@@ -196,13 +147,14 @@ PrinterCallbacks PrinterService::makeCallbacks()
                           const std::string& jobName) { return makeTicket(store, clock, jobName); },
             .jobAccepted =
                 [weak](std::shared_ptr<SpooledJob> job) {
-                    if (const auto self = weak.lock()) self->pipeline_->process(std::move(job));
+                    if (const auto self = weak.lock()) self->jobs_->process(std::move(job));
                 },
             .documentRefused =
-                [weak, &main = environment_.server.queues.main()](
-                    const std::filesystem::path& document) {
+                [weak,
+                 &main = environment_.server.queues.main()](const std::filesystem::path& document) {
                     main.async([weak, document] {
-                        if (const auto self = weak.lock()) self->handleRefusedDocument(document);
+                        if (const auto self = weak.lock())
+                            self->jobs_->handleRefusedDocument(document);
                     });
                 }};
 }
@@ -218,6 +170,14 @@ void PrinterService::stopServer()
     setAdvertisedPort(0);
 }
 
+void PrinterService::hostNameChanged()
+{
+    if (!ippServer_) return;
+    log_.note(fmt::format("PrinterService: this host is now {}.local, advertising again",
+                          environment_.hostNames.current().value_or("Mac")));
+    ippServer_->republish();
+}
+
 void PrinterService::stop()
 {
     stopServer();
@@ -226,7 +186,7 @@ void PrinterService::stop()
 PrinterDescriptor PrinterService::makeDescriptor() const
 {
     const Shared state = shared();
-    const std::string host = environment_.hostName.value_or("Mac");
+    const std::string host = environment_.hostNames.current().value_or("Mac");
     const std::string port =
         state.advertisedPort == 0 ? "" : fmt::format(":{}", state.advertisedPort);
     return {.name = state.settings.printerName,
@@ -235,81 +195,9 @@ PrinterDescriptor PrinterService::makeDescriptor() const
             .location = host};
 }
 
-void PrinterService::handleCompletedJob(const CompletedJob& job)
-{
-    log_.note(fmt::format("PrinterService: job saved at {} ({} text chars)", job.pdfURL.string(),
-                          text::characterCount(job.plainText)));
-    environment_.desktop.notifications->postJobNotification(job, shared().settings.notesEnabled);
-    unsavedJobs_.jobSaved(job.pdfURL.parent_path());
-}
-
-void PrinterService::handleUnsavedJob(const UnsavedJob& unsaved)
-{
-    const JobTicket& ticket = unsaved.job->ticket();
-    if (!unsaved.writeError && !unsaved.wasSetAside) {
-        const std::string folder = ticket.accepted < launch_ ? ticket.saveDirectory.string()
-                                                             : shared().settings.saveDirectoryPath;
-        log_.note(fmt::format(
-            "PrinterService: save directory \"{}\" missing or unreadable, dropping job", folder));
-    }
-    const bool isToBeTold = unsavedJobs_.add(unsaved);
-    if (!unsaved.document.empty())
-        log_.note("PrinterService: document kept at " + unsaved.document.string());
-    if (!isToBeTold) return;
-    environment_.desktop.notifications->showUnsaved(
-        ticket.jobName, ticket.saveDirectory, unsaved.document,
-        unsaved.writeError ? unsaved.writeError->description() : "");
-}
-
-void PrinterService::handleRefusedDocument(const std::filesystem::path& document)
-{
-    const auto now = environment_.server.queues.main().now();
-    if (toldOfRefusedDocument_ && now - *toldOfRefusedDocument_ < betweenRefusedDocuments) return;
-    toldOfRefusedDocument_ = now;
-    environment_.desktop.notifications->showRefused(document);
-}
-
 void PrinterService::addToNotes(const CompletedJob& job)
 {
-    if (notes_.size() >= maxNotes) {
-        noteAdded(job, failure(std::string("Too many notes are waiting")));
-        return;
-    }
-    notes_.push_back({.job = job, .folder = shared().settings.notesFolder});
-    if (notes_.size() == 1) addNextNote();
-}
-
-void PrinterService::addNextNote()
-{
-    environment_.server.queues.utility().async([weak = weak_from_this(), note = notes_.front(),
-                                                addNote = environment_.desktop.addNote,
-                                                &main = environment_.server.queues.main()] {
-        const auto added = makeNote(addNote, note.job, note.folder);
-        main.async([weak, added] {
-            const auto self = weak.lock();
-            if (!self) return;
-            const PendingNote done = std::move(self->notes_.front());
-            self->notes_.pop_front();
-            if (!self->notes_.empty()) self->addNextNote();
-            self->noteAdded(done.job, added);
-        });
-    });
-}
-
-void PrinterService::noteAdded(const CompletedJob& job,
-                               const Result<void, std::string>& added) const
-{
-    if (added) {
-        log_.note("PrinterService: added note for " + job.jobName);
-    } else {
-        log_.error("PrinterService: NotesBridge failed: " + added.error());
-        showNotesError(added.error());
-    }
-}
-
-void PrinterService::showNotesError(const std::string& reason) const
-{
-    environment_.desktop.alert.warn("Couldn't add to Notes", reason);
+    notes_->add(job, shared().settings.notesFolder);
 }
 
 } // namespace korvane

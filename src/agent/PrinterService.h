@@ -1,23 +1,16 @@
 #pragma once
 
 #include "agent/AgentEnvironment.h"
-#include "base/Result.h"
+#include "agent/NoteQueue.h"
+#include "agent/PrintJobs.h"
 #include "config/AppSettings.h"
 #include "document/CompletedJob.h"
-#include "document/JobPipeline.h"
-#include "document/UnsavedJobs.h"
 #include "ipp/PrinterDescriptor.h"
 #include "server/IPPServer.h"
-#include "spool/JobTicket.h"
-#include "spool/SpooledJob.h"
 
-#include <chrono>
 #include <cstdint>
-#include <deque>
-#include <filesystem>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,43 +49,27 @@ private:
         std::uint16_t advertisedPort = 0;
     };
 
-    /** A note that is being made, or that waits for the one before it. */
-    struct PendingNote {
-        CompletedJob job;
-        std::string folder;
-    };
-
-    void recovered(const std::vector<std::shared_ptr<SpooledJob>>& jobs);
     void startServer();
     void stopServer();
+    void hostNameChanged();
     PrinterCallbacks makeCallbacks();
     PrinterDescriptor makeDescriptor() const;
-    void handleCompletedJob(const CompletedJob& job);
-    void handleUnsavedJob(const UnsavedJob& unsaved);
-    void handleRefusedDocument(const std::filesystem::path& document);
-    void addNextNote();
-    void noteAdded(const CompletedJob& job, const Result<void, std::string>& added) const;
-    void showNotesError(const std::string& reason) const;
     Shared shared() const;
     void setAdvertisedPort(std::uint16_t port);
 
     const AgentEnvironment environment_;
     Log& log_;
-    /** Jobs accepted earlier may be for another folder than that of the settings. */
-    const std::chrono::system_clock::time_point launch_;
     const std::string printerUUID_;
+    const std::shared_ptr<NoteQueue> notes_;
     /** Made by `start`. */
-    std::shared_ptr<JobPipeline> pipeline_;
-    UnsavedJobs unsavedJobs_;
+    std::shared_ptr<PrintJobs> jobs_;
+    /** No job is accepted before those that are in the spool are known. */
     bool isRecovered_ = false;
-    /** When the user was last told of one. */
-    std::optional<std::chrono::steady_clock::time_point> toldOfRefusedDocument_;
     std::shared_ptr<IPPServer> ippServer_;
     /** Those whose open connections are not finished. */
     std::vector<std::shared_ptr<IPPServer>> stoppedServers_;
-    /** One at a time, so that two notes do not both make the same folder. */
-    std::deque<PendingNote> notes_;
 
+    const std::unique_ptr<Subscription> hostNames_;
     mutable std::mutex mutex_;
     Shared shared_;
 };

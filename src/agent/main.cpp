@@ -1,6 +1,7 @@
 #include "agent/AgentAppDelegate.h"
 #include "base/Clock.h"
 #include "base/FileDescriptor.h"
+#include "base/HeapMemory.h"
 #include "base/HostName.h"
 #include "base/User.h"
 #include "config/SettingsStore.h"
@@ -19,12 +20,14 @@
 #include "lib/systemd/ServiceManager.h"
 #include "lib/systemd/SystemLog.h"
 #include "lib/systemd/SystemSessionBus.h"
+#include "net/HostNames.h"
 #include "net/RouteNetlinkPaths.h"
 #include "net/SocketNetwork.h"
 #include "recognition/LanguageNames.h"
 #include "recognition/OCR.h"
 #include "recognition/WorkerDocuments.h"
 #include "spool/Spool.h"
+#include "workerpool/Confinement.h"
 #include "workerpool/WorkerPool.h"
 #include "workerpool/WorkerProcess.h"
 
@@ -51,6 +54,7 @@ int main()
     // Before any thread starts, so that every thread inherits what is blocked.
     const ProcessSignals signals;
     raiseDescriptorLimit();
+    limitHeaps();
 
     const auto log =
         makeSystemLog({.subsystem = "org.korvane.Agent", .category = "app"}, STDERR_FILENO);
@@ -58,11 +62,13 @@ int main()
     SystemQueues queues(*log);
     FolderQueues folders(queues.background());
     SocketNetwork network;
-    AvahiServiceDirectory directory;
+    HostNames hostNames;
+    AvahiServiceDirectory directory(systemBusAddress(), hostNames, *log);
     RouteNetlinkPaths paths;
     const SystemClock clock;
     const SettingsStore store(currentUserFolders().configHome, hostName());
-    WorkerPool workers(queues, std::make_unique<WorkerProcessLauncher>());
+    WorkerPool workers(queues, std::make_unique<ConfinementReporter>(
+                                   std::make_unique<WorkerProcessLauncher>(), *log));
     WorkerDocuments documents(workers);
     // After the workers, whose last answers it takes: queues end in the order in which they begin.
     OCR ocr(queues, documents, languagesOfCodes(currentUserLocales()), *log);
@@ -84,7 +90,7 @@ int main()
     const auto delegate = std::make_shared<AgentAppDelegate>(
         KORVANE_BUILD,
         AgentEnvironment{.store = store,
-                         .hostName = hostName(),
+                         .hostNames = hostNames,
                          .server = {.queues = queues,
                                     .network = network,
                                     .clock = clock,

@@ -43,10 +43,10 @@ NormalizeError conversionError(const DocumentError& error)
     }
 }
 
-void convertRaster(const DocumentFile& raster, DocumentService& documents, const MakeFile& makeFile,
+void convertRaster(const DocumentFile& raster, DocumentService& documents, const Spool& spool,
                    const Completion& completion)
 {
-    auto made = makeFile();
+    auto made = spool.makeFile();
     if (!made)
         return completion(failure(NormalizeError{NormalizeError::StorageFailed{made.error()}}));
     const SharedDescriptor file = share(*std::move(made));
@@ -84,7 +84,7 @@ std::string NormalizeError::description() const
     return std::visit(Describe(), value);
 }
 
-void normalize(const DocumentFile& document, DocumentService& documents, const MakeFile& makeFile,
+void normalize(const DocumentFile& document, DocumentService& documents, const Spool& spool,
                const Completion& completion)
 {
     const auto start = firstBytes(document);
@@ -96,7 +96,7 @@ void normalize(const DocumentFile& document, DocumentService& documents, const M
     switch (format->conversion) {
     case DocumentFormat::Conversion::none: return completion(document);
     case DocumentFormat::Conversion::urf:
-        return convertRaster(document, documents, makeFile, completion);
+        return convertRaster(document, documents, spool, completion);
     }
 }
 

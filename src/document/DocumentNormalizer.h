@@ -2,7 +2,6 @@
 
 #include "base/Data.h"
 #include "base/DocumentFile.h"
-#include "base/FileDescriptor.h"
 #include "base/Result.h"
 #include "base/SystemError.h"
 #include "recognition/DocumentService.h"
@@ -43,26 +42,15 @@ struct NormalizeError {
     bool isRefusal() const { return value.index() < 2; }
 };
 
-/** Makes an empty file for a PDF. */
-using MakeFile = std::function<Result<FileDescriptor, SystemError>()>;
-
 /** Called once, perhaps on another queue; must not block. */
 using Completion = std::function<void(Result<DocumentFile, NormalizeError>)>;
 
 /**
  * Gives the document as PDF. PDF comes back as it is, without being looked into; other formats are
- * converted by a worker, in time in proportion to the document's pixels. Called where files may be
- * waited for.
+ * converted by a worker into a file of the spool, in time in proportion to the document's pixels.
+ * Called where files may be waited for.
  */
-void normalize(const DocumentFile& document, DocumentService& documents, const MakeFile& makeFile,
+void normalize(const DocumentFile& document, DocumentService& documents, const Spool& spool,
                const Completion& completion);
-
-/** The same with a file of the spool. */
-inline void normalize(const DocumentFile& document, DocumentService& documents, const Spool& spool,
-                      const Completion& completion)
-{
-    normalize(
-        document, documents, [&spool] { return spool.makeFile(); }, completion);
-}
 
 } // namespace korvane::DocumentNormalizer

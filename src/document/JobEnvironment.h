@@ -16,7 +16,7 @@ namespace korvane {
 struct JobEnvironment {
     Queues& queues;
     FolderQueues& folders;
-    const Spool& spool;
+    Spool& spool;
     const Clock& clock;
     Log& log;
     DocumentService& documents;

@@ -1,5 +1,7 @@
 #include "document/JobPipeline.h"
 
+#include "base/HeapMemory.h"
+
 #include <utility>
 
 namespace korvane {
@@ -39,7 +41,8 @@ void JobPipeline::process(std::shared_ptr<SpooledJob> job)
     saving->begin();
 }
 
-/** The job that waits longest takes the place of the one that has ended. */
+/** The job that waits longest takes the place of the one that has ended. After the last one, what a
+ *  burst of jobs took is given back. */
 void JobPipeline::jobEnded(const std::filesystem::path& folder) noexcept
 {
     std::shared_ptr<SavingJob> next;
@@ -48,13 +51,14 @@ void JobPipeline::jobEnded(const std::filesystem::path& folder) noexcept
         const auto jobs = folders_.find(folder);
         if (jobs->second.waiting.empty()) {
             if (--jobs->second.begun == 0) folders_.erase(jobs);
-            return;
+            if (!folders_.empty()) return;
+        } else {
+            next = std::move(jobs->second.waiting.front());
+            jobs->second.waiting.pop_front();
         }
-        next = std::move(jobs->second.waiting.front());
-        jobs->second.waiting.pop_front();
     }
     try {
-        next->begin();
+        next ? next->begin() : environment_.queues.background().async(returnFreeMemory);
     } catch (...) { // NOLINT(bugprone-empty-catch): the job publishes itself
     }
 }

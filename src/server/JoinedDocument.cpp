@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <tuple>
 #include <utility>
 
 namespace korvane {
@@ -22,7 +23,7 @@ Result<bool, SystemError> JoinedDocument::append(const DocumentFile& document)
     if (::lseek(target, end, SEEK_SET) != end) return failure(SystemError::last());
     const auto copied = copyBytes(document.file->get(), document.length, target);
     if (!copied) {
-        static_cast<void>(::ftruncate(target, end));
+        std::ignore = ::ftruncate(target, end);
         return failure(copied.error());
     }
     joined_.length += document.length;

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <new>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace korvane {
@@ -30,8 +31,7 @@ void raiseOOMScore()
     constexpr std::string_view maxScoreAdjustment = "1000";
     const FileDescriptor file(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
     if (file)
-        static_cast<void>(
-            ::write(file.get(), maxScoreAdjustment.data(), maxScoreAdjustment.size()));
+        std::ignore = ::write(file.get(), maxScoreAdjustment.data(), maxScoreAdjustment.size());
 }
 
 void lowerPriority()

@@ -13,9 +13,11 @@ struct WorkerPoolLimits {
     std::chrono::milliseconds idle = std::chrono::seconds(60);
     /** A retired worker that has not exited after so long is killed. */
     std::chrono::milliseconds grace = std::chrono::seconds(5);
-    /** A worker that has served so many requests or holds so many bytes is retired. */
+    /** A worker that has served so many requests, holds so many bytes or has run for so long on a
+     *  processor is retired. The sandbox ends one that has run for twice as long. */
     std::size_t requests = 10'000;
     std::size_t memory = std::size_t{350} << 20;
+    std::chrono::milliseconds processorTime = std::chrono::minutes(30);
 };
 
 } // namespace korvane

@@ -154,9 +154,15 @@ void WorkerSlot::ended(WorkerFailure reason)
     ended(std::move(outcome));
 }
 
+bool WorkerSlot::shouldRetire() const
+{
+    return served_ >= limits_.requests || worker_->memory() > limits_.memory ||
+           worker_->processorTime() > limits_.processorTime;
+}
+
 void WorkerSlot::becomeIdle()
 {
-    if (served_ >= limits_.requests || worker_->memory() > limits_.memory) return retire();
+    if (shouldRetire()) return retire();
     state_ = Idle{.timer = after(limits_.idle, &WorkerSlot::retire)};
 }
 

@@ -121,6 +121,7 @@ private:
     void setLimit(Busy& busy, milliseconds limit);
     void checkLimit();
     void ended(WorkerFailure reason);
+    bool shouldRetire() const;
     void becomeIdle();
     void sendRelease(std::uint16_t operation);
     void retire();

@@ -17,7 +17,7 @@ class AgentAppDelegateTest : public AgentFixture {
 protected:
     AgentAppDelegateTest()
         : delegate(std::make_shared<AgentAppDelegate>(
-              "0.1.0", AgentEnvironment{store, "Office Mac", environment, jobs, desktop},
+              "0.1.0", AgentEnvironment{store, hostNames, environment, jobs, desktop},
               [this](Task handler) {
                   signal = std::move(handler);
                   return nullptr;

@@ -172,6 +172,9 @@ protected:
     TestSpool spool;
     FolderQueues folders{queues.background()};
     SettingsStore store{home.path(), "Office Mac"};
+    /** What the user calls the machine. */
+    std::string systemName = "Office Mac";
+    HostNames hostNames{[this] { return systemName; }};
     ServerEnvironment environment{.queues = queues,
                                   .network = network,
                                   .clock = clock,

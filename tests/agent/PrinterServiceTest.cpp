@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,7 +53,7 @@ protected:
     }
 
     std::shared_ptr<PrinterService> service = std::make_shared<PrinterService>(
-        AgentEnvironment{store, "Office Mac", environment, jobs, desktop});
+        AgentEnvironment{store, hostNames, environment, jobs, desktop});
 };
 
 TEST_F(PrinterServiceTest, DescribesThePrinterWithItsPortOnceItIsReady)
@@ -67,6 +69,17 @@ TEST_F(PrinterServiceTest, DescribesThePrinterWithItsPortOnceItIsReady)
     EXPECT_EQ(printerAttribute("printer-uuid"), "urn:uuid:" + home.read("Korvane/printer-uuid"));
     EXPECT_THAT(directory.live, ElementsAre("Office"));
     EXPECT_EQ(log.count("PrinterService: ready on port 8631, Bonjour advertising"), 1);
+}
+
+TEST_F(PrinterServiceTest, NamesTheHostAsItIsFoundOnTheNetwork)
+{
+    startPrinter();
+    hostNames.setAnswering(HostNames::Answering{"desk-2", std::nullopt});
+    EXPECT_EQ(printerURI(), "ipp://desk-2.local.:8631/ipp/print");
+    EXPECT_EQ(printerAttribute("printer-location"), "desk-2");
+    EXPECT_EQ(directory.asked.size(), 2U);
+    EXPECT_EQ(directory.asked.back().txt.at("note"), "desk-2");
+    EXPECT_EQ(log.count("PrinterService: this host is now desk-2.local, advertising again"), 1);
 }
 
 TEST_F(PrinterServiceTest, MovesToAnotherPort)
@@ -171,6 +184,22 @@ TEST_F(PrinterServiceTest, KeepsJobsWhileTheirFolderIsAway)
     EXPECT_TRUE(std::filesystem::is_empty(spool->unsavedFolder()));
 }
 
+TEST_F(PrinterServiceTest, TellsOfDocumentsThatCannotBeReadOnceAMinute)
+{
+    desktop.notifications->configure();
+    startPrinter();
+    for (int document = 0; document < 2; ++document)
+        EXPECT_EQ(ask(network.latest(), printJob("Odd", "neither")).code, 0x040A);
+    ASSERT_EQ(notifications.requests.size(), 1U);
+    notifications.choose(NotificationResponse::defaultAction);
+    ASSERT_EQ(screen.shown.size(), 1U);
+    std::ifstream kept(screen.shown[0]);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "neither");
+    queues.advance(std::chrono::minutes(1));
+    ask(network.latest(), printJob("Odd", "neither"));
+    EXPECT_EQ(notifications.requests.size(), 2U);
+}
+
 TEST_F(PrinterServiceTest, FinishesWhatAnEarlierAgentLeftBeforeItTakesJobs)
 {
     service.reset();
@@ -179,7 +208,7 @@ TEST_F(PrinterServiceTest, FinishesWhatAnEarlierAgentLeftBeforeItTakesJobs)
     const auto stray = scans.write(".~korvane-00000000-0000-4000-8000-000000000000", "half");
     choose({});
     service = std::make_shared<PrinterService>(
-        AgentEnvironment{store, "Office Mac", environment, jobs, desktop});
+        AgentEnvironment{store, hostNames, environment, jobs, desktop});
     service->start();
     EXPECT_THAT(network.listeners, IsEmpty());
     queues.run();

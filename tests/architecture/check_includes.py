@@ -11,7 +11,7 @@ import sys
 
 FOREIGN = {
     "asio": r"asio(\.hpp$|/)",
-    "avahi": r"avahi-(client|common|core)/",
+    "avahi": r"avahi-(common|core)/",
     "cld2": r"cld2/",
     "fribidi": r"fribidi",
     "leptonica": r"leptonica/",

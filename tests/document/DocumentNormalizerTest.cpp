@@ -1,6 +1,7 @@
 #include "document/DocumentNormalizer.h"
 
 #include "support/FakeDocuments.h"
+#include "support/TemporaryFolder.h"
 #include "support/TestDocument.h"
 
 #include <gtest/gtest.h>
@@ -16,11 +17,7 @@ protected:
     Result<DocumentFile, DocumentNormalizer::NormalizeError> normalize(const DocumentFile& document)
     {
         std::optional<Result<DocumentFile, DocumentNormalizer::NormalizeError>> normalized;
-        const auto makeFile = [this]() -> Result<FileDescriptor, SystemError> {
-            if (isDiskFull) return failure(SystemError{ENOSPC});
-            return FileDescriptor(::dup(unnamedFile()->get()));
-        };
-        DocumentNormalizer::normalize(document, documents, makeFile,
+        DocumentNormalizer::normalize(document, documents, isSpoolBusy ? otherSpool : spool,
                                       [&](auto result) { normalized = std::move(result); });
         return *std::move(normalized);
     }
@@ -30,12 +27,15 @@ protected:
         const auto pdf = normalize(documentFile(document));
         EXPECT_FALSE(pdf);
         if (pdf) return "none";
-        EXPECT_EQ(pdf.error().isRefusal(), !isDiskFull && !workersFail) << document;
+        EXPECT_EQ(pdf.error().isRefusal(), !isSpoolBusy && !workersFail) << document;
         return pdf.error().description();
     }
 
+    TemporaryFolder folder;
+    Spool spool{folder.path()};
+    Spool otherSpool{folder.path()};
     FakeDocuments documents;
-    bool isDiskFull = false;
+    bool isSpoolBusy = false;
     bool workersFail = false;
 };
 
@@ -76,8 +76,8 @@ TEST_F(DocumentNormalizerTest, HasAWorkerConvertRastersAndTellsARefusalFromAFail
     EXPECT_EQ(refusalOf(raster), "URF conversion failed: the worker took too long");
     documents.conversionError = DocumentError{.kind = Kind::cannotWrite, .system = {ENOSPC}};
     EXPECT_EQ(refusalOf(raster), "No space left on device");
-    isDiskFull = true;
-    EXPECT_EQ(refusalOf(raster), "No space left on device");
+    isSpoolBusy = true;
+    EXPECT_EQ(refusalOf(raster), "Device or resource busy");
 }
 
 } // namespace

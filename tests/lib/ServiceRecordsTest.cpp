@@ -1,12 +1,16 @@
+#include "lib/avahi/ServiceRecords.h"
+
 #include "lib/avahi/AvahiService.h"
 
 #include <gmock/gmock.h>
 
 #include <string>
+#include <vector>
 
 namespace korvane {
 namespace {
 
+using testing::ElementsAre;
 
 /** The TXT record as it is on the network. */
 std::string txtBytes(const std::map<std::string, std::string>& pairs)
@@ -32,6 +36,29 @@ TEST(AvahiService, LeavesOutAPairThatOneByteCannotCount)
     EXPECT_EQ(txtBytes({{"note", longest + "x"}, {"a", "1"}}), "\x03"
                                                                "a=1");
     EXPECT_EQ(txtBytes({{"note", longest + "x"}}), std::string(1, '\0'));
+}
+
+TEST(ServiceRecords, ContendForTheNameByOneRecord)
+{
+    const auto records = serviceRecords(
+        avahiService({.name = "Dr. Ito", .type = "_ipp._tcp,_universal,_print"}), "desk.local");
+    ASSERT_TRUE(records);
+    std::vector<std::string> published;
+    for (const auto& [record, flags] : *records) {
+        const bool isProbed = flags == AVAHI_PUBLISH_UNIQUE;
+        const bool isPointer = record->key->type == AVAHI_DNS_TYPE_PTR;
+        published.push_back(std::string(record->key->name) +
+                            (isProbed    ? " probed"
+                             : isPointer ? std::string(" -> ") + record->data.ptr.name
+                                         : ""));
+    }
+    const std::string name = "Dr\\.\\032Ito._ipp._tcp.local";
+    EXPECT_THAT(published, ElementsAre(name + " probed", name, "_ipp._tcp.local -> " + name,
+                                       "_services._dns-sd._udp.local -> _ipp._tcp.local",
+                                       "_universal._sub._ipp._tcp.local -> " + name,
+                                       "_print._sub._ipp._tcp.local -> " + name));
+    EXPECT_EQ(serviceRecords(avahiService({.name = "x", .type = "ipp"}), "desk.local").error(),
+              ServiceDirectory::invalidName);
 }
 
 TEST(AvahiService, ShowsAsMuchOfANameAsFits)

@@ -12,6 +12,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -43,7 +44,7 @@ struct FakeDocumentContent {
     std::string converted = "%PDF-converted";
     /** Writes the searchable document. */
     std::function<void(int output)> write = [](int output) {
-        static_cast<void>(::write(output, "%PDF-searchable", 15));
+        std::ignore = ::write(output, "%PDF-searchable", 15);
     };
     std::vector<std::string> languages = {"deu", "eng", "fra", "rus"};
     std::optional<DocumentError> languagesError;
@@ -164,7 +165,7 @@ public:
     {
         deliver([this, output, completion] {
             if (conversionError) return completion(failure(*conversionError));
-            static_cast<void>(::write(output->get(), converted.data(), converted.size()));
+            std::ignore = ::write(output->get(), converted.data(), converted.size());
             completion(converted.size());
         });
     }

@@ -110,18 +110,43 @@ class Switch(Host):
         super().__init__("switch")
         self.run("ip", "link", "add", "switch", "type", "bridge", "mcast_snooping", "0")
         self.run("ip", "link", "set", "switch", "up")
-        self.count = 0
+        self.count = self.numbers = 0
 
     def plug_in(self, host):
+        """Gives the host an adapter with a cable to a port of its own."""
         self.count += 1
         host.port = f"port{self.count}"
-        host.address = f"10.77.0.{self.count}"
         self.run("ip", "link", "add", host.port, "type", "veth", "peer", "name", "eth0",
                  "netns", str(host.pid))
         self.run("ip", "link", "set", host.port, "master", "switch", "up")
+        self.number(host)
+
+    def number(self, host):
+        """Gives the host another address."""
+        self.numbers += 1
+        host.address = f"10.77.0.{self.numbers}"
+        host.run("ip", "address", "flush", "dev", "eth0", "scope", "global")
         host.run("ip", "address", "add", f"{host.address}/24", "dev", "eth0")
         host.run("ip", "link", "set", "eth0", "up")
-        host.run("ip", "route", "add", "default", "via", "10.77.0.254")
+        host.run("ip", "route", "replace", "default", "via", "10.77.0.254")
+
+    def add_containers(self, host):
+        """Gives the host cables to containers: one of its own, and one at a bridge."""
+        for name in ("pod0", "pod1"):
+            self.run("ip", "link", "add", name, "type", "veth", "peer", "name", name, "netns",
+                     str(host.pid))
+            self.run("ip", "link", "set", name, "up")
+            host.run("ip", "link", "set", name, "up")
+        host.run("ip", "link", "add", "pods", "type", "bridge", "mcast_snooping", "0")
+        host.run("ip", "link", "set", "pods", "up")
+        host.run("ip", "link", "set", "pod1", "master", "pods")
+        for number, name in enumerate(("pod0", "pods")):
+            host.run("ip", "address", "add", f"10.88.{number}.1/24", "dev", name)
+
+    def replace(self, host):
+        """Gives the host another adapter in place of the one it has."""
+        self.run("ip", "link", "delete", host.port)
+        self.plug_in(host)
 
     def pull(self, host):
         self.run("ip", "link", "set", host.port, "down")

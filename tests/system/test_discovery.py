@@ -4,6 +4,7 @@ import os
 import pathlib
 import shlex
 import signal
+import socket
 import tempfile
 import unittest
 
@@ -39,6 +40,7 @@ class Discovery:
             if host is cls.phone or cls.desk_has_daemon:
                 host.start_bus()
                 host.start_daemon()
+        switch.add_containers(cls.desk)
         cls.browser = Browser(cls.phone, TYPE)
 
     def start_agent(self, name):
@@ -49,7 +51,7 @@ class Discovery:
         """Gives the printer a name that the phone has not seen yet, and sees it there."""
         agent.write_settings(printerName=name)
         agent.reload()
-        self.browser.wait("=", name)
+        return self.browser.wait("=", name)
 
     @needs("ippfind", "ipptool")
     def test_is_found_used_renamed_and_gone(self):
@@ -89,21 +91,66 @@ class Discovery:
             agent.wait_logged('BonjourRegistrar: registered as "Twin #2"')
             self.browser.wait("=", "Twin #2")
 
-    def test_comes_back_when_its_cable_does(self):
+    def test_two_of_one_name_that_start_together_get_two_names(self):
+        agents = [self.enterContext(Agent({"printerName": "Pair"}, preexec=self.desk.enter))
+                  for _ in range(2)]
+        lines = [agent.wait_logged('registered as "') for agent in agents]
+        self.assertEqual(sorted(line.split('"')[1] for line in lines), ["Pair", "Pair #2"])
+
+    def test_comes_back_with_its_cable_address_or_adapter(self):
         agent = self.start_agent("Before")
         self.browser.wait("=", "Before")
-        self.switch.pull(self.desk)
-        agent.wait_logged("advertising on all interfaces (was wired interface eth0")
-        agent.write_settings(printerName="After")
-        agent.reload()
-        agent.wait_logged('publishing "After"')
-        start = len(agent.lines)
-        self.switch.plug_back(self.desk)
-        agent.wait_logged("advertising on wired interface eth0", start)
-        self.browser.wait("=", "After")
+        for name, change in (("After", None), ("Elsewhere", self.switch.number),
+                             ("Anew", self.switch.replace)):
+            start = len(agent.lines)
+            self.switch.pull(self.desk)
+            agent.wait_logged("advertising on all interfaces (was wired interface eth0", start)
+            agent.write_settings(printerName=name)
+            agent.reload()
+            agent.wait_logged(f'publishing "{name}"')
+            self.switch.plug_back(self.desk)
+            if change:
+                change(self.desk)
+            agent.wait_logged("advertising on wired interface eth0", start)
+            self.browser.wait("=", name)
+            # What the phone knew of the host ages for a second.
+            wait_until(lambda: self.desk.address in self.phone.run(
+                "avahi-resolve-host-name", "-4", "desk.local"))
+
+    def test_follows_its_host_to_the_name_that_others_find_it_by(self):
+        agent = self.start_agent("Mobile")
+        self.browser.wait("=", "Mobile")
+        for name, host in (("phone", "phone-2"), ("desk", "desk")):
+            start = len(agent.lines)
+            self.desk.run(self.set_host_name, name)
+            agent.wait_logged(f"this host is now {host}.local", start)
+            fields = self.rename(agent, f"Mobile on {host}")
+            self.assertEqual(fields[6], f"{host}.local")
+            self.assertIn(f"note={host}", shlex.split(fields[9]))
 
 
 class WithDaemon(Discovery, unittest.TestCase):
+    set_host_name = "avahi-set-host-name"
+
+    def test_waits_for_no_daemon_that_is_stopped(self):
+        agent = self.start_agent("Patient")
+        self.browser.wait("=", "Patient")
+        daemon = self.desk.daemon.process
+        daemon.send_signal(signal.SIGSTOP)
+        try:
+            agent.write_settings(printerName="Impatient", ippPort=harness.free_port())
+            agent.reload()
+            agent.wait_logged("the Avahi daemon does not answer; advertising without it")
+            self.browser.wait("=", "Impatient")
+            start = len(agent.lines)
+            daemon.send_signal(signal.SIGCONT)
+            agent.wait_logged('registered as "Impatient"', start)
+            self.rename(agent, "Content")
+            daemon.send_signal(signal.SIGSTOP)
+            self.assertEqual(agent.stop(), 0)
+        finally:
+            daemon.send_signal(signal.SIGCONT)
+
     def test_comes_back_with_its_daemon_and_then_sleeps(self):
         agent = self.start_agent("Steady")
         agent.wait_logged('registered as "Steady"')
@@ -119,6 +166,18 @@ class WithDaemon(Discovery, unittest.TestCase):
 
 class WithoutDaemon(Discovery, unittest.TestCase):
     desk_has_daemon = False
+    set_host_name = "hostname"
+
+    def test_waits_for_no_bus_that_is_silent(self):
+        path = self.desk.path("run/dbus/system_bus_socket")
+        with socket.socket(socket.AF_UNIX) as bus:
+            bus.bind(str(path))
+            bus.listen()
+            agent = self.start_agent("Unheard")
+            agent.wait_logged("the system bus does not answer; advertising without it")
+            self.browser.wait("=", "Unheard")
+            self.assertEqual(agent.stop(), 0)
+        path.unlink()
 
     def test_moves_to_a_daemon_that_comes_and_back_when_it_goes(self):
         agent = self.start_agent("Alone")

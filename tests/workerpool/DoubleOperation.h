@@ -6,17 +6,18 @@ namespace korvane {
 
 /** What the worker double does, by the code of the request. */
 enum class DoubleOperation : std::uint16_t {
-    echo = 10,        ///< answers with the payload's text
-    documentSum,      ///< answers with the sum of a document's bytes
-    surroundings,     ///< answers with its environment, and its descriptors from 4 on
-    throwing,         ///< throws
-    refusing,         ///< refuses
-    segfault,         ///< ends by SIGSEGV
-    leaving,          ///< ends with status 3
-    hanging,          ///< never answers
-    memoryBomb,       ///< asks for memory until there is none
-    closing,          ///< closes its socket and lives on
-    noise,            ///< sends the payload as it is, outside of any message
+    echo = 10,    ///< answers with the payload's text
+    documentSum,  ///< answers with the sum of a document's bytes
+    surroundings, ///< answers with its environment, its descriptors from 4 on, and for how long it
+                  ///< may run
+    throwing,     ///< throws
+    refusing,     ///< refuses
+    segfault,     ///< ends by SIGSEGV
+    leaving,      ///< ends with status 3
+    hanging,      ///< never answers
+    memoryBomb,   ///< asks for memory until there is none
+    closing,      ///< closes its socket and lives on
+    noise,        ///< sends the payload as it is, outside of any message
     withDescriptor,   ///< answers and sends its standard input along
     answeringAnother, ///< answers a request that nobody made
     attempt,          ///< tries what the payload names; answers with the errno value

@@ -111,6 +111,10 @@ TEST_F(WorkerProcessTest, InheritsNothingButWhatItNeeds)
     ASSERT_TRUE(answer);
     const std::string surroundings = WireReader(*std::move(answer)).string();
     EXPECT_THAT(surroundings, HasSubstr("OMP_THREAD_LIMIT=1\n"));
+    if (!isSanitized) {
+        const seconds limit = duration_cast<seconds>(2 * WorkerPoolLimits().processorTime);
+        EXPECT_THAT(surroundings, HasSubstr("runs " + std::to_string(limit.count()) + " s\n"));
+    }
     for (const char* absent : {"AGENT", "PATH=", "DBUS", "open "})
         EXPECT_THAT(surroundings, Not(HasSubstr(absent)));
 }

@@ -132,14 +132,16 @@ TEST_F(WorkerSlotTest, RetiresWhenIdleForLongOrWornByRequestsOrMemory)
         const char* name;
         int requests;
         std::size_t memory;
+        seconds hasRun;
         seconds idle;
         bool retires;
     };
     const Case cases[] = {
-        {"few requests", 2, 1000, seconds(59), false},
-        {"many requests", 3, 0, seconds(0), true},
-        {"much memory", 1, 1001, seconds(0), true},
-        {"a minute without requests", 1, 0, seconds(60), true},
+        {"few requests", 2, 1000, seconds(0), seconds(59), false},
+        {"many requests", 3, 0, seconds(0), seconds(0), true},
+        {"much memory", 1, 1001, seconds(0), seconds(0), true},
+        {"much processor time", 1, 0, seconds(30 * 60), seconds(0), true},
+        {"a minute without requests", 1, 0, seconds(0), seconds(60), true},
     };
     for (const Case& each : cases) {
         SCOPED_TRACE(each.name);
@@ -148,6 +150,7 @@ TEST_F(WorkerSlotTest, RetiresWhenIdleForLongOrWornByRequestsOrMemory)
         ASSERT_TRUE(tried.launch(launcher));
         const int number = workshop.started - 1;
         workshop.workers.at(number).memory = each.memory;
+        workshop.workers.at(number).processorTime = each.hasRun;
         for (int served = 0; served < each.requests; ++served) {
             tried.begin(request(job, "a"), seconds(20));
             workshop.answer(number);

@@ -73,7 +73,7 @@ public:
     std::chrono::milliseconds processorTime() const override
     {
         Workshop::State& state = workshop_.workers.at(number_);
-        if (!state.isStarved) state.processorTime += std::chrono::hours(1);
+        if (!state.isStarved) state.processorTime += std::chrono::minutes(1);
         return state.processorTime;
     }
     std::size_t memory() const override { return workshop_.workers.at(number_).memory; }

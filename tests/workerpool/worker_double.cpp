@@ -74,6 +74,9 @@ std::string surroundings()
     for (int descriptor = agentSocket + 1; descriptor < 64; ++descriptor) {
         if (::fcntl(descriptor, F_GETFD) >= 0) text += "open " + std::to_string(descriptor) + "\n";
     }
+    rlimit time{};
+    if (::getrlimit(RLIMIT_CPU, &time) == 0)
+        text += "runs " + std::to_string(time.rlim_cur) + " s\n";
     return text;
 }
 

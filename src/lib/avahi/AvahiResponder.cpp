@@ -14,6 +14,10 @@ namespace {
 /** Nobody has that many printers of one name; a responder that says so is out of order. */
 constexpr int maxRenames = 100;
 
+/** Names lost to others on the network, before Avahi takes them for a storm and says nothing for a
+ *  minute. A failure starts again from the first name. */
+constexpr int maxConflicts = 12;
+
 } // namespace
 
 AvahiResponder::AvahiResponder(AvahiService service, AvahiResponderObserver& observer)
@@ -25,10 +29,7 @@ void AvahiResponder::publish()
 {
     int error = fillGroup(service_);
     // Taken on this machine already; what others on the network have taken is found out later.
-    for (int tries = 0; error == AVAHI_ERR_COLLISION && tries < maxRenames; ++tries) {
-        rename();
-        error = fillGroup(service_);
-    }
+    while (error == AVAHI_ERR_COLLISION && rename()) error = fillGroup(service_);
     if (error != AVAHI_OK) fail(error);
 }
 
@@ -37,8 +38,8 @@ void AvahiResponder::handleGroup(AvahiEntryGroupState state, int error)
     switch (state) {
     case AVAHI_ENTRY_GROUP_ESTABLISHED: observer_.published(service_.name); break;
     case AVAHI_ENTRY_GROUP_COLLISION:
-        rename();
-        publish();
+        if (++conflicts_ > maxConflicts) return fail(AVAHI_ERR_COLLISION);
+        handleCollision();
         break;
     case AVAHI_ENTRY_GROUP_FAILURE: fail(error); break;
     case AVAHI_ENTRY_GROUP_UNCOMMITED:
@@ -46,16 +47,32 @@ void AvahiResponder::handleGroup(AvahiEntryGroupState state, int error)
     }
 }
 
+void AvahiResponder::handleCollision()
+{
+    if (rename()) {
+        publish();
+    } else {
+        fail(AVAHI_ERR_COLLISION);
+    }
+}
+
+void AvahiResponder::tellHost(const std::string& host)
+{
+    observer_.answering(*this, host.substr(0, host.find('.')));
+}
+
 void AvahiResponder::fail(int error)
 {
     observer_.failed(*this, error == AVAHI_OK ? AVAHI_ERR_FAILURE : error);
 }
 
-void AvahiResponder::rename()
+bool AvahiResponder::rename()
 {
     const std::unique_ptr<char, decltype(&avahi_free)> next(
         avahi_alternative_service_name(service_.name.c_str()), avahi_free);
-    if (next) service_.name = next.get();
+    if (!next || ++renames_ > maxRenames) return false;
+    service_.name = next.get();
+    return true;
 }
 
 } // namespace korvane

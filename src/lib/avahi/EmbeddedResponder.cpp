@@ -1,6 +1,9 @@
 #include "lib/avahi/EmbeddedResponder.h"
 
+#include "lib/avahi/ServiceRecords.h"
+
 #include <avahi-common/alternative.h>
+#include <avahi-common/domain.h>
 #include <avahi-common/error.h>
 #include <avahi-common/malloc.h>
 #include <avahi-core/log.h>
@@ -11,8 +14,6 @@ namespace korvane {
 
 namespace {
 
-constexpr AvahiPublishFlags noFlags{};
-
 /** Every failure comes back as an error code; the agent's log is its own. */
 void silenceLibrary()
 {
@@ -22,13 +23,16 @@ void silenceLibrary()
 /** The configuration of a responder that announces this host and nothing else of its own accord. */
 class ServerConfig {
 public:
-    ServerConfig()
+    explicit ServerConfig(const std::optional<std::string>& host)
     {
         avahi_server_config_init(&config_);
         config_.publish_hinfo = 0;
         config_.publish_workstation = 0;
         config_.publish_domain = 0;
         config_.enable_wide_area = 0;
+        if (host && avahi_is_valid_host_name(host->c_str()) != 0) {
+            config_.host_name = avahi_strdup(host->c_str());
+        }
         // A plugged-in cable is announced on at once, not when someone next asks.
         config_.use_iff_running = 1;
     }
@@ -45,15 +49,15 @@ private:
 } // namespace
 
 Result<std::unique_ptr<EmbeddedResponder>, int>
-EmbeddedResponder::start(const AvahiPoll* poll, AvahiService service,
-                         AvahiResponderObserver& observer)
+EmbeddedResponder::start(const AvahiPoll* poll, const std::optional<std::string>& host,
+                         AvahiService service, AvahiResponderObserver& observer)
 {
     silenceLibrary();
     std::unique_ptr<EmbeddedResponder> responder(
         new EmbeddedResponder(std::move(service), observer));
     int error = AVAHI_OK;
     responder->server_ = avahi_server_new(
-        poll, ServerConfig().get(),
+        poll, ServerConfig(host).get(),
         [](AvahiServer* server, AvahiServerState state, void* self) {
             static_cast<EmbeddedResponder*>(self)->handleServer(server, state);
         },
@@ -74,6 +78,7 @@ void EmbeddedResponder::handleServer(AvahiServer* server, AvahiServerState state
     switch (state) {
     case AVAHI_SERVER_REGISTERING:
     case AVAHI_SERVER_RUNNING:
+        if (state == AVAHI_SERVER_RUNNING) tellHost(avahi_server_get_host_name(server));
         // The service makes sure of its name while the host still makes sure of its own: that takes
         // each a second. New addresses of the host leave it where it is.
         if (group_ == nullptr || avahi_s_entry_group_is_empty(group_) != 0) publish();
@@ -119,14 +124,13 @@ int EmbeddedResponder::makeGroup()
 
 int EmbeddedResponder::addToGroup(const AvahiService& service)
 {
-    int error = avahi_server_add_service_strlst(
-        server_, group_, service.interface, AVAHI_PROTO_UNSPEC, noFlags, service.name.c_str(),
-        service.type.c_str(), nullptr, nullptr, service.port, service.txt.get());
-    for (const std::string& subtype : service.subtypes) {
+    const auto records = serviceRecords(service, avahi_server_get_host_name_fqdn(server_));
+    if (!records) return records.error();
+    int error = AVAHI_OK;
+    for (const auto& [record, flags] : *records) {
         if (error != AVAHI_OK) break;
-        error = avahi_server_add_service_subtype(server_, group_, service.interface,
-                                                 AVAHI_PROTO_UNSPEC, noFlags, service.name.c_str(),
-                                                 service.type.c_str(), nullptr, subtype.c_str());
+        error = avahi_server_add(server_, group_, service.interface, AVAHI_PROTO_UNSPEC, flags,
+                                 record.get());
     }
     return error;
 }

@@ -8,16 +8,20 @@
 #include <avahi-core/publish.h>
 
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace korvane {
 
 /** Publishes a service by answering on the multicast port itself (RFC 6762), beside whoever else is
- *  there; the host is announced under the machine's name up to the first dot. */
+ *  there. Lives on the queue of its AvahiPoll, which outlives it. */
 class EmbeddedResponder final : public AvahiResponder {
 public:
-    /** Fails with Avahi's error where there is no multicast socket to be had. */
+    /** Answers for the host `host`, or the machine's name up to the first dot, or the next of those
+     *  that is free. Fails with Avahi's error where there is no multicast socket to be had. */
     static Result<std::unique_ptr<EmbeddedResponder>, int>
-    start(const AvahiPoll* poll, AvahiService service, AvahiResponderObserver& observer);
+    start(const AvahiPoll* poll, const std::optional<std::string>& host, AvahiService service,
+          AvahiResponderObserver& observer);
 
     ~EmbeddedResponder() override;
 

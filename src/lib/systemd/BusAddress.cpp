@@ -50,9 +50,9 @@ std::filesystem::path busSocket(std::string_view addresses)
     return {};
 }
 
-std::filesystem::path systemBusSocket()
+std::string systemBusAddress()
 {
-    return busSocket(
+    return std::string(
         environment("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/run/dbus/system_bus_socket"));
 }
 

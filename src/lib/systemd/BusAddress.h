@@ -14,8 +14,8 @@ std::string sessionBusAddress();
 /** The socket file of the first of the addresses that has one; empty when none has. */
 std::filesystem::path busSocket(std::string_view addresses);
 
-/** The socket file of the system bus, by the environment variable that D-Bus defines or in the
- * usual place; empty for an address of another kind. */
-std::filesystem::path systemBusSocket();
+/** The addresses of the system bus, by the environment variable that D-Bus defines for it or the
+ *  usual one. */
+std::string systemBusAddress();
 
 } // namespace korvane

@@ -22,7 +22,7 @@ int appendBasic(sd_bus_message& message, char type, const void* value)
 const char* signature(const BusValue& value)
 {
     constexpr std::array<const char*, std::variant_size_v<BusValue>> signatures = {
-        "", "s", "b", "i", "u", "y", "as", "a{sv}"};
+        "", "s", "b", "i", "u", "y", "as", "a{sv}", "q", "ay"};
     return signatures.at(value.index());
 }
 
@@ -66,6 +66,15 @@ struct Appender {
     {
         return appendBasic(message, SD_BUS_TYPE_BYTE, &value);
     }
+    int operator()(std::uint16_t value) const
+    {
+        return appendBasic(message, SD_BUS_TYPE_UINT16, &value);
+    }
+    int operator()(const std::vector<std::uint8_t>& bytes) const
+    {
+        return ::sd_bus_message_append_array(&message, SD_BUS_TYPE_BYTE, bytes.data(),
+                                             bytes.size());
+    }
     int operator()(const std::vector<std::string>& values) const
     {
         int result = ::sd_bus_message_open_container(&message, SD_BUS_TYPE_ARRAY, "s");
@@ -106,10 +115,10 @@ bool readBool(sd_bus_message& message, BusValue& value)
     return true;
 }
 
-bool readString(sd_bus_message& message, std::string& value)
+bool readString(sd_bus_message& message, std::string& value, char type = SD_BUS_TYPE_STRING)
 {
     const char* text = nullptr;
-    if (::sd_bus_message_read_basic(&message, SD_BUS_TYPE_STRING, &text) <= 0) return false;
+    if (::sd_bus_message_read_basic(&message, type, &text) <= 0) return false;
     value = text;
     return true;
 }
@@ -153,9 +162,10 @@ bool readValue(sd_bus_message& message, BusValue& value)
     const char* contents = nullptr;
     if (::sd_bus_message_peek_type(&message, &type, &contents) <= 0) return false;
     switch (type) {
-    case SD_BUS_TYPE_STRING: {
+    case SD_BUS_TYPE_STRING:
+    case SD_BUS_TYPE_OBJECT_PATH: {
         std::string text;
-        if (!readString(message, text)) return false;
+        if (!readString(message, text, type)) return false;
         value = std::move(text);
         return true;
     }

@@ -17,10 +17,12 @@ using BusDictionary = std::vector<BusEntry>;
 
 /**
  * One argument of a D-Bus message, of the types that we have a use for: `s`, `b`, `i`, `u`, `y`,
- * `as` and `a{sv}`. An argument of any other type arrives as std::monostate.
+ * `as` and `a{sv}`, to be sent also `q` and `ay`, received also `o`, as a string. An argument of
+ * any other type arrives as std::monostate.
  */
-using BusValue = std::variant<std::monostate, std::string, bool, std::int32_t, std::uint32_t,
-                              std::uint8_t, std::vector<std::string>, BusDictionary>;
+using BusValue =
+    std::variant<std::monostate, std::string, bool, std::int32_t, std::uint32_t, std::uint8_t,
+                 std::vector<std::string>, BusDictionary, std::uint16_t, std::vector<std::uint8_t>>;
 
 struct BusEntry {
     std::string key;

@@ -9,9 +9,10 @@
 namespace korvane {
 
 /**
- * The user's session bus. It may be absent and it may come and go; what was subscribed to stays so
- * when it is there again. Used on one queue, on which all handlers are called, never from inside
- * the call that they were given to. Nothing here waits. It outlives its subscriptions.
+ * A message bus: the user's session bus or the system's. It may be absent and it may come and go;
+ * what was subscribed to stays so when it is there again. Used on one queue, on which all handlers
+ * are called, never from inside the call that they were given to. Nothing here waits. It outlives
+ * its subscriptions.
  */
 class SessionBus {
 public:

@@ -16,7 +16,7 @@ class BusConnection;
 class SocketFileWatch;
 
 /**
- * The session bus at an address. Where it is absent its socket file is waited for; beside that it
+ * The bus at an address. Where it is absent its socket file is waited for; beside that it
  * is looked for a few times with growing delays, and again whenever something is to be called.
  */
 class SystemSessionBus final : public SessionBus {
