@@ -139,7 +139,11 @@ TEST_F(SocketNetworkTest, ALongRequestIsReadToItsEndAndALongAnswerReachesAClient
                             });
         });
     };
-    serve([&](const auto& connection) { readOn(*connection); });
+    serve([&](const auto& connection) {
+        const std::string_view peer(reinterpret_cast<const char*>(&server.sin_addr), 4);
+        EXPECT_TRUE(connection->peerAddress().ends_with(peer)) << "mapped into IPv6 or not";
+        readOn(*connection);
+    });
     const std::string sent(300'000, 'y');
     const FileDescriptor client = connect();
     EXPECT_EQ(::send(client.get(), sent.data(), sent.size(), 0), static_cast<ssize_t>(sent.size()));
