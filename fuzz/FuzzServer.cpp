@@ -280,7 +280,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     static const MemoryFolders folders;
     static const TemporaryFolder state;
     static const TemporaryFolder saved;
-    static Spool spool(state.path(), {.reserve = 0, .refusedDocuments = 2});
+    static Spool spool(state.path(), {.reserve = 0, .refusedDocuments = 2},
+                       [](const std::filesystem::path&) { return UINT64_MAX; });
     run({reinterpret_cast<const char*>(bytes), size}, spool, saved.path());
     return 0;
 }

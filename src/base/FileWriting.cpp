@@ -1,6 +1,7 @@
 #include "base/FileWriting.h"
 
 #include "base/FileDescriptor.h"
+#include "base/Files.h"
 #include "base/UUID.h"
 
 #include <fcntl.h>
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <system_error>
 
 namespace korvane {
 
@@ -100,13 +100,12 @@ void lockTemporary(int file)
 
 void removeAbandonedFiles(const std::filesystem::path& folder, const std::set<std::string>& needed)
 {
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, ignored)) {
-        const std::string name = entry.path().filename();
+    for (const std::string& name : entryNames(folder)) {
         if (!isTemporaryName(name) || needed.contains(name)) continue;
-        const FileDescriptor file(::open(entry.path().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK |
+        const auto path = folder / name;
+        const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK |
                                                                    O_NOCTTY | O_CLOEXEC));
-        if (file && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) ::unlink(entry.path().c_str());
+        if (file && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) ::unlink(path.c_str());
     }
 }
 

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <optional>
+#include <system_error>
 
 namespace korvane {
 
@@ -64,6 +65,16 @@ Result<Data, SystemError> readFile(const std::filesystem::path& path, std::size_
 {
     return openRegularFile(path).and_then(
         [&](const FileDescriptor& file) { return readAll(file.get(), limit); });
+}
+
+std::vector<std::string> entryNames(const std::filesystem::path& folder)
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
+        names.push_back(entry->path().filename());
+    return names;
 }
 
 bool fileExists(const std::filesystem::path& path)

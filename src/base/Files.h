@@ -7,6 +7,8 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace korvane {
 
@@ -19,6 +21,9 @@ Result<FileDescriptor, SystemError> openRegularFile(const std::filesystem::path&
  * is no regular file fails as above.
  */
 Result<Data, SystemError> readFile(const std::filesystem::path& path, std::size_t limit);
+
+/** The names of what is in a folder, as far as it can be read, in no order. */
+std::vector<std::string> entryNames(const std::filesystem::path& folder);
 
 /** Whether anything is at the path; links are followed, so a dangling one is nothing. */
 bool fileExists(const std::filesystem::path& path);

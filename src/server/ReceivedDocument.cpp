@@ -32,6 +32,7 @@ void ReceivedDocument::expect(std::optional<std::uint64_t> length)
 {
     isLengthKnown_ = length.has_value();
     if (!room_.grow(length.value_or(roomStep))) error_ = SystemError{ENOSPC};
+    if (length) unwritten_.reserve(std::min<std::uint64_t>(*length, maxInMemory));
 }
 
 void ReceivedDocument::append(std::span<const std::uint8_t> bytes)
@@ -54,17 +55,19 @@ bool ReceivedDocument::writeOut()
     if (writing_ > 0) return true;
     if (unwritten_.empty() || error_) return false;
     writing_ = unwritten_.size();
-    background_.async([weak = weak_from_this(), queue = queue_, &spool = spool_, file = file_,
-                       bytes = unwritten_.take()] {
-        queue->async([weak, written = write(spool, file, bytes)] {
-            if (const auto self = weak.lock()) self->handleWritten(written);
+    const auto bytes = std::make_shared<ByteBuffer>(std::exchange(unwritten_, std::move(spare_)));
+    background_.async(
+        [weak = weak_from_this(), queue = queue_, &spool = spool_, file = file_, bytes] {
+            queue->async([weak, bytes, written = write(spool, file, bytes->bytes())] {
+                if (const auto self = weak.lock()) self->handleWritten(written, *bytes);
+            });
         });
-    });
     return true;
 }
 
-ReceivedDocument::Written
-ReceivedDocument::write(const Spool& spool, std::shared_ptr<SpoolFile> file, const Data& bytes)
+ReceivedDocument::Written ReceivedDocument::write(const Spool& spool,
+                                                  std::shared_ptr<SpoolFile> file,
+                                                  std::span<const std::uint8_t> bytes)
 {
     try {
         if (!file) {
@@ -72,15 +75,17 @@ ReceivedDocument::write(const Spool& spool, std::shared_ptr<SpoolFile> file, con
             if (!made) return failure(made.error());
             file = std::make_shared<SpoolFile>(*std::move(made));
         }
-        return file->output.write(bytes.bytes()).map([&] { return file; });
+        return file->output.write(bytes).map([&] { return file; });
     } catch (const std::bad_alloc&) {
         return failure(SystemError{ENOMEM});
     }
 }
 
-void ReceivedDocument::handleWritten(const Written& written)
+void ReceivedDocument::handleWritten(const Written& written, ByteBuffer& bytes)
 {
     room_.shrink(std::exchange(writing_, 0));
+    bytes.consume(bytes.size());
+    spare_ = std::move(bytes);
     if (written) {
         file_ = *written;
     } else if (!error_) {
@@ -106,9 +111,10 @@ void ReceivedDocument::deliver()
     background_.async([completion = std::exchange(completion_, nullptr), error = error_,
                        &spool = spool_, file = file_, bytes = unwritten_.take(), size = size_] {
         if (error) return completion(failure(*error));
-        completion(write(spool, file, bytes).map([&](const std::shared_ptr<SpoolFile>& whole) {
-            return DocumentFile{whole->descriptor, size};
-        }));
+        completion(
+            write(spool, file, bytes.bytes()).map([&](const std::shared_ptr<SpoolFile>& whole) {
+                return DocumentFile{whole->descriptor, size};
+            }));
     });
 }
 

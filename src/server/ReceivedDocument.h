@@ -64,8 +64,9 @@ public:
 private:
     using Written = Result<std::shared_ptr<SpoolFile>, SystemError>;
 
-    static Written write(const Spool& spool, std::shared_ptr<SpoolFile> file, const Data& bytes);
-    void handleWritten(const Written& written);
+    static Written write(const Spool& spool, std::shared_ptr<SpoolFile> file,
+                         std::span<const std::uint8_t> bytes);
+    void handleWritten(const Written& written, ByteBuffer& bytes);
     void deliver();
 
     const std::shared_ptr<SerialQueue> queue_;
@@ -76,6 +77,8 @@ private:
     bool isLengthKnown_ = false;
     std::uint64_t size_ = 0;
     ByteBuffer unwritten_;
+    /** Empty, of what was written before: its memory is used again. */
+    ByteBuffer spare_;
     /** How many bytes are being written. */
     std::size_t writing_ = 0;
     std::shared_ptr<SpoolFile> file_;

@@ -13,12 +13,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
 namespace korvane {
 
 namespace {
+
+std::uint64_t diskSpace(const std::filesystem::path& folder)
+{
+    struct statvfs status {};
+    if (::statvfs(folder.c_str(), &status) != 0) return 0;
+    return std::uint64_t{status.f_bavail} * status.f_frsize;
+}
 
 /** A file with a name until it is open, for file systems that know none without. */
 Result<FileDescriptor, SystemError> makeUnlinkedFile(const std::filesystem::path& folder)
@@ -66,8 +72,11 @@ std::optional<JobRecord> findRecord(const SpoolFolders& folders, const std::stri
 
 } // namespace
 
-Spool::Spool(const std::filesystem::path& stateFolder, Limits limits)
-    : folders_(std::make_shared<SpoolFolders>(stateFolder)), limits_(limits)
+Spool::Spool(const std::filesystem::path& stateFolder) : Spool(stateFolder, {}, diskSpace) {}
+
+Spool::Spool(const std::filesystem::path& stateFolder, Limits limits, FreeSpace freeSpace)
+    : folders_(std::make_shared<SpoolFolders>(stateFolder)), limits_(limits),
+      freeSpace_(std::move(freeSpace))
 {
 }
 
@@ -80,9 +89,7 @@ Result<void, SystemError> Spool::check() const
 
 bool Spool::hasRoom(std::uint64_t bytes) const
 {
-    struct statvfs status {};
-    if (::statvfs(folders_->spool().c_str(), &status) != 0) return false;
-    const std::uint64_t free = std::uint64_t{status.f_bavail} * status.f_frsize;
+    const std::uint64_t free = freeSpace_(folders_->spool());
     return free >= limits_.reserve && free - limits_.reserve >= bytes;
 }
 
@@ -131,9 +138,8 @@ std::vector<std::shared_ptr<SpooledJob>> Spool::recover()
 
 void Spool::recoverSpooled(std::vector<std::shared_ptr<SpooledJob>>& jobs)
 {
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(folders_->spool(), ignored)) {
-        const std::filesystem::path& file = entry.path();
+    for (const std::string& name : entryNames(folders_->spool())) {
+        const auto file = folders_->spool() / name;
         const std::string id = file.stem();
         const bool isPublishing = file.extension() == ".publishing";
         if (!isPublishing && file.extension() != ".job") continue;
@@ -147,11 +153,12 @@ void Spool::recoverSpooled(std::vector<std::shared_ptr<SpooledJob>>& jobs)
             ::unlink(file.c_str());
         }
     }
-    for (const auto& entry : std::filesystem::directory_iterator(folders_->spool(), ignored)) {
-        const std::string id = entry.path().stem();
-        if (entry.path().extension() == ".record" && !fileExists(folders_->jobFile(id)) &&
+    for (const std::string& name : entryNames(folders_->spool())) {
+        const auto file = folders_->spool() / name;
+        const std::string id = file.stem();
+        if (file.extension() == ".record" && !fileExists(folders_->jobFile(id)) &&
             !fileExists(folders_->publishingFile(id)))
-            ::unlink(entry.path().c_str());
+            ::unlink(file.c_str());
     }
 }
 

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -37,10 +38,13 @@ public:
         std::uint64_t refusedBytes = std::uint64_t{1} << 30;
     };
 
+    /** How many bytes the user can still write to the file system of a folder. */
+    using FreeSpace = std::function<std::uint64_t(const std::filesystem::path& folder)>;
+
     /** Makes the folders for the user's eyes only. One agent uses a spool at a time: while another
      *  does, every call fails with EBUSY. */
-    Spool(const std::filesystem::path& stateFolder, Limits limits);
-    explicit Spool(const std::filesystem::path& stateFolder) : Spool(stateFolder, Limits{}) {}
+    explicit Spool(const std::filesystem::path& stateFolder);
+    Spool(const std::filesystem::path& stateFolder, Limits limits, FreeSpace freeSpace);
     Spool(const Spool&) = delete;
     Spool& operator=(const Spool&) = delete;
     ~Spool();
@@ -82,6 +86,7 @@ private:
 
     const std::shared_ptr<const SpoolFolders> folders_;
     const Limits limits_;
+    const FreeSpace freeSpace_;
     /** Names of files in save folders that jobs are to get. Not changed after `recover`. */
     std::set<std::string> neededFiles_;
 };

@@ -14,7 +14,6 @@
 #include <functional>
 #include <optional>
 #include <string_view>
-#include <system_error>
 
 namespace korvane::unsaved {
 
@@ -48,14 +47,13 @@ struct KeptDocument {
 std::vector<KeptDocument> documents(const SpoolFolders& folders)
 {
     std::vector<KeptDocument> found;
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(folders.unsaved(), ignored)) {
-        const std::string name = entry.path().filename();
+    for (const std::string& name : entryNames(folders.unsaved())) {
+        const auto path = folders.unsaved() / name;
         struct stat status {};
         if (name.starts_with('.') || fileExists(folders.unsavedRecord(name)) ||
-            ::lstat(entry.path().c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+            ::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
             continue;
-        found.push_back({.path = entry.path(),
+        found.push_back({.path = path,
                          .modified = status.st_mtim,
                          .size = static_cast<std::uint64_t>(status.st_size)});
     }
@@ -98,16 +96,14 @@ moveJob(const SpoolFolders& folders, const std::filesystem::path& jobFile, const
 std::vector<std::pair<std::string, JobRecord>> jobs(const SpoolFolders& folders)
 {
     std::vector<std::pair<std::string, JobRecord>> found;
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator(folders.unsaved(), ignored)) {
-        const std::string name = entry.path().filename();
+    for (const std::string& name : entryNames(folders.unsaved())) {
         if (!name.starts_with('.') || !name.ends_with(recordEnding)) continue;
         std::string document = name.substr(1, name.size() - 1 - recordEnding.size());
-        auto record = readRecord(entry.path());
+        auto record = readRecord(folders.unsaved() / name);
         if (record && fileExists(folders.unsaved() / document)) {
             found.emplace_back(std::move(document), *std::move(record));
         } else {
-            ::unlink(entry.path().c_str());
+            ::unlink((folders.unsaved() / name).c_str());
         }
     }
     return found;

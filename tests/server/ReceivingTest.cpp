@@ -100,7 +100,7 @@ TEST_F(Receiving, ADocumentForWhichThereIsNoRoomIsRefusedBeforeItIsSent)
 {
     // Half of it would fit, or one of two that are half as long.
     const std::uint64_t room = std::uint64_t{3} << 30;
-    spool.restart({.reserve = std::filesystem::space(spool.state.path()).available - room});
+    spool.restart(room);
     startListening();
     const std::string attributes(ipp::encode(request(0x0002)).text());
     const auto first = connectSending(head(room / 2 + (room >> 3)) + attributes);
@@ -119,7 +119,7 @@ TEST_F(Receiving, ADocumentForWhichThereIsNoRoomIsRefusedBeforeItIsSent)
 
 TEST_F(Receiving, AChunkedDocumentIsRefusedAsSoonAsThereIsNoRoomForMore)
 {
-    spool.restart({.reserve = std::filesystem::space(spool.state.path()).available - 1});
+    spool.restart(1);
     startListening();
     const auto client = connectSending("POST / HTTP/1.1\r\nContent-Type: application/ipp\r\n"
                                        "Transfer-Encoding: chunked\r\n\r\n9\r\n" +

@@ -8,11 +8,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 namespace korvane {
@@ -225,7 +226,8 @@ TEST_F(SpoolTest, RemovesWhatBelongsToNothingAndNothingElse)
 TEST_F(SpoolTest, KeepsTheNewestRefusedDocuments)
 {
     spool.reset();
-    spool.emplace(state.path(), Spool::Limits{.refusedDocuments = 2, .refusedBytes = 10});
+    spool.emplace(state.path(), Spool::Limits{.refusedDocuments = 2, .refusedBytes = 10},
+                  [](const auto&) { return 0; });
     EXPECT_TRUE(accept()->setAside());
     for (const char* bytes : {"one", "two", "three", "four"})
         EXPECT_TRUE(spool->keepRefused("Scan", file(bytes)));
@@ -250,21 +252,16 @@ TEST_F(SpoolTest, BelongsToOneAgentAtATime)
 
 TEST_F(SpoolTest, LeavesTheReserveOfTheDiskFree)
 {
-    struct statvfs status {};
-    ASSERT_EQ(::statvfs(state.path().c_str(), &status), 0);
-    const std::uint64_t half = std::uint64_t{status.f_bavail} * status.f_frsize / 2;
-    EXPECT_TRUE(spool->hasRoom(1));
-    EXPECT_FALSE(spool->hasRoom(4 * half));
     TemporaryFolder other;
-    EXPECT_FALSE(Spool(other.path(), {.reserve = 4 * half}).hasRoom(0));
-}
-
-/** Encrypted home folders take 143 bytes. */
-TEST(SaveFolder, CutsANameToWhatItsFileSystemTakes)
-{
-    const std::string name = std::string(250, 'n') + ".pdf";
-    EXPECT_EQ(numberedName(name, 1, 143), std::string(139, 'n') + ".pdf");
-    EXPECT_EQ(numberedName(name, 12, 143), std::string(136, 'n') + " 12.pdf");
+    std::uint64_t free = 0;
+    const Spool full(other.path(), {.reserve = 100}, [&](const auto&) { return free; });
+    for (const auto& [available, bytes, fits] :
+         {std::tuple{99, 0, false}, {100, 0, true}, {100, 1, false}, {150, 50, true}}) {
+        free = static_cast<std::uint64_t>(available);
+        EXPECT_EQ(full.hasRoom(static_cast<std::uint64_t>(bytes)), fits) << available;
+    }
+    EXPECT_TRUE(spool->hasRoom(1));
+    EXPECT_FALSE(spool->hasRoom(UINT64_MAX / 2));
 }
 
 } // namespace

@@ -21,11 +21,12 @@ class TestSpool {
 public:
     TestSpool() { restart(); }
 
-    /** Another agent, after the end of the one before. */
-    void restart(Spool::Limits limits = {.reserve = 0})
+    /** Another agent, after the end of the one before; the disk has so much room for documents. */
+    void restart(std::uint64_t room = UINT64_MAX)
     {
         spool_.reset();
-        spool_.emplace(state.path(), limits);
+        spool_.emplace(state.path(), Spool::Limits{.reserve = 0},
+                       [room](const std::filesystem::path&) { return room; });
     }
 
     Spool& operator*() { return *spool_; }

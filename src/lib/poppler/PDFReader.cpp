@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <utility>
 
 namespace korvane {
@@ -60,6 +61,25 @@ double fittingResolution(double width, double height, double wanted)
     return std::min(fitting, maxSide / longest);
 }
 
+/** Whether an object begins somewhere near the document's start. Where the cross-references are
+ *  damaged, Poppler looks through the whole document for objects, which takes seconds for one of
+ *  half a gigabyte; where the first of them is so far away there are none. */
+bool hasObjects(std::string_view pdf)
+{
+    constexpr std::size_t window = std::size_t{16} << 20;
+    constexpr std::string_view keyword = "obj";
+    constexpr std::string_view space(" \t\r\n\f\0", 6);
+    const std::string_view start = pdf.substr(0, window);
+    for (std::size_t at = start.find(keyword, 2); at != std::string_view::npos;
+         at = start.find(keyword, at + 1)) {
+        const char before = start[at - 2];
+        if (space.find(start[at - 1]) != std::string_view::npos &&
+            ((before >= '0' && before <= '9') || space.find(before) != std::string_view::npos))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 PDFReader::PDFReader(Data pdf, std::unique_ptr<poppler::document> document)
@@ -76,7 +96,7 @@ Result<PDFReader, PDFReader::Failure> PDFReader::open(Data pdf)
     // Poppler would report every error of the document on standard error.
     poppler::set_debug_error_function([](const std::string&, void*) {}, nullptr);
     const auto bytes = pdf.bytes();
-    if (bytes.empty() || bytes.size() > static_cast<std::size_t>(INT32_MAX))
+    if (bytes.size() > static_cast<std::size_t>(INT32_MAX) || !hasObjects(pdf.text()))
         return failure(Failure::notReadable);
     std::unique_ptr<poppler::document> document(poppler::document::load_from_raw_data(
         reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size())));
