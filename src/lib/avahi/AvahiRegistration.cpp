@@ -46,7 +46,8 @@ void AvahiRegistration::handleBus(SessionBus::State state)
                .path = "/org/freedesktop/DBus",
                .interface = "org.freedesktop.DBus",
                .member = "StartServiceByName",
-               .arguments = {std::string(daemonName), std::uint32_t{0}}},
+               .arguments = {std::string(daemonName), std::uint32_t{0}},
+               .timeout = std::chrono::seconds(25)},
               lifetime_.guard([this](const BusReply& reply) {
                   if (!reply && !daemon_) handleNoDaemon();
               }));
