@@ -7,10 +7,13 @@
 #include "config/SettingsStore.h"
 #include "desktop/DesktopAlert.h"
 #include "desktop/DesktopFileViewer.h"
+#include "desktop/DesktopNoteViewer.h"
 #include "desktop/DesktopNotes.h"
 #include "desktop/DesktopNotificationCenter.h"
+#include "desktop/DesktopOpener.h"
 #include "desktop/NotesBridge.h"
 #include "desktop/NotesScriptRunner.h"
+#include "desktop/SessionEnvironment.h"
 #include "document/FolderQueues.h"
 #include "event/ProcessSignals.h"
 #include "event/SystemQueues.h"
@@ -94,16 +97,19 @@ int main()
 
     SystemSessionBus bus(sessionBusAddress(), queues.main());
     BlockingSessionBus blockingBus(bus, queues.main());
-    const AddNote addNote = [&blockingBus](const std::string& title, const std::string& text,
-                                           const std::string& folder,
-                                           const std::filesystem::path& pdf) {
-        DesktopNotes notes(currentUserFolders(), blockingBus);
+    const AddNote addNote = [&blockingBus, &log = *log](
+                                const std::string& title, const std::string& text,
+                                const std::string& folder, const std::filesystem::path& pdf) {
+        DesktopNotes notes(currentUserFolders(), blockingBus, log);
         return NotesBridge::addNote(title, text, folder, pdf, notesScriptRunner(notes))
             .map_error([](const NotesBridge::NotesError& error) { return error.description(); });
     };
     DesktopNotificationCenter notifications(bus, "Korvane", "org.korvane.Agent");
-    DesktopFileViewer viewer(bus, queues.main());
-    DesktopAlert alert(queues.main(), notifications, hasDisplay());
+    SessionEnvironment environment(bus, processEnvironment());
+    DesktopOpener opener(environment, queues.main());
+    DesktopFileViewer files(bus, opener, *log);
+    DesktopNoteViewer notes(bus, opener);
+    DesktopAlert alert(queues.main(), notifications, environment);
     const ServiceManager serviceManager(serviceManagerSocket());
 
     const auto delegate = std::make_shared<AgentAppDelegate>(
@@ -128,7 +134,7 @@ int main()
                                   .author = currentUserAccount().loginName},
                          .desktop = {.bus = bus,
                                      .notifications = std::make_shared<NotificationManager>(
-                                         notifications, viewer, *log),
+                                         notifications, files, notes, *log),
                                      .alert = alert,
                                      .serviceManager = serviceManager,
                                      .addNote = addNote}},

@@ -258,7 +258,7 @@ class Agent(Program):
         found = []
         for process in pathlib.Path("/proc").glob("[0-9]*/stat"):
             try:
-                state, parent = process.read_text().rsplit(")")[1].split()[:2]
+                state, parent = process.read_text().rsplit(")", 1)[1].split()[:2]
             except OSError:
                 continue
             if int(parent) == self.process.pid and state != "Z":
