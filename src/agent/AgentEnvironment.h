@@ -17,9 +17,9 @@
 
 namespace korvane {
 
-/** Makes a note with this title and text in a folder of notes, with the PDF attached; or says why
- *  not. It takes its time, and is called on a background thread. */
-using AddNote = std::function<Result<void, std::string>(
+/** Makes a note with this title and text in a folder of notes, with the PDF attached, and gives the
+ *  note's id; or says why not. It takes its time, and is called on a background thread. */
+using AddNote = std::function<Result<std::string, std::string>(
     const std::string& title, const std::string& text, const std::string& folder,
     const std::filesystem::path& pdf)>;
 

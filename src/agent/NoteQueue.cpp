@@ -11,8 +11,8 @@ namespace {
 constexpr std::size_t maxNotes = 64;
 
 /** Running out of memory fails this note only, not those that wait behind it. */
-Result<void, std::string> makeNote(const AddNote& addNote, const CompletedJob& job,
-                                   const std::string& folder)
+Result<std::string, std::string> makeNote(const AddNote& addNote, const CompletedJob& job,
+                                          const std::string& folder)
 {
     try {
         return addNote(job.jobName, job.plainText, folder, job.pdfURL);
@@ -23,8 +23,9 @@ Result<void, std::string> makeNote(const AddNote& addNote, const CompletedJob& j
 
 } // namespace
 
-NoteQueue::NoteQueue(Queues& queues, Log& log, Alert& alert, AddNote addNote)
-    : queues_(queues), log_(log), alert_(alert), addNote_(std::move(addNote))
+NoteQueue::NoteQueue(Queues& queues, Log& log, const DesktopEnvironment& desktop)
+    : queues_(queues), log_(log), alert_(desktop.alert), notifications_(desktop.notifications),
+      addNote_(desktop.addNote)
 {
 }
 
@@ -52,10 +53,12 @@ void NoteQueue::addNext()
     });
 }
 
-void NoteQueue::added(const CompletedJob& job, const Result<void, std::string>& outcome) const
+void NoteQueue::added(const CompletedJob& job,
+                      const Result<std::string, std::string>& outcome) const
 {
     if (outcome) {
         log_.note("PrinterService: added note for " + job.jobName);
+        notifications_->showNoteAdded(job.jobName, *outcome);
     } else {
         log_.error("PrinterService: NotesBridge failed: " + outcome.error());
         alert_.warn("Couldn't add to Notes", outcome.error());

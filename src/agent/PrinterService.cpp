@@ -37,8 +37,7 @@ JobTicket makeTicket(const SettingsStore& store, const Clock& clock, const std::
 PrinterService::PrinterService(AgentEnvironment environment)
     : environment_(std::move(environment)), log_(environment_.server.log),
       printerUUID_(loadOrCreatePrinterUUID(environment_.store.supportDirectory(), log_)),
-      notes_(std::make_shared<NoteQueue>(environment_.server.queues, log_,
-                                         environment_.desktop.alert, environment_.desktop.addNote)),
+      notes_(std::make_shared<NoteQueue>(environment_.server.queues, log_, environment_.desktop)),
       hostNames_(environment_.hostNames.watch(environment_.server.queues.main(),
                                               [this] { hostNameChanged(); })),
       shared_{.settings = environment_.store.defaultSettings()}
@@ -113,9 +112,10 @@ void PrinterService::startServer()
         const auto self = current();
         if (self) self->setAdvertisedPort(readyPort);
         log.note(fmt::format("PrinterService: ready on port {}, Bonjour advertising", readyPort));
-        if (self)
-            self->environment_.desktop.serviceManager.status(
-                fmt::format("Ready on port {}", readyPort));
+        if (!self) return;
+        const auto& desktop = self->environment_.desktop;
+        desktop.notifications->removePortUnavailable();
+        desktop.serviceManager.status(fmt::format("Ready on port {}", readyPort));
     };
     server->onPortUnavailable = [current](std::uint16_t takenPort, const SystemError& error) {
         const auto self = current();

@@ -7,10 +7,13 @@
 #include "config/SettingsStore.h"
 #include "desktop/DesktopAlert.h"
 #include "desktop/DesktopFileViewer.h"
+#include "desktop/DesktopNoteViewer.h"
 #include "desktop/DesktopNotes.h"
 #include "desktop/DesktopNotificationCenter.h"
+#include "desktop/DesktopOpener.h"
 #include "desktop/NotesBridge.h"
 #include "desktop/NotesScriptRunner.h"
+#include "desktop/SessionEnvironment.h"
 #include "document/FolderQueues.h"
 #include "event/ProcessSignals.h"
 #include "event/SystemQueues.h"
@@ -31,8 +34,10 @@
 #include "workerpool/WorkerPool.h"
 #include "workerpool/WorkerProcess.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -40,12 +45,25 @@
 #include <string>
 #include <utility>
 
+namespace korvane {
+
 namespace {
 
 /** For jobs to be saved as they were received; the next agent saves what is left in the spool. */
 constexpr std::chrono::milliseconds timeToEnd{2500};
 
+/** One agent serves a user; the service unit knows this exit status. */
+constexpr int alreadyRunning = 1;
+
+std::string describeOwner(const Spool& spool)
+{
+    const auto owner = spool.owner();
+    return "KorvaneAgent: already running" + (owner ? fmt::format(" (pid={})", *owner) : "");
+}
+
 } // namespace
+
+} // namespace korvane
 
 int main()
 {
@@ -59,6 +77,10 @@ int main()
     const auto log =
         makeSystemLog({.subsystem = "org.korvane.Agent", .category = "app"}, STDERR_FILENO);
     Spool spool(currentUserFolders().stateHome / "Korvane");
+    if (const auto ours = spool.check(); !ours && ours.error() == SystemError{EBUSY}) {
+        log->note(describeOwner(spool));
+        return alreadyRunning;
+    }
     SystemQueues queues(*log);
     FolderQueues folders(queues.background());
     SocketNetwork network;
@@ -75,16 +97,19 @@ int main()
 
     SystemSessionBus bus(sessionBusAddress(), queues.main());
     BlockingSessionBus blockingBus(bus, queues.main());
-    const AddNote addNote = [&blockingBus](const std::string& title, const std::string& text,
-                                           const std::string& folder,
-                                           const std::filesystem::path& pdf) {
-        DesktopNotes notes(currentUserFolders(), blockingBus);
+    const AddNote addNote = [&blockingBus, &log = *log](
+                                const std::string& title, const std::string& text,
+                                const std::string& folder, const std::filesystem::path& pdf) {
+        DesktopNotes notes(currentUserFolders(), blockingBus, log);
         return NotesBridge::addNote(title, text, folder, pdf, notesScriptRunner(notes))
             .map_error([](const NotesBridge::NotesError& error) { return error.description(); });
     };
     DesktopNotificationCenter notifications(bus, "Korvane", "org.korvane.Agent");
-    DesktopFileViewer viewer(bus, queues.main());
-    DesktopAlert alert(queues.main(), notifications, hasDisplay());
+    SessionEnvironment environment(bus, processEnvironment());
+    DesktopOpener opener(environment, queues.main());
+    DesktopFileViewer files(bus, opener, *log);
+    DesktopNoteViewer notes(bus, opener);
+    DesktopAlert alert(queues.main(), notifications, environment);
     const ServiceManager serviceManager(serviceManagerSocket());
 
     const auto delegate = std::make_shared<AgentAppDelegate>(
@@ -109,7 +134,7 @@ int main()
                                   .author = currentUserAccount().loginName},
                          .desktop = {.bus = bus,
                                      .notifications = std::make_shared<NotificationManager>(
-                                         notifications, viewer, *log),
+                                         notifications, files, notes, *log),
                                      .alert = alert,
                                      .serviceManager = serviceManager,
                                      .addNote = addNote}},

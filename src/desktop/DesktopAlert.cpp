@@ -3,7 +3,6 @@
 #include "text/DisplayText.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <string_view>
 #include <utility>
 
@@ -31,56 +30,45 @@ std::string escaped(std::string_view text)
     return whole;
 }
 
-bool isSet(const char* variable)
-{
-    const char* value = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
-    return value != nullptr && *value != '\0';
-}
-
 } // namespace
-
-bool hasDisplay()
-{
-    return isSet("WAYLAND_DISPLAY") || isSet("DISPLAY");
-}
 
 void DesktopAlert::warn(const std::string& message, const std::string& information)
 {
-    const Warning warning{.message = text::displayLine(message, maxMessage),
-                          .information = text::displayText(information, maxInformation)};
-    if (!dialog_) {
-        show(warning);
-    } else if (waiting_.size() < maxWaiting) {
-        waiting_.push_back(warning);
-    }
+    if (warnings_.size() > maxWaiting) return;
+    warnings_.push_back({.message = text::displayLine(message, maxMessage),
+                         .information = text::displayText(information, maxInformation)});
+    if (warnings_.size() == 1) showFirst();
 }
 
-void DesktopAlert::show(const Warning& warning)
+void DesktopAlert::showFirst()
 {
-    if (!hasDisplay_ || !openDialog(warning)) notify(warning);
+    environment_.read(lifetime_.guard([this](const SessionEnvironment::Variables& environment) {
+        if (!hasDisplay(environment) || !openDialog(environment)) firstShown(false);
+    }));
 }
 
-bool DesktopAlert::openDialog(const Warning& warning)
+bool DesktopAlert::openDialog(const SessionEnvironment::Variables& environment)
 {
+    const Warning& warning = warnings_.front();
     auto dialog = ChildProcess::start(
-        {"zenity", "--warning", "--no-markup", "--title=Korvane",
-         "--text=" + escaped(warning.message + "\n\n" + warning.information)},
-        queue_, [this, warning, opened = queue_.now()](int status) {
-            dialogEnded(warning, status == pressed || queue_.now() - opened > minTimeToClose);
+        {.arguments = {"zenity", "--warning", "--no-markup", "--title=Korvane",
+                       "--text=" + escaped(warning.message + "\n\n" + warning.information)},
+         .environment = environment},
+        queue_, [this, opened = queue_.now()](int status) {
+            firstShown(status == pressed || queue_.now() - opened > minTimeToClose);
         });
     if (!dialog) return false;
     dialog_ = std::move(*dialog);
     return true;
 }
 
-void DesktopAlert::dialogEnded(const Warning& warning, bool wasSeen)
+void DesktopAlert::firstShown(bool wasSeen)
 {
     dialog_.reset();
+    const Warning warning = std::move(warnings_.front());
+    warnings_.pop_front();
     if (!wasSeen) notify(warning);
-    while (!dialog_ && !waiting_.empty()) {
-        show(waiting_.front());
-        waiting_.pop_front();
-    }
+    if (!warnings_.empty()) showFirst();
 }
 
 /** Only the latest warning stays up in this way. */

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "base/Lifetime.h"
 #include "desktop/Alert.h"
 #include "desktop/NotificationCenter.h"
+#include "desktop/SessionEnvironment.h"
 #include "event/ChildProcess.h"
 #include "event/Queue.h"
 
@@ -18,9 +20,10 @@ namespace korvane {
  */
 class DesktopAlert final : public Alert {
 public:
-    /** Both outlive the alert. `hasDisplay` says whether a dialog can be tried. */
-    DesktopAlert(SerialQueue& queue, NotificationCenter& notifications, bool hasDisplay)
-        : queue_(queue), notifications_(notifications), hasDisplay_(hasDisplay)
+    /** All outlive the alert. The environment says, for each warning, where the display is. */
+    DesktopAlert(SerialQueue& queue, NotificationCenter& notifications,
+                 SessionEnvironment& environment)
+        : queue_(queue), notifications_(notifications), environment_(environment)
     {
     }
 
@@ -32,19 +35,19 @@ private:
         std::string information;
     };
 
-    void show(const Warning& warning);
-    bool openDialog(const Warning& warning);
-    void dialogEnded(const Warning& warning, bool wasSeen);
+    void showFirst();
+    bool openDialog(const SessionEnvironment::Variables& environment);
+    void firstShown(bool wasSeen);
     void notify(const Warning& warning);
 
     SerialQueue& queue_;
     NotificationCenter& notifications_;
-    const bool hasDisplay_;
+    SessionEnvironment& environment_;
+    /** That of the first warning. */
     std::unique_ptr<ChildProcess> dialog_;
-    std::deque<Warning> waiting_;
+    /** The first is being shown. */
+    std::deque<Warning> warnings_;
+    Lifetime lifetime_;
 };
-
-/** Whether the environment names a display. */
-bool hasDisplay();
 
 } // namespace korvane

@@ -1,31 +1,29 @@
 #pragma once
 
 #include "base/Lifetime.h"
+#include "base/Log.h"
+#include "desktop/DesktopOpener.h"
 #include "desktop/FileViewer.h"
-#include "event/ChildProcess.h"
-#include "event/Queue.h"
 #include "lib/systemd/SessionBus.h"
-
-#include <list>
-#include <memory>
 
 namespace korvane {
 
 /** The file manager on the session bus (org.freedesktop.FileManager1), or else the program that
- *  opens folders. Used on the bus's queue; both outlive it. */
+ *  opens folders. Used on the bus's queue; what is referred to outlives it. */
 class DesktopFileViewer final : public FileViewer {
 public:
-    DesktopFileViewer(SessionBus& bus, SerialQueue& queue) : bus_(bus), queue_(queue) {}
+    DesktopFileViewer(SessionBus& bus, DesktopOpener& opener, Log& log)
+        : bus_(bus), opener_(opener), log_(log)
+    {
+    }
 
-    void reveal(const std::filesystem::path& file) override;
+    void reveal(const std::filesystem::path& file, const std::string& activationToken,
+                OpeningHandler handler) override;
 
 private:
-    void openFolder(const std::filesystem::path& folder);
-
     SessionBus& bus_;
-    SerialQueue& queue_;
-    /** The programs that run. */
-    std::list<std::unique_ptr<ChildProcess>> openers_;
+    DesktopOpener& opener_;
+    Log& log_;
     Lifetime lifetime_;
 };
 

@@ -7,7 +7,11 @@ namespace korvane {
 
 Result<std::string, NotesFailure> DesktopNotes::addNote(const Note& note)
 {
-    if (auto gnote = GnoteRemote::open(bus_)) return GnoteNotes(std::move(gnote)).addNote(note);
+    if (auto gnote = GnoteRemote::open(bus_)) {
+        auto added = GnoteNotes(std::move(gnote)).addNote(note);
+        if (added) return added;
+        log_.error("NotesBridge: " + added.error().description + " The note becomes a file.");
+    }
     return HTMLNotes(documentsFolder(user_) / "Notes").addNote(note);
 }
 

@@ -2,6 +2,7 @@
 
 #include "text/DisplayText.h"
 #include "text/Markup.h"
+#include "text/PercentEncoding.h"
 
 #include <algorithm>
 #include <array>
@@ -15,8 +16,9 @@ namespace {
 constexpr std::size_t maxTitle = 200;
 constexpr std::size_t maxBody = 1000;
 
-/** Requests that wait for the server's capabilities. */
-constexpr std::size_t maxWaiting = 64;
+/** How often a server is asked that does not answer: one whose desktop is starting may take its
+ *  time. */
+constexpr int maxQuestions = 10;
 
 /** Reasons of NotificationClosed. */
 constexpr std::uint32_t expired = 1;
@@ -25,6 +27,11 @@ constexpr std::uint32_t dismissed = 2;
 /** Values of expire_timeout. */
 constexpr std::int32_t leftToServer = -1;
 constexpr std::int32_t never = 0;
+
+bool isNoReply(const BusError& error)
+{
+    return error.name == "org.freedesktop.DBus.Error.NoReply";
+}
 
 NotificationError errorOf(const BusError& error)
 {
@@ -41,18 +48,16 @@ NotificationError errorOf(const BusError& error)
 DesktopNotificationCenter::DesktopNotificationCenter(SessionBus& bus, std::string name,
                                                      std::string program)
     : bus_(bus), name_(std::move(name)), program_(std::move(program)),
-      server_(bus, {.onChange =
-                        [this] {
-                            capabilities_.reset();
-                            shown_.clear();
+      server_(bus, {.onChange = [this] { serverChanged(); },
+                    .onActivationToken =
+                        [this](std::uint32_t id, const std::string& token) {
+                            activation_ = {.id = id, .token = token};
                         },
                     .onAction = [this](std::uint32_t id,
                                        const std::string& key) { handleAction(id, key); },
                     .onClosed = [this](std::uint32_t id,
                                        std::uint32_t reason) { handleClosed(id, reason); }}),
-      busState_(bus.watchState([this](SessionBus::State /*state*/) {
-          if (!waitingForCapabilities_.empty()) askForCapabilities();
-      }))
+      busState_(bus.watchState([this](SessionBus::State /*state*/) { askIfWanted(); }))
 {
 }
 
@@ -63,89 +68,128 @@ void DesktopNotificationCenter::setCategories(std::vector<NotificationCategory> 
 
 void DesktopNotificationCenter::requestAuthorization(AuthorizationHandler handler)
 {
-    withCapabilities([handler = std::move(handler)](const auto& outcome) {
-        if (outcome) {
-            handler(true, std::nullopt);
-        } else {
-            handler(false, outcome.error());
-        }
-    });
+    if (capabilities_) return handler(true, std::nullopt);
+    authorizations_.push_back(std::move(handler));
+    askIfWanted();
 }
 
 void DesktopNotificationCenter::add(NotificationRequest request, AddHandler handler)
 {
-    auto waiting = std::make_shared<Waiting>(Waiting{std::move(request), std::move(handler)});
-    withCapabilities([this, waiting](const auto& outcome) {
-        if (outcome) {
-            post(std::move(*waiting));
-        } else {
-            waiting->handler(outcome);
-        }
-    });
+    submit({std::move(request), std::move(handler)});
 }
 
-void DesktopNotificationCenter::withCapabilities(CapabilitiesHandler handler)
+void DesktopNotificationCenter::remove(const std::string& identifier)
 {
-    if (capabilities_) {
-        handler({});
-    } else if (waitingForCapabilities_.size() >= maxWaiting) {
-        handler(failure(NotificationError{.text = "Too many notifications are waiting"}));
-    } else {
-        waitingForCapabilities_.push_back(std::move(handler));
-        if (bus_.state() != SessionBus::State::connecting) askForCapabilities();
+    waiting_.remove(identifier);
+    if (const auto found = inFlight_.find(identifier); found != inFlight_.end()) {
+        const NextStep next = std::exchange(found->second, Removed{});
+        if (const auto* replacing = std::get_if<Request>(&next)) replacing->handler({});
+    } else if (const std::uint32_t id = shown_.idOf(identifier); id != 0) {
+        close(id);
     }
+}
+
+void DesktopNotificationCenter::submit(Request request)
+{
+    if (capabilities_) return post(std::move(request));
+    waiting_.add(std::move(request));
+    askIfWanted();
+}
+
+void DesktopNotificationCenter::serverChanged()
+{
+    capabilities_.reset();
+    shown_.clear();
+    if (server_.isPresent()) askIfWanted();
+}
+
+void DesktopNotificationCenter::askIfWanted()
+{
+    const bool isWanted = !waiting_.isEmpty() || !authorizations_.empty();
+    if (isWanted && questions_ == 0 && bus_.state() != SessionBus::State::connecting)
+        askForCapabilities();
 }
 
 void DesktopNotificationCenter::askForCapabilities()
 {
-    if (std::exchange(isAsking_, true)) return;
+    ++questions_;
     server_.call("GetCapabilities", {}, lifetime_.guard([this](const BusReply& reply) {
-        isAsking_ = false;
-        if (!reply) return capabilitiesKnown(failure(errorOf(reply.error())));
+        if (!reply && isNoReply(reply.error()) && server_.isPresent() && questions_ < maxQuestions)
+            return askForCapabilities();
+        questions_ = 0;
+        if (!reply) return capabilitiesUnknown(reply.error());
         const auto* names = busArgument<std::vector<std::string>>(*reply, 0);
         capabilities_ = names ? Capabilities(names->begin(), names->end()) : Capabilities();
-        capabilitiesKnown({});
+        capabilitiesKnown();
     }));
 }
 
-void DesktopNotificationCenter::capabilitiesKnown(const Result<void, NotificationError>& outcome)
+void DesktopNotificationCenter::capabilitiesKnown()
 {
-    for (const auto& handler : std::exchange(waitingForCapabilities_, {})) handler(outcome);
+    for (const auto& handler : std::exchange(authorizations_, {})) handler(true, std::nullopt);
+    for (Request& request : waiting_.takeAll()) submit(std::move(request));
 }
 
-void DesktopNotificationCenter::post(Waiting waiting)
+void DesktopNotificationCenter::capabilitiesUnknown(const BusError& error)
 {
-    const std::string& identifier = waiting.request.identifier;
-    if (const auto earlier = inFlight_.find(identifier); earlier != inFlight_.end()) {
-        // Its ID is not known yet; only the latest request replaces it.
-        const auto replaced = std::exchange(earlier->second, std::move(waiting));
-        if (replaced) replaced->handler({});
+    const NotificationError reason = errorOf(error);
+    for (const auto& handler : std::exchange(authorizations_, {})) handler(false, reason);
+    if (mayComeLater(reason)) return;
+    for (const Request& request : waiting_.takeAll()) request.handler(failure(reason));
+}
+
+/** Whether a server that is still to come may show what could not be shown for this reason. */
+bool DesktopNotificationCenter::mayComeLater(const NotificationError& error) const
+{
+    return error.isUnavailable || !server_.isPresent();
+}
+
+void DesktopNotificationCenter::post(Request request)
+{
+    const auto [place, isFirst] = inFlight_.try_emplace(request.request.identifier);
+    if (!isFirst) {
+        // The ID of the earlier one is not known yet; only the latest request replaces it.
+        const NextStep replaced = std::exchange(place->second, std::move(request));
+        if (const auto* earlier = std::get_if<Request>(&replaced)) earlier->handler({});
         return;
     }
-    inFlight_[identifier];
-    auto arguments = notifyArguments(waiting.request);
+    auto arguments = notifyArguments(request.request);
     server_.call("Notify", std::move(arguments),
-                 lifetime_.guard([this, waiting = std::move(waiting)](const BusReply& reply) {
-                     posted(waiting, reply);
+                 lifetime_.guard([this, request = std::move(request)](const BusReply& reply) {
+                     posted(request, reply);
                  }));
 }
 
-void DesktopNotificationCenter::posted(const Waiting& waiting, const BusReply& reply)
+void DesktopNotificationCenter::posted(const Request& request, const BusReply& reply)
 {
-    auto next = inFlight_.extract(waiting.request.identifier);
+    const auto& [identifier, content] = request.request;
+    NextStep next = std::move(inFlight_.extract(identifier).mapped());
     const auto* id = reply ? busArgument<std::uint32_t>(*reply, 0) : nullptr;
     if (id != nullptr) {
-        shown_.add({.identifier = waiting.request.identifier,
-                    .category = waiting.request.content.category,
-                    .id = *id});
-        waiting.handler({});
+        const auto dropped = shown_.add({.identifier = identifier,
+                                         .category = content.category,
+                                         .userInformation = content.userInformation,
+                                         .id = *id});
+        if (dropped) close(*dropped);
+        request.handler({});
     } else if (reply) {
-        waiting.handler(
+        request.handler(
             failure(NotificationError{.text = "Invalid answer from the notification server"}));
+    } else if (const auto reason = errorOf(reply.error()); mayComeLater(reason)) {
+        waiting_.add(request);
     } else {
-        waiting.handler(failure(errorOf(reply.error())));
+        request.handler(failure(reason));
     }
-    if (next.mapped()) add(std::move(next.mapped()->request), std::move(next.mapped()->handler));
+    if (auto* replacing = std::get_if<Request>(&next)) submit(std::move(*replacing));
+    if (std::holds_alternative<Removed>(next)) remove(identifier);
+}
+
+/** An action of a notification that is closed cannot be chosen any more. */
+void DesktopNotificationCenter::close(std::uint32_t id)
+{
+    shown_.remove(id);
+    // It fails where the server has closed it by itself.
+    server_.call("CloseNotification", {id}, [](const BusReply& /*reply*/) {});
 }
 
 std::vector<BusValue>
@@ -184,6 +228,8 @@ BusDictionary DesktopNotificationCenter::hintsOf(const NotificationContent& cont
                            {"urgency", static_cast<std::uint8_t>(content.urgency)}};
     if (content.playsSound) hints.push_back({"sound-name", std::string("message-new-instant")});
     if (!content.event.empty()) hints.push_back({"category", content.event});
+    if (!content.file.empty()) // Plasma shows the file, which can be dragged from there.
+        hints.push_back({"x-kde-urls", std::vector{text::fileURI(content.file.native())}});
     return hints;
 }
 
@@ -205,7 +251,9 @@ void DesktopNotificationCenter::handleAction(std::uint32_t id, const std::string
         (key == NotificationResponse::defaultAction ||
          std::ranges::find(category->actions, key, &NotificationAction::identifier) !=
              category->actions.end());
-    if (isOffered) respond(*entry, key);
+    if (!isOffered) return;
+    close(id);
+    respond(*entry, key);
 }
 
 void DesktopNotificationCenter::handleClosed(std::uint32_t id, std::uint32_t reason)
@@ -223,9 +271,13 @@ void DesktopNotificationCenter::handleClosed(std::uint32_t id, std::uint32_t rea
 void DesktopNotificationCenter::respond(const ShownNotifications::Entry& entry,
                                         const std::string& action)
 {
-    shown_.remove(entry.id);
+    const Activation activation = std::exchange(activation_, {});
     if (!onResponse_) return;
-    onResponse_({.identifier = entry.identifier, .category = entry.category, .action = action});
+    onResponse_({.identifier = entry.identifier,
+                 .category = entry.category,
+                 .action = action,
+                 .userInformation = entry.userInformation,
+                 .activationToken = activation.id == entry.id ? activation.token : ""});
 }
 
 } // namespace korvane

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "desktop/Opening.h"
+
 #include <filesystem>
+#include <string>
 
 namespace korvane {
 
@@ -9,9 +12,10 @@ class FileViewer {
 public:
     virtual ~FileViewer() = default;
 
-    /** Opens the file's folder with the file selected. Returns at once; where the desktop cannot,
-     *  nothing happens. */
-    virtual void reveal(const std::filesystem::path& file) = 0;
+    /** Opens the file's folder with the file selected. Returns at once. With the activation token
+     *  of what the user has clicked the window gets the focus; it may be empty. */
+    virtual void reveal(const std::filesystem::path& file, const std::string& activationToken,
+                        OpeningHandler handler) = 0;
 };
 
 } // namespace korvane

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <iterator>
 #include <utility>
 
 namespace korvane {
@@ -12,16 +11,17 @@ namespace {
 
 constexpr const char* service = "org.gnome.Gnote";
 
-/** Gnote starts in a fraction of a second; a large note takes it a while to read. */
-constexpr std::chrono::seconds answerTime{30};
+/** What Gnote reads at the least in a second. */
+constexpr std::size_t bytesPerSecond = 128UL << 10U;
 
 constexpr std::chrono::milliseconds firstDelay{10};
-constexpr std::chrono::milliseconds maxDelay{10000};
+constexpr std::chrono::milliseconds maxDelay{1280};
 
-/** Whether the object is not there (yet). */
+/** Whether the object is not there yet, or Gnote is still starting. */
 bool isMissing(const BusError& error)
 {
-    return error.name == "org.freedesktop.DBus.Error.UnknownMethod" ||
+    return error.name == "org.freedesktop.DBus.Error.NoReply" ||
+           error.name == "org.freedesktop.DBus.Error.UnknownMethod" ||
            error.name == "org.freedesktop.DBus.Error.UnknownObject" ||
            error.name == "org.freedesktop.DBus.Error.UnknownInterface";
 }
@@ -52,28 +52,30 @@ bool GnoteRemote::isPresent()
 bool GnoteRemote::isAnswering()
 {
     for (auto delay = firstDelay;; delay *= 2) {
-        const auto reply = ask("Version", {});
+        const auto reply = bus_.call(makeCall("Version", {}));
         if (reply) return true;
         if (!isMissing(reply.error()) || delay > maxDelay || !bus_.pause(delay)) return false;
     }
 }
 
-BusReply GnoteRemote::ask(const std::string& member, std::vector<std::string> arguments)
+BusCall GnoteRemote::makeCall(const std::string& member, std::vector<std::string> arguments)
 {
-    return bus_.call({.destination = service,
-                      .path = "/org/gnome/Gnote/RemoteControl",
-                      .interface = "org.gnome.Gnote.RemoteControl",
-                      .member = member,
-                      .arguments = {std::make_move_iterator(arguments.begin()),
-                                    std::make_move_iterator(arguments.end())},
-                      .timeout = answerTime});
+    BusCall call{.destination = service,
+                 .path = "/org/gnome/Gnote/RemoteControl",
+                 .interface = "org.gnome.Gnote.RemoteControl",
+                 .member = member};
+    for (std::string& argument : arguments) {
+        call.timeout += std::chrono::seconds(argument.size() / bytesPerSecond);
+        call.arguments.emplace_back(std::move(argument));
+    }
+    return call;
 }
 
 template <typename T>
 Result<T, NotesFailure> GnoteRemote::call(const std::string& member,
                                           std::vector<std::string> arguments)
 {
-    const auto reply = ask(member, std::move(arguments));
+    const auto reply = bus_.call(makeCall(member, std::move(arguments)));
     if (!reply) {
         return failure(
             NotesFailure{"Gnote failed at " + member + ": " + reply.error().description() + "."});

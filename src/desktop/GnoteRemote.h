@@ -17,6 +17,9 @@ public:
      *  is none. The bus outlives it. */
     static std::unique_ptr<GnoteRemote> open(BlockingBus& bus);
 
+    /** A call of the method with texts. */
+    static BusCall makeCall(const std::string& member, std::vector<std::string> arguments);
+
     /** Calls a method with texts. T is the type of what it gives: bool or std::string; an answer of
      *  another type is a failure. */
     template <typename T>
@@ -26,9 +29,9 @@ private:
     explicit GnoteRemote(BlockingBus& bus) : bus_(bus) {}
 
     bool isPresent();
-    /** Waits until the remote control answers, which is a moment after Gnote has started. */
+    /** Waits until the remote control answers, which is a moment after Gnote has started; about
+     *  20 s at most. */
     bool isAnswering();
-    BusReply ask(const std::string& member, std::vector<std::string> arguments);
 
     BlockingBus& bus_;
 };

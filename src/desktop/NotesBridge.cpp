@@ -47,9 +47,10 @@ std::string scriptSource(std::string_view title, std::string_view text, std::str
                                 .file = pdf});
 }
 
-Result<void, NotesError> addNote(std::string_view title, std::string_view text,
-                                 std::string_view folderName, const std::filesystem::path& pdf,
-                                 const ScriptRunner& runner)
+Result<std::string, NotesError> addNote(std::string_view title, std::string_view text,
+                                        std::string_view folderName,
+                                        const std::filesystem::path& pdf,
+                                        const ScriptRunner& runner)
 {
     const Script script = runner(scriptSource(title, text, folderName, pdf));
     if (!script) {
@@ -58,7 +59,7 @@ Result<void, NotesError> addNote(std::string_view title, std::string_view text,
     const auto result = script();
     if (!result) return failure(NotesError{Code::scriptRunFailed, messageOf(result.error())});
     if (!*result) return failure(NotesError{Code::scriptReturnedNothing});
-    return {};
+    return **result;
 }
 
 } // namespace korvane::NotesBridge

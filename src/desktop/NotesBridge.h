@@ -32,11 +32,13 @@ struct NotesError {
 /**
  * Makes a note named `title` that holds `text` and has the PDF attached, in the folder of that
  * name, which is made if it is missing. A blank folder name stands for "Notes". Blocks until the
- * application is done, which may have to start first: never call it on the main queue.
+ * application is done, which may have to start first: never call it on the main queue. Gives the
+ * note's id.
  */
-Result<void, NotesError> addNote(std::string_view title, std::string_view text,
-                                 std::string_view folderName, const std::filesystem::path& pdf,
-                                 const ScriptRunner& runner);
+Result<std::string, NotesError> addNote(std::string_view title, std::string_view text,
+                                        std::string_view folderName,
+                                        const std::filesystem::path& pdf,
+                                        const ScriptRunner& runner);
 
 /** The program that adds the note. */
 std::string scriptSource(std::string_view title, std::string_view text, std::string_view folderName,

@@ -2,6 +2,7 @@
 
 #include "base/Result.h"
 
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <optional>
@@ -9,6 +10,9 @@
 #include <vector>
 
 namespace korvane {
+
+/** What a notification is to remember, by name. */
+using UserInformation = std::map<std::string, std::string>;
 
 /** A button on a notification. */
 struct NotificationAction {
@@ -33,8 +37,10 @@ struct NotificationContent {
     bool playsSound = true;
     /** The identifier of a registered category; without one nothing can be chosen. */
     std::string category = {};
-    /** Kept by the agent, not sent to the server. */
-    std::map<std::string, std::string> userInformation = {};
+    /** Given back with the user's response. */
+    UserInformation userInformation = {};
+    /** The file that it is about, which may be dragged from it; empty without one. */
+    std::filesystem::path file = {};
     /** The kind of event, in the words of the Desktop Notifications Specification. */
     std::string event = {};
     Urgency urgency = Urgency::normal;
@@ -60,6 +66,10 @@ struct NotificationResponse {
     std::string category;
     /** The identifier of one of the category's actions, or one of the above. */
     std::string action;
+    /** The notification's. */
+    UserInformation userInformation = {};
+    /** What lets a window that is opened now have the focus (XDG Activation); may be empty. */
+    std::string activationToken = {};
 };
 
 /** Why a notification is not shown. */
@@ -91,8 +101,13 @@ public:
     /** Asks whether notifications may be shown with a sound; the handler is called once. */
     virtual void requestAuthorization(AuthorizationHandler handler) = 0;
 
-    /** Shows a notification now; the handler is called once with the outcome. */
+    /** Shows a notification as soon as there is somebody to show it; the handler is called once
+     *  with the outcome, which is no failure for a notification that was replaced or removed
+     *  before. One that the user has answered is closed. */
     virtual void add(NotificationRequest request, AddHandler handler) = 0;
+
+    /** Takes the notification back, whether it is shown or waits to be. */
+    virtual void remove(const std::string& identifier) = 0;
 };
 
 } // namespace korvane

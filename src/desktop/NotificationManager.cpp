@@ -13,8 +13,20 @@ namespace {
 
 constexpr const char* notesEnabledCategory = "KV_JOB_NOTES_ENABLED";
 constexpr const char* notesDisabledCategory = "KV_JOB_NOTES_DISABLED";
+constexpr const char* noteAddedCategory = "KV_NOTE_ADDED";
 constexpr const char* addToNotesAction = "KV_ACTION_ADD_TO_NOTES";
 constexpr const char* revealAction = "KV_ACTION_REVEAL";
+constexpr const char* openNoteAction = "KV_ACTION_OPEN_NOTE";
+
+/** Keys of the user information. */
+constexpr const char* pdfPath = "pdfPath";
+constexpr const char* noteID = "noteID";
+
+std::string valueOf(const UserInformation& information, const std::string& key)
+{
+    const auto found = information.find(key);
+    return found == information.end() ? "" : found->second;
+}
 
 /** A random UUID (RFC 9562) in upper case. */
 std::string makeIdentifier()
@@ -38,7 +50,9 @@ void NotificationManager::configure()
     center_.setCategories({{.identifier = notesEnabledCategory,
                             .actions = {addToNotes, reveal},
                             .reportsDismissal = true},
-                           {.identifier = notesDisabledCategory, .actions = {reveal}}});
+                           {.identifier = notesDisabledCategory, .actions = {reveal}},
+                           {.identifier = noteAddedCategory,
+                            .actions = {{.identifier = openNoteAction, .title = "Open"}}}});
     center_.requestAuthorization([weak = weak_from_this()](bool granted, const auto& error) {
         const auto self = weak.lock();
         if (!self) return;
@@ -55,14 +69,17 @@ void NotificationManager::postJobNotification(const CompletedJob& job, bool note
           .content = {.title = job.jobName,
                       .body = job.summary,
                       .category = notesEnabled ? notesEnabledCategory : notesDisabledCategory,
-                      .userInformation = {{"pdfPath", job.pdfURL.string()}},
+                      .userInformation = {{pdfPath, job.pdfURL.string()}},
+                      .file = job.pdfURL,
                       .event = "transfer.complete"}},
          "Notifications: post failed: ");
 }
 
 void NotificationManager::showPortUnavailable(std::uint16_t port, const std::string& reason)
 {
-    post({.identifier = fmt::format("KV_PORT_UNAVAILABLE_{}", port),
+    const std::string identifier = fmt::format("KV_PORT_UNAVAILABLE_{}", port);
+    portNotices_.insert(identifier);
+    post({.identifier = identifier,
           .content = {.title = "Korvane can't start",
                       .body = fmt::format("Port {} is unavailable ({}). The printer won't appear "
                                           "until the port is free, or you pick another one in "
@@ -70,6 +87,24 @@ void NotificationManager::showPortUnavailable(std::uint16_t port, const std::str
                                           port, reason),
                       .event = "network.error"}},
          "Notifications: port-unavailable post failed: ");
+}
+
+void NotificationManager::removePortUnavailable()
+{
+    for (const std::string& identifier : std::exchange(portNotices_, {}))
+        center_.remove(identifier);
+}
+
+void NotificationManager::showNoteAdded(const std::string& jobName, const std::string& id)
+{
+    post({.identifier = makeIdentifier(),
+          .content = {.title = "Added to Notes",
+                      .body = jobName,
+                      .playsSound = false,
+                      .category = noteAddedCategory,
+                      .userInformation = {{noteID, id}},
+                      .event = "transfer.complete"}},
+         "Notifications: note-added post failed: ");
 }
 
 void NotificationManager::showUnsaved(const std::string& jobName,
@@ -110,6 +145,7 @@ void NotificationManager::postWithFile(const std::string& identifier,
     pendingJobs_.take(identifier); // The user has not answered the one that this replaces.
     pendingJobs_.add(identifier, {.pdfURL = file});
     content.category = notesDisabledCategory;
+    content.userInformation = {{pdfPath, file.string()}};
     post({.identifier = identifier, .content = std::move(content)}, failurePrefix);
 }
 
@@ -136,14 +172,51 @@ void NotificationManager::logFailure(const std::string& prefix, const Notificati
 void NotificationManager::didReceive(const NotificationResponse& response)
 {
     const auto job = pendingJobs_.take(response.identifier);
-    if (!job) return;
     const bool isClick = response.action == NotificationResponse::defaultAction;
     const bool isForNotes = response.category == notesEnabledCategory;
-    if (response.action == addToNotesAction || (isClick && isForNotes)) {
+    if (response.action == openNoteAction || (isClick && response.category == noteAddedCategory))
+        return showNote(response);
+    const bool wantsNote = response.action == addToNotesAction || (isClick && isForNotes);
+    if (wantsNote && job) {
         if (onAddToNotes) onAddToNotes(*job);
-    } else if (response.action == revealAction || isClick) {
-        viewer_.reveal(job->pdfURL);
+    } else if (wantsNote || response.action == revealAction || isClick) {
+        // The text of a job that was dropped is gone, its file is not.
+        reveal(job ? job->pdfURL.string() : valueOf(response.userInformation, pdfPath),
+               response.activationToken);
     }
+}
+
+void NotificationManager::reveal(const std::filesystem::path& file,
+                                 const std::string& activationToken)
+{
+    if (file.empty()) return;
+    files_.reveal(file, activationToken, [weak = weak_from_this(), file](const auto& shown) {
+        const auto self = weak.lock();
+        if (!self || shown) return;
+        self->showPlace("Couldn't show the document", file.string(), shown.error());
+    });
+}
+
+void NotificationManager::showNote(const NotificationResponse& response)
+{
+    const std::string id = valueOf(response.userInformation, noteID);
+    notes_.show(id, response.activationToken, [weak = weak_from_this(), id](const auto& shown) {
+        const auto self = weak.lock();
+        if (self && !shown) self->showPlace("Couldn't show the note", id, shown.error());
+    });
+}
+
+/** Tells the user where it is that nothing on this desktop could show. */
+void NotificationManager::showPlace(const std::string& title, const std::string& place,
+                                    const std::string& reason)
+{
+    log_.error(fmt::format("Notifications: can't show {}: {}", place, reason));
+    post({.identifier = "KV_NOT_SHOWN",
+          .content = {.title = title,
+                      .body = fmt::format("It is {}", place),
+                      .playsSound = false,
+                      .event = "transfer.error"}},
+         "Notifications: place post failed: ");
 }
 
 } // namespace korvane

@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "desktop/FileViewer.h"
+#include "desktop/NoteViewer.h"
 #include "desktop/NotificationCenter.h"
 #include "desktop/PendingNotifications.h"
 #include "document/CompletedJob.h"
@@ -10,22 +11,23 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 
 namespace korvane {
 
 /**
  * Notifies the user of saved jobs, of documents that could not be saved and of a port that cannot
- * be used, and does what the user chooses on a notification: shows the file, or passes the job to
- * `onAddToNotes`. All of it runs on
- * the queue of the notification center, the main queue; a response arrives there too, so it finds
- * the map of pending jobs before or after a change, never within one.
+ * be used, and does what the user chooses on a notification: shows the file or the note, or passes
+ * the job to `onAddToNotes`. All of it runs on the queue of the notification center, the main
+ * queue; a response arrives there too, so it finds the map of pending jobs before or after a
+ * change, never within one.
  */
 class NotificationManager : public std::enable_shared_from_this<NotificationManager> {
 public:
     /** All that is referred to outlives the manager. */
-    NotificationManager(NotificationCenter& center, FileViewer& viewer, Log& log)
-        : center_(center), viewer_(viewer), log_(log)
+    NotificationManager(NotificationCenter& center, FileViewer& files, NoteViewer& notes, Log& log)
+        : center_(center), files_(files), notes_(notes), log_(log)
     {
     }
 
@@ -41,6 +43,12 @@ public:
     /** Shows why the port cannot be used. A later notice for the same port replaces this one. */
     void showPortUnavailable(std::uint16_t port, const std::string& reason);
 
+    /** A port can be used: what was shown of ports that cannot be is taken back. */
+    void removePortUnavailable();
+
+    /** Shows that a note was made of the job, and offers to show the note of this id. */
+    void showNoteAdded(const std::string& jobName, const std::string& noteID);
+
     /** Shows that the save folder is missing, or why it cannot be written, and where a document is
      *  kept meanwhile. A later notice for the same folder replaces this one. */
     void showUnsaved(const std::string& jobName, const std::filesystem::path& saveFolder,
@@ -53,13 +61,19 @@ private:
     void postWithFile(const std::string& identifier, const std::filesystem::path& file,
                       NotificationContent content, const std::string& failurePrefix);
     void didReceive(const NotificationResponse& response);
+    void reveal(const std::filesystem::path& file, const std::string& activationToken);
+    void showNote(const NotificationResponse& response);
+    void showPlace(const std::string& title, const std::string& place, const std::string& reason);
     void post(NotificationRequest request, const std::string& failurePrefix);
     void logFailure(const std::string& prefix, const NotificationError& error);
 
     NotificationCenter& center_;
-    FileViewer& viewer_;
+    FileViewer& files_;
+    NoteViewer& notes_;
     Log& log_;
     PendingNotifications pendingJobs_;
+    /** The notices of ports that cannot be used. */
+    std::set<std::string> portNotices_;
     /** It is logged already that there is no notification service. */
     bool isKnownUnavailable_ = false;
 };

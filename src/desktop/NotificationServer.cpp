@@ -35,10 +35,11 @@ void NotificationServer::handle(const BusSignal& signal) const
     // Any peer may send such a signal; those of the server alone are valid.
     const auto* id = busArgument<std::uint32_t>(signal.arguments, 0);
     if (signal.sender != owner_.owner() || id == nullptr) return;
-    if (signal.member == "ActionInvoked") {
-        if (const auto* key = busArgument<std::string>(signal.arguments, 1)) {
-            handlers_.onAction(*id, *key);
-        }
+    const auto* text = busArgument<std::string>(signal.arguments, 1);
+    if (signal.member == "ActionInvoked" && text != nullptr) {
+        handlers_.onAction(*id, *text);
+    } else if (signal.member == "ActivationToken" && text != nullptr) {
+        handlers_.onActivationToken(*id, *text);
     } else if (signal.member == "NotificationClosed") {
         if (const auto* reason = busArgument<std::uint32_t>(signal.arguments, 1)) {
             handlers_.onClosed(*id, *reason);

@@ -17,12 +17,17 @@ public:
     struct Handlers {
         /** Another server, or none: the IDs of the earlier one are invalid. */
         std::function<void()> onChange;
+        /** Comes before the action that the token is for. */
+        std::function<void(std::uint32_t id, const std::string& token)> onActivationToken;
         std::function<void(std::uint32_t id, const std::string& key)> onAction;
         std::function<void(std::uint32_t id, std::uint32_t reason)> onClosed;
     };
 
     /** The bus outlives the server; the handlers are called on its queue. */
     NotificationServer(SessionBus& bus, Handlers handlers);
+
+    /** Whether there is a server. */
+    bool isPresent() const { return !owner_.owner().empty(); }
 
     /** Calls a method; the service is started if need be. */
     void call(const std::string& member, std::vector<BusValue> arguments,

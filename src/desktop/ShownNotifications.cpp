@@ -17,13 +17,16 @@ std::uint32_t ShownNotifications::idOf(const std::string& identifier) const
     return found == entries_.end() ? 0 : found->id;
 }
 
-void ShownNotifications::add(Entry entry)
+std::optional<std::uint32_t> ShownNotifications::add(Entry entry)
 {
     std::erase_if(entries_, [&](const Entry& other) {
         return other.identifier == entry.identifier || other.id == entry.id;
     });
-    if (entries_.size() == limit) entries_.pop_front();
     entries_.push_back(std::move(entry));
+    if (entries_.size() <= limit) return {};
+    const std::uint32_t dropped = entries_.front().id;
+    entries_.pop_front();
+    return dropped;
 }
 
 void ShownNotifications::remove(std::uint32_t id)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "desktop/NotificationCenter.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -8,12 +10,14 @@
 
 namespace korvane {
 
-/** The server's IDs of the notifications that are shown; only the latest 256 are kept. */
+/** The notifications that are shown, with the server's IDs and what their actions need; only the
+ *  latest 256 are kept. */
 class ShownNotifications {
 public:
     struct Entry {
         std::string identifier;
         std::string category;
+        UserInformation userInformation;
         std::uint32_t id = 0;
     };
 
@@ -23,7 +27,8 @@ public:
     /** The ID of the notification, or 0, which stands for none, when it is not shown. */
     std::uint32_t idOf(const std::string& identifier) const;
 
-    void add(Entry entry);
+    /** Gives the ID of the one that is dropped for it. */
+    std::optional<std::uint32_t> add(Entry entry);
     void remove(std::uint32_t id);
     void clear() { entries_.clear(); }
 

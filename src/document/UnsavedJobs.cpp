@@ -56,7 +56,11 @@ void UnsavedJobs::jobSaved(const std::filesystem::path& folder)
 
 void UnsavedJobs::tryAgain()
 {
-    for (auto& [path, folder] : folders_) process(folder, 1);
+    for (auto& [path, folder] : folders_) {
+        // If it is saved now, the others are tried without a delay.
+        folder.nextTry = {};
+        process(folder, 1);
+    }
 }
 
 void UnsavedJobs::process(Folder& folder, std::size_t count)

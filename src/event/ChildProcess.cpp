@@ -36,7 +36,8 @@ public:
         ::posix_spawnattr_init(&attributes);
         ::posix_spawnattr_setsigmask(&attributes, &none);
         ::posix_spawnattr_setsigdefault(&attributes, &all);
-        const int group = start.hasOwnGroup ? POSIX_SPAWN_SETPGROUP : 0;
+        const int group = (start.hasOwnGroup ? POSIX_SPAWN_SETPGROUP : 0) |
+                          (start.hasOwnSession ? POSIX_SPAWN_SETSID : 0);
         ::posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETSIGMASK |
                                                                    POSIX_SPAWN_SETSIGDEF | group));
     }
@@ -86,16 +87,17 @@ Result<StartedProcess, SystemError> startProcess(const ProcessStart& start)
 }
 
 Result<std::unique_ptr<ChildProcess>, SystemError>
-ChildProcess::start(std::vector<std::string> arguments, SerialQueue& queue, ExitHandler onExit)
+ChildProcess::start(const ProcessStart& start, SerialQueue& queue, ExitHandler onExit)
 {
-    return startProcess({.arguments = std::move(arguments)}).map([&](StartedProcess&& process) {
+    return startProcess(start).map([&](StartedProcess&& process) {
         return std::unique_ptr<ChildProcess>(
-            new ChildProcess(std::move(process), queue, std::move(onExit)));
+            new ChildProcess(std::move(process), start.hasOwnSession, queue, std::move(onExit)));
     });
 }
 
-ChildProcess::ChildProcess(StartedProcess process, SerialQueue& queue, ExitHandler onExit)
-    : process_(std::move(process)), onExit_(std::move(onExit)),
+ChildProcess::ChildProcess(StartedProcess process, bool mayOutlive, SerialQueue& queue,
+                           ExitHandler onExit)
+    : process_(std::move(process)), mayOutlive_(mayOutlive), onExit_(std::move(onExit)),
       watch_(queue.watch(process_.descriptor.get()))
 {
     watch_->whenReadable([this] { reap(); });
@@ -103,7 +105,7 @@ ChildProcess::ChildProcess(StartedProcess process, SerialQueue& queue, ExitHandl
 
 ChildProcess::~ChildProcess()
 {
-    if (!hasEnded_) ::kill(process_.id, SIGTERM);
+    if (!hasEnded_ && !mayOutlive_) ::kill(process_.id, SIGTERM);
 }
 
 void ChildProcess::reap()

@@ -26,6 +26,8 @@ struct ProcessStart {
     int descriptor = -1;
     /** In a process group of its own, out of reach of Ctrl-C in our terminal. */
     bool hasOwnGroup = false;
+    /** In a session of its own, which does not end with ours. */
+    bool hasOwnSession = false;
 };
 
 /** A process that has just begun; whoever holds it has to wait for its end (waitid(2)). */
@@ -39,7 +41,7 @@ Result<StartedProcess, SystemError> startProcess(const ProcessStart& start);
 
 /**
  * A program whose end is noticed on a queue, on which it is used; destroying it earlier asks the
- * program to end.
+ * program to end, unless it has a session of its own.
  */
 class ChildProcess {
 public:
@@ -48,17 +50,18 @@ public:
     using ExitHandler = std::function<void(int status)>;
 
     static Result<std::unique_ptr<ChildProcess>, SystemError>
-    start(std::vector<std::string> arguments, SerialQueue& queue, ExitHandler onExit);
+    start(const ProcessStart& start, SerialQueue& queue, ExitHandler onExit);
 
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
 private:
-    ChildProcess(StartedProcess process, SerialQueue& queue, ExitHandler onExit);
+    ChildProcess(StartedProcess process, bool mayOutlive, SerialQueue& queue, ExitHandler onExit);
     void reap();
 
     const StartedProcess process_;
+    const bool mayOutlive_;
     ExitHandler onExit_;
     std::unique_ptr<DescriptorWatch> watch_;
     bool hasEnded_ = false;

@@ -70,6 +70,8 @@ TEST_F(AgentAppDelegateTest, MakesANoteOfAJobThatTheUserChooses)
     notifications.choose("KV_ACTION_ADD_TO_NOTES");
     queues.run();
     EXPECT_THAT(notes, testing::ElementsAre(testing::StartsWith("Letter||Paper|Letter 2025")));
+    notifications.choose("KV_ACTION_OPEN_NOTE");
+    EXPECT_THAT(screen.shown, testing::ElementsAre("note"));
 }
 
 } // namespace

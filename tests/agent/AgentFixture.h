@@ -42,9 +42,18 @@ struct Chosen {
     bool notes = false;
 };
 
-/** Shows files and warnings by remembering them. */
-struct FakeDesktop final : FileViewer, Alert {
-    void reveal(const std::filesystem::path& file) override { shown.push_back(file.string()); }
+/** Shows files, notes and warnings by remembering them. */
+struct FakeDesktop final : FileViewer, NoteViewer, Alert {
+    void reveal(const std::filesystem::path& file, const std::string& /*token*/,
+                OpeningHandler /*handler*/) override
+    {
+        shown.push_back(file.string());
+    }
+    void show(const std::string& id, const std::string& /*token*/,
+              OpeningHandler /*handler*/) override
+    {
+        shown.push_back(id);
+    }
     void warn(const std::string& message, const std::string& information) override
     {
         shown.push_back(fmt::format("{}: {}", message, information));
@@ -198,12 +207,12 @@ protected:
     FakeServiceManager systemd{home.path() / "notify"};
     ServiceManager serviceManager{(home.path() / "notify").string()};
     /** What the Notes application answers. */
-    Result<void, std::string> noteOutcome;
+    Result<std::string, std::string> noteOutcome = "note";
     /** The notes that it was given. */
     std::vector<std::string> notes;
     DesktopEnvironment desktop{
         .bus = bus,
-        .notifications = std::make_shared<NotificationManager>(notifications, screen, log),
+        .notifications = std::make_shared<NotificationManager>(notifications, screen, screen, log),
         .alert = screen,
         .serviceManager = serviceManager,
         .addNote = [this](const std::string& title, const std::string& text,

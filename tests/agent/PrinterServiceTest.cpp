@@ -118,8 +118,10 @@ TEST_F(PrinterServiceTest, TriesAgainAtTheNextReloadWhenNoListenerCanBeMade)
                 ElementsAre("PrinterService: IPP listener failed to start: Too many open files"));
     EXPECT_EQ(notifications.latest().identifier, "KV_PORT_UNAVAILABLE_8631");
     EXPECT_THAT(notifications.latest().content.body, HasSubstr("(Too many open files)"));
+    EXPECT_THAT(notifications.removed, IsEmpty());
     startPrinter();
     EXPECT_THAT(directory.live, ElementsAre("Office"));
+    EXPECT_THAT(notifications.removed, ElementsAre("KV_PORT_UNAVAILABLE_8631"));
 }
 
 TEST_F(PrinterServiceTest, TellsTheUserOnceThatThePortIsTaken)
@@ -149,7 +151,7 @@ TEST_F(PrinterServiceTest, MakesNotesOneAfterTheOtherWhileTheMainQueueGoesOn)
     EXPECT_THAT(notes, IsEmpty()) << "it waits for a queue that may block";
     ASSERT_TRUE(queues.queue("utility")->runWaiting());
     EXPECT_THAT(notes, ElementsAre("Letter|Dear|Paper|a.pdf")) << "the second waits for the first";
-    noteOutcome = {};
+    noteOutcome = "note";
     queues.run();
     EXPECT_EQ(notes.size(), 2U);
     EXPECT_THAT(log.errors(), ElementsAre("PrinterService: NotesBridge failed: no Notes"));

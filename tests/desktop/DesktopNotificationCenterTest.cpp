@@ -23,7 +23,8 @@ protected:
     {
         center.setCategories({{.identifier = "JOB", .actions = {{"OPEN", "Open it"}}}});
         center.setResponseHandler([this](const NotificationResponse& response) {
-            outcomes.push_back(response.identifier + " " + response.action);
+            outcomes.push_back(response.identifier + " " + response.action +
+                               response.activationToken);
         });
         bus.answer(std::vector<BusValue>{std::string(serverName)});
     }
@@ -55,6 +56,21 @@ protected:
         bus.emit({.sender = sender, .member = "ActionInvoked", .arguments = {id, key}});
     }
 
+    void setOwner(const std::string& owner)
+    {
+        bus.emit({.sender = "org.freedesktop.DBus",
+                  .member = "NameOwnerChanged",
+                  .arguments = {std::string(), std::string(), owner}});
+    }
+
+    /** Answers a CloseNotification, and gives its ID. */
+    std::uint32_t closed()
+    {
+        const BusCall call = bus.answer(std::vector<BusValue>{});
+        EXPECT_EQ(call.member, "CloseNotification");
+        return *busArgument<std::uint32_t>(call.arguments, 0);
+    }
+
     static BusError noReply()
     {
         return {.name = "org.freedesktop.DBus.Error.NoReply", .message = "timed out"};
@@ -75,18 +91,14 @@ TEST_F(DesktopNotificationCenterTest, UsesOnlyTheCapabilitiesOfEachServer)
                    {{"body-markup"}, "&lt;b&gt; &amp; \"x\"", {}},
                    {{"actions"}, "<b> & \"x\"", {"default", "Open", "OPEN", "Open it"}}};
     for (const auto& server : servers) {
-        bus.emit({.sender = "org.freedesktop.DBus",
-                  .member = "NameOwnerChanged",
-                  .arguments = {std::string(), std::string(), ":1." + server.body}});
+        setOwner(":1." + server.body);
         center.add({.identifier = "A", .content = {.body = "<b> & \"x\"", .category = "JOB"}},
                    [](const auto&) {});
         tellCapabilities(server.capabilities);
         const BusCall notify = bus.answer(std::vector<BusValue>{1U});
         EXPECT_EQ(*busArgument<std::string>(notify.arguments, 4), server.body);
         EXPECT_EQ(*busArgument<std::vector<std::string>>(notify.arguments, 5), server.actions);
-        bus.emit({.sender = "org.freedesktop.DBus",
-                  .member = "NameOwnerChanged",
-                  .arguments = {std::string(), std::string(), std::string()}});
+        setOwner("");
     }
 }
 
@@ -114,7 +126,12 @@ TEST_F(DesktopNotificationCenterTest, AcceptsResponsesToItsOwnNotificationsFromI
     bus.emit({.sender = serverName, .member = "ActionInvoked", .arguments = {5, true}});
     bus.emit({.sender = serverName, .member = "ActionInvoked"});
     EXPECT_THAT(outcomes, IsEmpty());
+    for (const auto& [id, sender] : {std::pair(5U, serverName), {5U, ":1.66"}, {6U, serverName}})
+        bus.emit({.sender = sender,
+                  .member = "ActivationToken",
+                  .arguments = {id, std::string(id == 5 && sender == serverName ? " now" : " x")}});
     choose(5, "OPEN");
+    EXPECT_EQ(closed(), 5U) << "it cannot be chosen again";
     choose(5, "OPEN");
     EXPECT_THAT(outcomes, ElementsAre("A OPEN"));
 }
@@ -133,26 +150,75 @@ TEST_F(DesktopNotificationCenterTest,
         bus.emit({.sender = serverName, .member = "NotificationClosed", .arguments = {id, reason}});
     choose(1, "OPEN"), choose(2, "OPEN");
     EXPECT_THAT(outcomes, ElementsAre("A OPEN"));
-    for (const std::string owner : {"", serverName})
-        bus.emit({.sender = "org.freedesktop.DBus",
-                  .member = "NameOwnerChanged",
-                  .arguments = {std::string(), std::string(), owner}});
+    for (const std::string owner : {"", serverName}) setOwner(owner);
     choose(3, "OPEN");
     EXPECT_THAT(outcomes, ElementsAre("A OPEN"));
 }
 
-TEST_F(DesktopNotificationCenterTest, KeepsAtMost64RequestsWhileTheServerDoesNotAnswer)
+TEST_F(DesktopNotificationCenterTest, ShowsTheLatest32WhenThereIsAServer)
 {
+    setOwner("");
     for (int i = 0; i < 100; ++i) add("A" + std::to_string(i));
-    EXPECT_THAT(bus.calls, SizeIs(1));
-    EXPECT_THAT(outcomes, SizeIs(100 - 64));
+    add("A99"), add("PORT");
+    center.remove("PORT");
+    ASSERT_THAT(bus.calls, SizeIs(1));
+    EXPECT_THAT(outcomes, SizeIs(69 + 2));
+    EXPECT_EQ(outcomes[69], "A68: Too many notifications are waiting");
+    EXPECT_EQ(outcomes.back(), "PORT added");
+    bus.answer(failure(BusError{"org.freedesktop.DBus.Error.ServiceUnknown", "nobody"}));
+    EXPECT_THAT(bus.calls, IsEmpty());
+    outcomes.clear();
+    setOwner(":1.8");
+    tellCapabilities();
+    // The server ends before it has shown the first.
+    setOwner("");
     bus.answer(failure(noReply()));
-    EXPECT_THAT(outcomes, SizeIs(100));
-    EXPECT_EQ(outcomes.back(), "A63: timed out");
+    EXPECT_THAT(outcomes, IsEmpty());
+    for (std::uint32_t id = 1; id < 31; ++id) show(id);
+    setOwner(":1.9");
+    tellCapabilities();
+    show(31);
+    EXPECT_THAT(bus.calls, IsEmpty());
+    EXPECT_THAT(outcomes, SizeIs(31));
+    EXPECT_EQ(outcomes.back(), "A69 added");
+}
+
+TEST_F(DesktopNotificationCenterTest, AsksAServerThatDoesNotAnswerTenTimes)
+{
+    add("A");
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_THAT(outcomes, IsEmpty());
+        EXPECT_EQ(bus.answer(failure(noReply())).timeout, std::chrono::seconds(2));
+    }
+    EXPECT_THAT(outcomes, ElementsAre("A: timed out"));
+    EXPECT_THAT(bus.calls, IsEmpty());
     add("B");
     tellCapabilities();
-    show(1);
-    EXPECT_EQ(outcomes.back(), "B added") << "it is asked again";
+    bus.answer(failure(noReply()));
+    EXPECT_EQ(outcomes.back(), "B: timed out") << "it may be shown all the same";
+}
+
+TEST_F(DesktopNotificationCenterTest, ClosesWhatIsRemovedOrOneOfMoreThan256)
+{
+    add("PORT");
+    tellCapabilities();
+    add("PORT");
+    center.remove("PORT");
+    show(5);
+    EXPECT_EQ(closed(), 5U) << "removed before it was shown";
+    for (std::uint32_t id = 10; id < 10 + 256; ++id) {
+        add(std::to_string(id));
+        show(id);
+    }
+    center.remove("11");
+    EXPECT_EQ(closed(), 11U);
+    center.remove("11");
+    for (std::uint32_t id = 300; id < 302; ++id) {
+        add(std::to_string(id));
+        show(id);
+    }
+    EXPECT_EQ(closed(), 10U) << "nothing would know what its actions are for";
+    EXPECT_THAT(bus.calls, IsEmpty());
 }
 
 TEST_F(DesktopNotificationCenterTest, WaitsForABusThatIsConnectingAndDropsTheIDsOfTheLast)

@@ -18,7 +18,7 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Pair;
 
-class NotificationManagerTest : public testing::Test, public FileViewer {
+class NotificationManagerTest : public testing::Test, public FileViewer, public NoteViewer {
 protected:
     NotificationManagerTest()
     {
@@ -26,9 +26,17 @@ protected:
         log.clear();
     }
 
-    void reveal(const std::filesystem::path& file) override
+    void reveal(const std::filesystem::path& file, const std::string& token,
+                OpeningHandler handler) override
     {
-        done.push_back("reveal " + file.string());
+        done.push_back("reveal " + file.string() + " " + token);
+        handler(opening);
+    }
+
+    void show(const std::string& id, const std::string& token, OpeningHandler handler) override
+    {
+        done.push_back("show " + id + " " + token);
+        handler(opening);
     }
 
     void post(const std::string& name, bool notesEnabled, std::string text = "text")
@@ -50,12 +58,14 @@ protected:
     FakeNotificationCenter center;
     RecordingLog log;
     std::shared_ptr<NotificationManager> manager =
-        std::make_shared<NotificationManager>(center, *this, log);
+        std::make_shared<NotificationManager>(center, *this, *this, log);
+    /** What comes of what is to be shown. */
+    Result<void, std::string> opening;
     /** What the user's choices led to. */
     std::vector<std::string> done;
 };
 
-TEST_F(NotificationManagerTest, DoesOnceWhatTheUserChooses)
+TEST_F(NotificationManagerTest, DoesWhatTheUserChooses)
 {
     const struct {
         bool notesEnabled;
@@ -63,11 +73,11 @@ TEST_F(NotificationManagerTest, DoesOnceWhatTheUserChooses)
         std::vector<std::string> outcome;
     } choices[] = {
         {true, "KV_ACTION_ADD_TO_NOTES", {"note Letter"}},
-        {true, "KV_ACTION_REVEAL", {"reveal /saved/Letter"}},
+        {true, "KV_ACTION_REVEAL", {"reveal /saved/Letter token"}},
         {true, NotificationResponse::defaultAction, {"note Letter"}},
         {true, NotificationResponse::dismissAction, {}},
-        {false, "KV_ACTION_REVEAL", {"reveal /saved/Letter"}},
-        {false, NotificationResponse::defaultAction, {"reveal /saved/Letter"}},
+        {false, "KV_ACTION_REVEAL", {"reveal /saved/Letter token"}},
+        {false, NotificationResponse::defaultAction, {"reveal /saved/Letter token"}},
         {false, "unheard of", {}},
     };
     takeNotes();
@@ -77,8 +87,6 @@ TEST_F(NotificationManagerTest, DoesOnceWhatTheUserChooses)
         post("Letter", choice.notesEnabled);
         center.choose(choice.action);
         EXPECT_EQ(done, choice.outcome);
-        center.choose("KV_ACTION_REVEAL");
-        EXPECT_EQ(done, choice.outcome) << "a second response finds nothing";
     }
 }
 
@@ -107,20 +115,37 @@ TEST_F(NotificationManagerTest, LogsOnceThatThereIsNoServiceButEveryOtherFailure
                                           "Notifications: port-unavailable post failed: refused"));
 }
 
-TEST_F(NotificationManagerTest, DropsTheOldestOf257JobsOrBeyond32MiBOfText)
+TEST_F(NotificationManagerTest, TellsWhereItIsWhatNothingCanShow)
 {
+    opening = failure(std::string("no viewer"));
+    post("Letter", false);
+    EXPECT_EQ(center.latest().content.file, "/saved/Letter");
+    center.choose("KV_ACTION_REVEAL");
+    EXPECT_EQ(center.latest().content.body, "It is /saved/Letter");
+    manager->showNoteAdded("Letter", "/notes/Letter.html");
+    EXPECT_EQ(center.latest().content.title, "Added to Notes");
+    center.choose(NotificationResponse::defaultAction);
+    EXPECT_EQ(center.latest().content.body, "It is /notes/Letter.html");
+    EXPECT_THAT(log.errors(),
+                ElementsAre("Notifications: can't show /saved/Letter: no viewer",
+                            "Notifications: can't show /notes/Letter.html: no viewer"));
+}
+
+/** Beyond 256 jobs, or beyond 32 MiB of text. */
+TEST_F(NotificationManagerTest, ShowsTheFileOfAJobWhoseTextWasDropped)
+{
+    takeNotes();
     for (const auto& [count, bytes] : {std::pair(256, 0), std::pair(1, 32 << 20)}) {
         SCOPED_TRACE(count);
-        post("First", false);
+        post("First", true);
         const auto first = center.latest();
-        post("Second", false);
+        post("Second", true);
         const auto second = center.latest();
-        for (int i = 1; i < count; ++i) post("More", false);
-        if (count == 1) post("Large", false, std::string(static_cast<std::size_t>(bytes) - 5, 'x'));
-        center.respond({first.identifier, first.content.category, "KV_ACTION_REVEAL"});
-        EXPECT_THAT(done, IsEmpty());
-        center.respond({second.identifier, second.content.category, "KV_ACTION_REVEAL"});
-        EXPECT_THAT(done, ElementsAre("reveal /saved/Second"));
+        for (int i = 1; i < count; ++i) post("More", true);
+        if (count == 1) post("Large", true, std::string(static_cast<std::size_t>(bytes) - 5, 'x'));
+        center.choose(first, "KV_ACTION_ADD_TO_NOTES");
+        center.choose(second, "KV_ACTION_ADD_TO_NOTES");
+        EXPECT_THAT(done, ElementsAre("reveal /saved/First token", "note Second"));
         done.clear();
     }
 }

@@ -73,9 +73,12 @@ TEST_F(UnsavedJobsTest, DoNotTryWhatDoesNotFitForEachJobThatDoes)
     queues.advance(seconds(1));
     jobs.jobSaved("/full");
     EXPECT_THAT(tried(), ElementsAre("large"));
-    jobs.add(unsaved("large", "/full", SystemError{EROFS}));
+    for (const char* name : {"large", "small"})
+        jobs.add(unsaved(name, "/full", SystemError{ENOSPC}));
     jobs.tryAgain();
     EXPECT_THAT(tried(), ElementsAre("large")) << "the user asks for it by a reload";
+    jobs.jobSaved("/full");
+    EXPECT_THAT(tried(), ElementsAre("small")) << "there is room again";
 }
 
 } // namespace

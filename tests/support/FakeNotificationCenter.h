@@ -27,18 +27,24 @@ public:
         if (failure) return handler(korvane::failure(*failure));
         handler({});
     }
+    void remove(const std::string& identifier) override { removed.push_back(identifier); }
 
     const NotificationRequest& latest() const { return requests.back(); }
 
     /** The user chooses an action of the latest notification. */
-    void choose(const std::string& action) const
+    void choose(const std::string& action) const { choose(latest(), action); }
+
+    void choose(const NotificationRequest& request, const std::string& action) const
     {
-        respond({.identifier = latest().identifier,
-                 .category = latest().content.category,
-                 .action = action});
+        respond({.identifier = request.identifier,
+                 .category = request.content.category,
+                 .action = action,
+                 .userInformation = request.content.userInformation,
+                 .activationToken = "token"});
     }
 
     std::vector<NotificationRequest> requests;
+    std::vector<std::string> removed;
     std::vector<NotificationCategory> categories;
     ResponseHandler respond;
     /** What every request fails with. */

@@ -25,7 +25,7 @@ int main(int count, char** arguments)
     BlockingSessionBus blockingBus(bus, queues.main());
     int status = 1;
     const Task addNote = [&] {
-        DesktopNotes notes(currentUserFolders(), blockingBus);
+        DesktopNotes notes(currentUserFolders(), blockingBus, *log);
         const auto added = NotesBridge::addNote(arguments[1], text, arguments[2], arguments[3],
                                                 notesScriptRunner(notes));
         status = added ? 0 : 1;

@@ -107,7 +107,7 @@ class Server(Service):
 
     def __init__(self, bus, answers="numbers"):
         self.answers = answers
-        self.shown, self.next_number = Events(), 1
+        self.shown, self.closed, self.next_number = Events(), Events(), 1
         super().__init__(bus, SERVICE, "/org/freedesktop/Notifications")
 
     def _answer(self, give, refuse, result):
@@ -131,8 +131,16 @@ class Server(Service):
                                icon=str(icon), title=str(title), body=str(body), expires=int(expires),
                                actions=[str(a) for a in actions], hints=dict(hints)))
 
+    @dbus.service.method(SERVICE, in_signature="u")
+    def CloseNotification(self, number):
+        self.closed.append(int(number))
+
     @dbus.service.signal(SERVICE, signature="us")
     def ActionInvoked(self, number, key):
+        pass
+
+    @dbus.service.signal(SERVICE, signature="us")
+    def ActivationToken(self, number, token):
         pass
 
     def wait_shown(self, count=1):
@@ -140,7 +148,10 @@ class Server(Service):
         return self.shown.wait_count(count)[count - 1]
 
     def choose(self, number, key):
-        on_loop(lambda: self.ActionInvoked(number, key))
+        def tell():
+            self.ActivationToken(number, f"click-{number}")
+            self.ActionInvoked(number, key)
+        on_loop(tell)
 
 
 class FileManager(Service):
@@ -149,25 +160,40 @@ class FileManager(Service):
     INTERFACE = "org.freedesktop.FileManager1"
 
     def __init__(self, bus):
-        self.revealed = Events()
+        self.revealed, self.tokens = Events(), []
         super().__init__(bus, self.INTERFACE, "/org/freedesktop/FileManager1")
 
     @dbus.service.method(INTERFACE, in_signature="ass")
-    def ShowItems(self, uris, _):
+    def ShowItems(self, uris, token):
+        self.tokens.append(str(token))
         for uri in uris:
             self.revealed.append(str(uri))
+
+
+class ServiceManager(Service):
+    """The user's service manager, which knows the display."""
+
+    def __init__(self, bus, *variables):
+        self.variables = variables
+        super().__init__(bus, "org.freedesktop.systemd1", "/org/freedesktop/systemd1")
+
+    @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="ss", out_signature="v")
+    def Get(self, interface, name):
+        assert (interface, name) == ("org.freedesktop.systemd1.Manager", "Environment")
+        return dbus.Array(self.variables, signature="s")
 
 
 class Session(contextlib.ExitStack):
     """A bus, a server and a file manager on it, and the agent, ready."""
 
-    def __init__(self, settings=None, environment=None, **server):
+    def __init__(self, settings=None, environment=None, extra=None, **server):
         super().__init__()
         with contextlib.ExitStack() as opened:
             self.bus = opened.enter_context(SessionBus(environment=environment))
             self.files = opened.enter_context(FileManager(self.bus))
             self.server = opened.enter_context(Server(self.bus, **server))
-            self.agent = opened.enter_context(Agent(settings, environment=self.bus.environment))
+            self.agent = opened.enter_context(
+                Agent(settings, environment=self.bus.environment | (extra or {})))
             self.agent.wait_ready()
             self.push(opened.pop_all())
 

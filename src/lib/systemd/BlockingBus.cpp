@@ -11,7 +11,7 @@ constexpr const char* disconnected = "org.freedesktop.DBus.Error.Disconnected";
 constexpr const char* noReply = "org.freedesktop.DBus.Error.NoReply";
 
 /** Beside the call's own time-out, which the bus keeps: for the queue to hand it over. */
-constexpr std::chrono::seconds queueTime{10};
+constexpr std::chrono::seconds queueTime{2};
 
 } // namespace
 

@@ -133,6 +133,7 @@ bool readStrings(sd_bus_message& message, BusValue& value)
 }
 
 bool readValue(sd_bus_message& message, BusValue& value);
+bool readVariant(sd_bus_message& message, const char* contents, BusValue& value);
 
 bool readEntry(sd_bus_message& message, BusEntry& entry)
 {
@@ -141,8 +142,7 @@ bool readEntry(sd_bus_message& message, BusEntry& entry)
     if (::sd_bus_message_enter_container(&message, SD_BUS_TYPE_DICT_ENTRY, "sv") <= 0) return false;
     return readString(message, entry.key) &&
            ::sd_bus_message_peek_type(&message, &type, &contents) > 0 &&
-           ::sd_bus_message_enter_container(&message, SD_BUS_TYPE_VARIANT, contents) > 0 &&
-           readValue(message, entry.value) && ::sd_bus_message_exit_container(&message) >= 0 &&
+           readVariant(message, contents, entry.value) &&
            ::sd_bus_message_exit_container(&message) >= 0;
 }
 
@@ -153,6 +153,12 @@ bool readDictionary(sd_bus_message& message, BusValue& value)
     for (BusEntry entry; readEntry(message, entry);) entries.push_back(std::exchange(entry, {}));
     value = std::move(entries);
     return ::sd_bus_message_exit_container(&message) >= 0;
+}
+
+bool readVariant(sd_bus_message& message, const char* contents, BusValue& value)
+{
+    return ::sd_bus_message_enter_container(&message, SD_BUS_TYPE_VARIANT, contents) > 0 &&
+           readValue(message, value) && ::sd_bus_message_exit_container(&message) >= 0;
 }
 
 /** Reads the next value; false at the end, or when it cannot be read. */
@@ -173,6 +179,7 @@ bool readValue(sd_bus_message& message, BusValue& value)
     case SD_BUS_TYPE_INT32: return readBasic<std::int32_t>(message, type, value);
     case SD_BUS_TYPE_UINT32: return readBasic<std::uint32_t>(message, type, value);
     case SD_BUS_TYPE_BYTE: return readBasic<std::uint8_t>(message, type, value);
+    case SD_BUS_TYPE_VARIANT: return readVariant(message, contents, value);
     case SD_BUS_TYPE_ARRAY:
         if (contents == std::string_view("s")) return readStrings(message, value);
         if (contents == std::string_view("{sv}")) return readDictionary(message, value);

@@ -17,8 +17,8 @@ using BusDictionary = std::vector<BusEntry>;
 
 /**
  * One argument of a D-Bus message, of the types that we have a use for: `s`, `b`, `i`, `u`, `y`,
- * `as` and `a{sv}`, to be sent also `q` and `ay`, received also `o`, as a string. An argument of
- * any other type arrives as std::monostate.
+ * `as` and `a{sv}`, to be sent also `q` and `ay`, received also `o`, as a string. A variant arrives
+ * as what it holds, an argument of any other type as std::monostate.
  */
 using BusValue =
     std::variant<std::monostate, std::string, bool, std::int32_t, std::uint32_t, std::uint8_t,
@@ -46,8 +46,9 @@ struct BusCall {
     std::string interface;
     std::string member;
     std::vector<BusValue> arguments = {};
-    /** How long to wait for the reply; a service may have to be started first. */
-    std::chrono::milliseconds timeout = std::chrono::seconds(25);
+    /** How long to wait for the reply. One that comes later is dropped, though the call may have
+     *  been carried out: the caller goes another way. */
+    std::chrono::milliseconds timeout = std::chrono::seconds(2);
 };
 
 /** Why a call has no result: the error in the reply, or one of our own with a D-Bus name. */

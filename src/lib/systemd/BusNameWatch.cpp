@@ -7,6 +7,7 @@ namespace korvane {
 namespace {
 
 constexpr const char* busName = "org.freedesktop.DBus";
+constexpr const char* noReply = "org.freedesktop.DBus.Error.NoReply";
 
 } // namespace
 
@@ -44,7 +45,12 @@ void BusNameWatch::askForOwner()
                .member = "GetNameOwner",
                .arguments = {name_}},
               lifetime_.guard([this](const BusReply& reply) {
-                  if (isTold_ || !reply) return;
+                  if (isTold_) return;
+                  if (!reply) {
+                      // A bus that is busy is asked again; else there is no owner.
+                      if (reply.error().name == noReply) askForOwner();
+                      return;
+                  }
                   if (const auto* owner = busArgument<std::string>(*reply, 0)) setOwner(*owner);
               }));
 }
