@@ -168,6 +168,16 @@ class WithoutDaemon(Discovery, unittest.TestCase):
     desk_has_daemon = False
     set_host_name = "hostname"
 
+    def test_two_hosts_of_one_name_that_start_together_get_two_names(self):
+        clone = self.enterContext(Host("desk"))
+        self.switch.plug_in(clone)
+        agents = [self.enterContext(Agent({"printerName": "Clone"}, preexec=host.enter))
+                  for host in (self.desk, clone)]
+        for name in ("Clone", "Clone #2"):
+            self.browser.wait("=", name)
+        for agent in agents:
+            self.assertEqual(agent.stop(), 0)
+
     def test_waits_for_no_bus_that_is_silent(self):
         path = self.desk.path("run/dbus/system_bus_socket")
         with socket.socket(socket.AF_UNIX) as bus:

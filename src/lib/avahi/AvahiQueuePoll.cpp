@@ -21,6 +21,9 @@ AvahiQueuePoll& pollOf(const AvahiPoll* api)
 
 constexpr AvahiWatchEvent nothing{};
 
+/** By how much a clock that is adjusted slowly may differ from ours in an hour, in microseconds. */
+constexpr AvahiUsec maxDrift = 5'000'000;
+
 } // namespace
 
 /** A descriptor as Avahi watches one: again and again, until it says otherwise. */
@@ -123,8 +126,9 @@ struct AvahiTimeout {
         task_.reset();
         if (time == nullptr) return;
         const auto delay = std::chrono::microseconds(std::max<AvahiUsec>(0, -avahi_age(time)));
-        task_ = poll_.queue_.after(delay, [this] {
+        task_ = poll_.queue_.after(delay, [this, due = *time] {
             task_.reset();
+            if (-avahi_age(&due) > maxDrift) poll_.onSetBack_();
             callback_(this, userdata_);
         });
     }
@@ -143,7 +147,8 @@ private:
 
 namespace korvane {
 
-AvahiQueuePoll::AvahiQueuePoll(SerialQueue& queue) : queue_(queue)
+AvahiQueuePoll::AvahiQueuePoll(SerialQueue& queue, std::function<void()> onSetBack)
+    : queue_(queue), onSetBack_(std::move(onSetBack))
 {
     api_.userdata = this;
     api_.watch_new = AvahiWatch::make;

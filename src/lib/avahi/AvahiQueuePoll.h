@@ -4,6 +4,7 @@
 
 #include <avahi-common/watch.h>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -15,7 +16,10 @@ namespace korvane {
  */
 class AvahiQueuePoll {
 public:
-    explicit AvahiQueuePoll(SerialQueue& queue);
+    /** `onSetBack` is told, from inside Avahi, when the clock on the wall was set back: Avahi then
+     *  does what is due only when that clock says so, an hour later perhaps. */
+    explicit AvahiQueuePoll(
+        SerialQueue& queue, std::function<void()> onSetBack = [] {});
     ~AvahiQueuePoll();
     AvahiQueuePoll(const AvahiQueuePoll&) = delete;
     AvahiQueuePoll& operator=(const AvahiQueuePoll&) = delete;
@@ -28,6 +32,7 @@ private:
 
     AvahiPoll api_{};
     SerialQueue& queue_;
+    const std::function<void()> onSetBack_;
     std::vector<std::shared_ptr<AvahiWatch>> watches_;
     std::vector<std::shared_ptr<AvahiTimeout>> timeouts_;
 };

@@ -22,7 +22,7 @@ AvahiRegistration::AvahiRegistration(AvahiService service, const std::string& bu
                                      SerialQueue& queue, HostNames& names, Log& log,
                                      ServiceDirectory::ResultHandler handler)
     : service_(std::move(service)), queue_(queue), names_(names), log_(log),
-      handler_(std::move(handler)), poll_(queue), bus_(busAddress, queue),
+      handler_(std::move(handler)), poll_(queue, [this] { serveAnew(); }), bus_(busAddress, queue),
       server_(Looking{queue.after(patience, [this] { handleSilence(); })}),
       owner_(bus_, daemonName, [this](const std::string& owner) { handleOwner(owner); }),
       busStates_(bus_.watchState([this](SessionBus::State state) { handleBus(state); }))
@@ -88,6 +88,16 @@ Result<void, int> AvahiRegistration::serveHere()
     if (!started) return failure(started.error());
     server_ = std::move(*started);
     return {};
+}
+
+/** With a new responder, which knows nothing of the times that the former waits for. */
+void AvahiRegistration::serveAnew()
+{
+    restart_ = queue_.after(atOnce, [this] {
+        if (!std::holds_alternative<ServedHere>(server_)) return;
+        server_ = Looking{};
+        handleNoDaemon();
+    });
 }
 
 void AvahiRegistration::answering(const AvahiResponder& responder, const std::string& host)

@@ -42,6 +42,7 @@ private:
     void handleSilence();
     void handleNoDaemon();
     Result<void, int> serveHere();
+    void serveAnew();
     void answering(const AvahiResponder& responder, const std::string& host) override;
     void published(const std::string& name) override;
     void failed(const AvahiResponder& responder, int error) override;
@@ -61,6 +62,7 @@ private:
     /** When the embedded responder was started. */
     std::optional<std::string> systemName_;
     std::unique_ptr<DelayedTask> change_;
+    std::unique_ptr<DelayedTask> restart_;
     std::unique_ptr<DelayedTask> outcome_;
     BusNameWatch owner_;
     /** After those of the name watch, whose call goes out first. */

@@ -8,6 +8,8 @@
 #include <avahi-common/malloc.h>
 #include <avahi-core/log.h>
 
+#include <algorithm>
+#include <random>
 #include <utility>
 
 namespace korvane {
@@ -18,6 +20,19 @@ namespace {
 void silenceLibrary()
 {
     avahi_set_log_function([](AvahiLogLevel, const char*) {});
+}
+
+/**
+ * How far the number of the host goes on: to the next at first, then at random ever further. Of two
+ * hosts that probe for a name at once each may lose one of its addresses (see ServiceRecords.h), so
+ * that both go on.
+ */
+int stepsToNextHost(int conflicts)
+{
+    constexpr int maxDoublings = 5;
+    if (conflicts == 0) return 1;
+    std::random_device random;
+    return std::uniform_int_distribution(1, 2 << std::min(conflicts, maxDoublings))(random);
 }
 
 /** The configuration of a responder that announces this host and nothing else of its own accord. */
@@ -92,9 +107,13 @@ void EmbeddedResponder::handleServer(AvahiServer* server, AvahiServerState state
 void EmbeddedResponder::renameHost()
 {
     emptyGroup();
-    const std::unique_ptr<char, decltype(&avahi_free)> next(
-        avahi_alternative_host_name(avahi_server_get_host_name(server_)), avahi_free);
-    const int error = avahi_server_set_host_name(server_, next.get());
+    std::string name = avahi_server_get_host_name(server_);
+    for (int steps = stepsToNextHost(hostConflicts_++); steps > 0; --steps) {
+        const std::unique_ptr<char, decltype(&avahi_free)> next(
+            avahi_alternative_host_name(name.c_str()), avahi_free);
+        if (next) name = next.get();
+    }
+    const int error = avahi_server_set_host_name(server_, name.c_str());
     if (error != AVAHI_OK) fail(error);
 }
 

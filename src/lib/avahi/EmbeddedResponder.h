@@ -35,6 +35,7 @@ private:
     int addToGroup(const AvahiService& service);
     int makeGroup();
 
+    int hostConflicts_ = 0;
     AvahiServer* server_ = nullptr;
     AvahiSEntryGroup* group_ = nullptr;
 };
