@@ -34,8 +34,10 @@
 #include "workerpool/WorkerPool.h"
 #include "workerpool/WorkerProcess.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -43,12 +45,25 @@
 #include <string>
 #include <utility>
 
+namespace korvane {
+
 namespace {
 
 /** For jobs to be saved as they were received; the next agent saves what is left in the spool. */
 constexpr std::chrono::milliseconds timeToEnd{2500};
 
+/** One agent serves a user; the service unit knows this exit status. */
+constexpr int alreadyRunning = 1;
+
+std::string describeOwner(const Spool& spool)
+{
+    const auto owner = spool.owner();
+    return "KorvaneAgent: already running" + (owner ? fmt::format(" (pid={})", *owner) : "");
+}
+
 } // namespace
+
+} // namespace korvane
 
 int main()
 {
@@ -62,6 +77,10 @@ int main()
     const auto log =
         makeSystemLog({.subsystem = "org.korvane.Agent", .category = "app"}, STDERR_FILENO);
     Spool spool(currentUserFolders().stateHome / "Korvane");
+    if (const auto ours = spool.check(); !ours && ours.error() == SystemError{EBUSY}) {
+        log->note(describeOwner(spool));
+        return alreadyRunning;
+    }
     SystemQueues queues(*log);
     FolderQueues folders(queues.background());
     SocketNetwork network;

@@ -87,6 +87,11 @@ Result<void, SystemError> Spool::check() const
     return folders_->check();
 }
 
+std::optional<pid_t> Spool::owner() const
+{
+    return folders_->owner();
+}
+
 bool Spool::hasRoom(std::uint64_t bytes) const
 {
     const std::uint64_t free = freeSpace_(folders_->spool());

@@ -7,11 +7,14 @@
 #include "spool/JobTicket.h"
 #include "spool/SpooledJob.h"
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -51,6 +54,9 @@ public:
 
     /** Whether this agent has the spool, or why not. */
     Result<void, SystemError> check() const;
+
+    /** While another agent has the spool: its process, if that is known. */
+    std::optional<pid_t> owner() const;
 
     /** Whether so many bytes more can be written and leave the reserve free. */
     bool hasRoom(std::uint64_t bytes) const;

@@ -9,13 +9,36 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <span>
+#include <string_view>
 
 namespace korvane {
 
 namespace {
 
 constexpr std::size_t maxRecordSize = std::size_t{1} << 20;
+constexpr std::size_t maxProcessIDSize = 32;
+
+/** On a full disk the file stays empty, rather than name an agent that has ended. */
+void writeProcessID(const std::filesystem::path& file)
+{
+    const FileDescriptor opened(
+        ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (!opened) return;
+    const std::string line = std::to_string(::getpid()) + "\n";
+    [[maybe_unused]] const auto written = ::write(opened.get(), line.data(), line.size());
+}
+
+std::optional<pid_t> readProcessID(const std::filesystem::path& file)
+{
+    const auto content = readFile(file, maxProcessIDSize);
+    if (!content) return std::nullopt;
+    const std::string_view line = content->text();
+    pid_t process = 0;
+    std::from_chars(line.begin(), line.end(), process);
+    return process > 0 ? std::optional(process) : std::nullopt;
+}
 
 } // namespace
 
@@ -29,6 +52,9 @@ SpoolFolders::SpoolFolders(const std::filesystem::path& stateFolder)
         error_ = SystemError::last();
     } else if (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         error_ = SystemError{EBUSY};
+        owner_ = readProcessID(stateFolder / "agent.pid");
+    } else {
+        writeProcessID(stateFolder / "agent.pid");
     }
 }
 

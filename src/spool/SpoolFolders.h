@@ -5,6 +5,8 @@
 #include "base/SystemError.h"
 #include "spool/JobRecord.h"
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -19,11 +21,15 @@ namespace korvane {
  */
 class SpoolFolders {
 public:
-    /** Makes them, and locks the spool for this process. */
+    /** Makes them, and locks the spool for this process, whose id is then in agent.pid of the state
+     *  folder. The kernel drops the lock with the process, however that ends. */
     explicit SpoolFolders(const std::filesystem::path& stateFolder);
 
     /** Whether the spool is ours; EBUSY while another process has it. */
     Result<void, SystemError> check() const;
+
+    /** While another process has the spool: which one, if it could say so. */
+    std::optional<pid_t> owner() const { return owner_; }
 
     const std::filesystem::path& spool() const { return spool_; }
     const std::filesystem::path& unsaved() const { return unsaved_; }
@@ -51,6 +57,7 @@ private:
     std::filesystem::path unsaved_;
     FileDescriptor lock_;
     std::optional<SystemError> error_;
+    std::optional<pid_t> owner_;
 };
 
 /** A record in a file of its own; nothing when there is none. */

@@ -43,7 +43,11 @@ for prefix, (units, autostart) in PREFIXES.items():
         agent: [],
         prefix + "/libexec/korvane/korvane-worker": [],
         units + "/korvane-agent.service": [agent],
-        autostart + "/org.korvane.Agent.desktop": [agent],
+        units + "/korvane-agent-lingering.service": ["true"],
+        prefix + "/share/doc/korvane/no-user-namespaces.conf": [],
+        autostart + "/org.korvane.Agent.desktop": [
+            'sh -c "systemctl --user cat korvane-agent.service >/dev/null 2>&1 || '
+            f'exec {agent}; exec systemctl --user --no-block start korvane-agent.service 2>/dev/null"'],
         prefix + "/share/applications/org.korvane.Agent.desktop": [agent],
         prefix + "/share/icons/hicolor/scalable/apps/org.korvane.Agent.svg": [],
     }

@@ -245,6 +245,7 @@ TEST_F(SpoolTest, BelongsToOneAgentAtATime)
     accept();
     Spool second(state.path());
     EXPECT_EQ(second.check().error(), SystemError{EBUSY});
+    EXPECT_EQ(second.owner(), ::getpid());
     EXPECT_THAT(second.recover(), IsEmpty());
     EXPECT_EQ(second.makeFile().error(), SystemError{EBUSY});
     EXPECT_EQ(spooled().size(), 1U);

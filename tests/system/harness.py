@@ -194,15 +194,15 @@ class Agent(Program):
         if configured:
             self.write_settings(**(settings or {}))
         self._preexec = preexec
-        self._environment = {"PATH": os.environ["PATH"], "HOME": str(self.home),
+        self.environment = {"PATH": os.environ["PATH"], "HOME": str(self.home),
                              "XDG_CONFIG_HOME": str(self.home / "config"),
                              "XDG_STATE_HOME": str(self.home / "state"), "TZ": "UTC"}
-        self._environment.update(environment or {})
+        self.environment.update(environment or {})
         self.start(program or AGENT)
 
     def start(self, program=AGENT):
         """Starts the agent, or after its end another one for the same user."""
-        super().__init__(program, errors=True, env=self._environment, preexec_fn=self._preexec)
+        super().__init__(program, errors=True, env=self.environment, preexec_fn=self._preexec)
 
     def __exit__(self, *_):
         self.stop()

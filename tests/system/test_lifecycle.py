@@ -4,7 +4,7 @@ import re
 import signal
 import unittest
 
-from harness import Agent, free_port, ipp_request, wait_until
+from harness import AGENT, HANG, Agent, Program, free_port, ipp_request, wait_until
 
 GET_PRINTER_ATTRIBUTES = 0x000B
 
@@ -56,6 +56,18 @@ class Lifecycle(unittest.TestCase):
                 second.wait_logged("restarting listener in 1s")
                 first.stop()
                 second.wait_ready()
+
+    def test_is_the_only_one_of_its_user_until_it_ends_in_whatever_way(self):
+        with Agent() as agent:
+            agent.wait_ready()
+            process = agent.process.pid
+            with Program(AGENT, errors=True, env=agent.environment) as second:
+                self.assertEqual(second.process.wait(HANG), 1)
+                second.stop()
+                self.assertEqual(second.lines, [f"KorvaneAgent: already running (pid={process})"])
+            agent.stop(signal.SIGKILL)
+            agent.start()
+            agent.wait_ready()
 
     def test_sleeps_when_nothing_happens(self):
         with Agent() as agent:
