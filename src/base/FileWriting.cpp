@@ -103,8 +103,8 @@ void removeAbandonedFiles(const std::filesystem::path& folder, const std::set<st
     for (const std::string& name : entryNames(folder)) {
         if (!isTemporaryName(name) || needed.contains(name)) continue;
         const auto path = folder / name;
-        const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK |
-                                                                   O_NOCTTY | O_CLOEXEC));
+        const FileDescriptor file(
+            ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
         if (file && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) ::unlink(path.c_str());
     }
 }
