@@ -229,19 +229,6 @@ TEST(URFDecoder, GivesThePageItsSizeAtTheRastersResolution)
     }
 }
 
-TEST(URFDecoder, RefusesADocumentCutAnywhere)
-{
-    const Data document =
-        URFBuilder(2).page(printed(40, 12, 3, 2), 300).page(printed(40, 12, 1, 2), 300).build();
-    ASSERT_EQ(errorOf(document), "none");
-    for (std::size_t size = 0; size < document.size(); ++size) {
-        // A copy of its own, so that a sanitizer sees a read behind the end.
-        EXPECT_EQ(errorOf(Data::copying(document.slice(0, size).bytes())),
-                  size < 8 ? "Document is not URF." : "URF document is truncated.")
-            << size;
-    }
-}
-
 TEST(URFDecoder, BoundsWhatAllPagesTogetherMayCost)
 {
     URFBuilder builder(3);

@@ -20,7 +20,6 @@ enum class DoubleOperation : std::uint16_t {
     withDescriptor,   ///< answers and sends its standard input along
     answeringAnother, ///< answers a request that nobody made
     attempt,          ///< tries what the payload names; answers with the errno value
-    telling,          ///< answers with the milliseconds that the request may take
     opening,          ///< opens the file the payload names for reading; answers likewise
 };
 

@@ -79,13 +79,6 @@ TEST_F(WorkerProcessTest, AnswersHoweverLargeTheRequest)
     }
 }
 
-TEST_F(WorkerProcessTest, KnowsWhatItsRequestMayTake)
-{
-    auto answer = ask(DoubleOperation::telling, {}, milliseconds(23'456));
-    ASSERT_TRUE(answer) << answer.error().description();
-    EXPECT_EQ(WireReader(*std::move(answer)).u64(), 23'456U);
-}
-
 TEST_F(WorkerProcessTest, InheritsNothingButWhatItNeeds)
 {
     ::setenv("LD_PRELOAD_OF_THE_AGENT", "x", 1); // NOLINT: no other thread reads it

@@ -141,11 +141,6 @@ RequestTable makeTable()
         answer.i32(tryTo(Attempt{request.u8()}));
         return request.finished();
     });
-    table.add(static_cast<std::uint16_t>(telling),
-              [](WireReader& request, WireWriter& answer, std::chrono::milliseconds limit) {
-                  answer.u64(static_cast<std::uint64_t>(limit.count()));
-                  return request.finished();
-              });
     add(opening, [](WireReader& request, WireWriter& answer) {
         answer.i32(errorOf(::open(request.string().c_str(), O_RDONLY | O_CLOEXEC) >= 0));
         return request.finished();
