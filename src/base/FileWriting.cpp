@@ -42,10 +42,12 @@ Result<void, SystemError> synchronizeFile(int file)
     return {};
 }
 
-void synchronizeFolder(int folder)
+Result<void, SystemError> synchronizeFolder(int folder)
 {
     const FileDescriptor readable(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (readable) ::fsync(readable.get());
+    if (readable) return synchronizeFile(readable.get());
+    if (errno == EACCES) return {};
+    return failure(SystemError::last());
 }
 
 Result<void, SystemError> copyBytes(int source, std::uint64_t length, int target)
@@ -103,8 +105,8 @@ void removeAbandonedFiles(const std::filesystem::path& folder, const std::set<st
     for (const std::string& name : entryNames(folder)) {
         if (!isTemporaryName(name) || needed.contains(name)) continue;
         const auto path = folder / name;
-        const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK |
-                                                                   O_NOCTTY | O_CLOEXEC));
+        const FileDescriptor file(
+            ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
         if (file && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) ::unlink(path.c_str());
     }
 }
