@@ -28,7 +28,7 @@ JobTicket makeTicket(const SettingsStore& store, const Clock& clock, const std::
     const auto now = clock.now();
     return {.jobName = jobName,
             .accepted = now,
-            .saveDirectory = store.loadSettings().saveDirectoryPath,
+            .saveDirectory = absoluteSaveDirectory(store.loadSettings()),
             .fileName = fileName(jobName, now)};
 }
 
@@ -75,7 +75,14 @@ void PrinterService::start()
 void PrinterService::reload()
 {
     jobs_->retryUnsaved();
-    const AppSettings settings = environment_.store.loadSettings();
+    AppSettings settings = environment_.store.loadSettings();
+    if (std::string absolute = absoluteSaveDirectory(settings);
+        absolute != settings.saveDirectoryPath) {
+        log_.note(
+            fmt::format("PrinterService: save folder \"{}\" is not an absolute path, using {}",
+                        settings.saveDirectoryPath, absolute));
+        settings.saveDirectoryPath = std::move(absolute);
+    }
     {
         const std::scoped_lock lock(mutex_);
         shared_.settings = settings;

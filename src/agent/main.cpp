@@ -43,6 +43,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace korvane {
@@ -71,6 +72,9 @@ int main()
 
     // Before any thread starts, so that every thread inherits what is blocked.
     const ProcessSignals signals;
+    // What is relative in the settings does not depend on where the agent was started.
+    std::error_code ignored;
+    std::filesystem::current_path(currentUserFolders().home, ignored);
     raiseDescriptorLimit();
     limitHeaps();
 

@@ -4,7 +4,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <filesystem>
 #include <limits>
+#include <system_error>
 
 namespace korvane {
 
@@ -57,6 +59,14 @@ bool isConfigured(const AppSettings& settings)
 {
     return !text::trimmingHorizontalSpace(settings.printerName).empty() &&
            !settings.saveDirectoryPath.empty() && settings.ippPort > lastPrivilegedPort;
+}
+
+std::string absoluteSaveDirectory(const AppSettings& settings)
+{
+    if (settings.saveDirectoryPath.empty()) return {};
+    std::error_code error;
+    const auto path = std::filesystem::absolute(settings.saveDirectoryPath, error);
+    return error ? settings.saveDirectoryPath : path.native();
 }
 
 std::string defaultPrinterName(const std::optional<std::string>& hostName)

@@ -26,6 +26,10 @@ struct AppSettings {
  *  save folder, and a port that needs no privileges. */
 bool isConfigured(const AppSettings& settings);
 
+/** The save folder as an absolute path, as which it means the same to every program: one that is
+ *  relative is below the agent's working folder. Empty while the user has chosen none. */
+std::string absoluteSaveDirectory(const AppSettings& settings);
+
 /** The name of a printer that nobody has named, after the computer's own name. */
 std::string defaultPrinterName(const std::optional<std::string>& hostName);
 

@@ -21,6 +21,7 @@ constexpr const char* openNoteAction = "KV_ACTION_OPEN_NOTE";
 /** Keys of the user information. */
 constexpr const char* pdfPath = "pdfPath";
 constexpr const char* noteID = "noteID";
+constexpr const char* noteTitle = "noteTitle";
 
 std::string valueOf(const UserInformation& information, const std::string& key)
 {
@@ -102,7 +103,7 @@ void NotificationManager::showNoteAdded(const std::string& jobName, const std::s
                       .body = jobName,
                       .playsSound = false,
                       .category = noteAddedCategory,
-                      .userInformation = {{noteID, id}},
+                      .userInformation = {{noteID, id}, {noteTitle, jobName}},
                       .event = "transfer.complete"}},
          "Notifications: note-added post failed: ");
 }
@@ -205,24 +206,29 @@ void NotificationManager::reveal(const std::filesystem::path& file,
     files_.reveal(file, activationToken, [weak = weak_from_this(), file](const auto& shown) {
         const auto self = weak.lock();
         if (!self || shown) return;
-        self->showPlace("Couldn't show the document", file.string(), shown.error());
+        self->log_.error(
+            fmt::format("Notifications: can't show {}: {}", file.string(), shown.error()));
+        self->showPlace("Couldn't show the document", file.string());
     });
 }
 
 void NotificationManager::showNote(const NotificationResponse& response)
 {
     const std::string id = valueOf(response.userInformation, noteID);
-    notes_.show(id, response.activationToken, [weak = weak_from_this(), id](const auto& shown) {
-        const auto self = weak.lock();
-        if (self && !shown) self->showPlace("Couldn't show the note", id, shown.error());
-    });
+    const std::string title = valueOf(response.userInformation, noteTitle);
+    notes_.show(
+        id, response.activationToken, [weak = weak_from_this(), id, title](const auto& shown) {
+            const auto self = weak.lock();
+            if (!self || shown) return;
+            const std::string place = id.starts_with('/') ? id : fmt::format("in Notes: {}", title);
+            self->log_.error(fmt::format("Notifications: can't show {}: {}", id, shown.error()));
+            self->showPlace("Couldn't show the note", place);
+        });
 }
 
 /** Tells the user where it is that nothing on this desktop could show. */
-void NotificationManager::showPlace(const std::string& title, const std::string& place,
-                                    const std::string& reason)
+void NotificationManager::showPlace(const std::string& title, const std::string& place)
 {
-    log_.error(fmt::format("Notifications: can't show {}: {}", place, reason));
     post({.identifier = "KV_NOT_SHOWN",
           .content = {.title = title,
                       .body = fmt::format("It is {}", place),

@@ -66,7 +66,7 @@ private:
     void didReceive(const NotificationResponse& response);
     void reveal(const std::filesystem::path& file, const std::string& activationToken);
     void showNote(const NotificationResponse& response);
-    void showPlace(const std::string& title, const std::string& place, const std::string& reason);
+    void showPlace(const std::string& title, const std::string& place);
     void post(NotificationRequest request, const std::string& failurePrefix);
     void logFailure(const std::string& prefix, const NotificationError& error);
 

@@ -53,11 +53,13 @@ void SessionEnvironment::read(Handler handler)
 
 SessionEnvironment::Variables SessionEnvironment::with(const Variables& others) const
 {
-    Variables variables;
-    for (const auto* from : {&own_, &others}) {
-        for (const std::string& variable : *from) {
-            if (!isSet(variables, nameOf(variable))) variables.push_back(variable);
-        }
+    Variables variables = own_;
+    for (const std::string& variable : others) {
+        if (isSet(own_, nameOf(variable))) continue;
+        // Of two with one name programs see the first, which may be empty.
+        std::erase_if(variables,
+                      [&](const std::string& empty) { return nameOf(empty) == nameOf(variable); });
+        variables.push_back(variable);
     }
     return variables;
 }

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <random>
 
 namespace korvane {
 
@@ -20,30 +19,6 @@ std::string content(const ByteBuffer& buffer)
 }
 
 } // namespace
-
-TEST(ByteBuffer, KeepsItsBytesInOrderHoweverAppendingAndConsumingAlternate)
-{
-    std::mt19937 random(20250301); // NOLINT: the same sequence in every run
-    ByteBuffer buffer;
-    std::string expected;
-    for (int step = 0; step < 5000; ++step) {
-        const std::string piece(random() % 900, static_cast<char>('a' + step % 26));
-        switch (random() % 3) {
-        case 0: buffer.append(piece); break;
-        case 1:
-            std::ranges::copy(piece, buffer.prepare(piece.size() + 100).begin());
-            buffer.commit(piece.size());
-            break;
-        default:
-            for (const char byte : piece) buffer.append(static_cast<std::uint8_t>(byte));
-        }
-        expected += piece;
-        const std::size_t used = std::min<std::size_t>(random() % 1000, expected.size());
-        buffer.consume(used);
-        expected.erase(0, used);
-        ASSERT_EQ(content(buffer), expected) << "after step " << step;
-    }
-}
 
 TEST(ByteBuffer, MovesItsBytesSeldomHoweverTheyComeAndGo)
 {

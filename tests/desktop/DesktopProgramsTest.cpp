@@ -33,7 +33,7 @@ protected:
         const auto file = folder.write(
             program, fmt::format("#!/bin/sh\nfor last; do :; done\n"
                                  "printf '%s\\n' \"$last$XDG_ACTIVATION_TOKEN\" >>{0}\n"
-                                 "printf '%s\\n' \"$HOME$DISPLAY\" >{0}-in\n"
+                                 "tr '\\0' ' ' </proc/$$/environ >{0}-in\n"
                                  "exit {1}\n",
                                  (folder.path() / "asked").string(), status));
         std::filesystem::permissions(file, std::filesystem::perms::owner_all);
@@ -81,7 +81,7 @@ TEST_F(DesktopProgramsTest, OpensOneDialogAfterTheOtherAndAtMostFour)
     }
     EXPECT_EQ(queue.watched(), 0U);
     EXPECT_EQ(asked(), expected);
-    EXPECT_EQ(folder.read("asked-in"), "/root:7\n");
+    EXPECT_EQ(folder.read("asked-in"), "HOME=/root DISPLAY=:7 ");
     EXPECT_THAT(notifications.requests, testing::IsEmpty());
 }
 

@@ -126,9 +126,12 @@ TEST_F(NotificationManagerTest, TellsWhereItIsWhatNothingCanShow)
     EXPECT_EQ(center.latest().content.title, "Added to Notes");
     center.choose(NotificationResponse::defaultAction);
     EXPECT_EQ(center.latest().content.body, "It is /notes/Letter.html");
-    EXPECT_THAT(log.errors(),
-                ElementsAre("Notifications: can't show /saved/Letter: no viewer",
-                            "Notifications: can't show /notes/Letter.html: no viewer"));
+    manager->showNoteAdded("Letter", "note://gnote/1");
+    center.choose("KV_ACTION_OPEN_NOTE");
+    EXPECT_EQ(center.latest().content.body, "It is in Notes: Letter");
+    EXPECT_THAT(log.errors(), ElementsAre("Notifications: can't show /saved/Letter: no viewer",
+                                          "Notifications: can't show /notes/Letter.html: no viewer",
+                                          "Notifications: can't show note://gnote/1: no viewer"));
 }
 
 /** Beyond 256 jobs, or beyond 32 MiB of text. */

@@ -68,16 +68,6 @@ protected:
     std::vector<int> order;
 };
 
-TEST_F(SystemQueuesTest, ASerialQueueRunsItsTasksInOrderOneAtATime)
-{
-    std::vector<int> expected(1000);
-    std::iota(expected.begin(), expected.end(), 0);
-    for (const int i : expected) queue->async([this, i] { order.push_back(i); });
-    queue->sync([&] { EXPECT_TRUE(queue->isCurrent()); });
-    EXPECT_FALSE(queue->isCurrent());
-    EXPECT_EQ(order, expected);
-}
-
 TEST_F(SystemQueuesTest, DelayedTasksRunFromTheirTimeOnUnlessCancelled)
 {
     std::promise<void> done;
@@ -176,23 +166,6 @@ TEST(SystemQueuesEnd, BackgroundTasksThatWaitDoNotHoldUpOthersAndTheirThreadsGoW
         queues.background().async([&] { last.set_value(); });
         for (int seen = 0; seen < 40; seen = waited) waited.wait(seen);
     }
-}
-
-TEST(SystemQueuesEnd, WaitsForEveryBackgroundTaskAndRunsSeveralAtOnce)
-{
-    RecordingLog log;
-    std::atomic<int> finished = 0;
-    std::promise<void> secondRuns;
-    {
-        SystemQueues queues(log);
-        queues.background().async([&] {
-            secondRuns.get_future().wait();
-            ++finished;
-        });
-        queues.background().async([&] { secondRuns.set_value(); });
-        for (int i = 0; i < 50; ++i) queues.background().async([&] { ++finished; });
-    }
-    EXPECT_EQ(finished, 51);
 }
 
 TEST(SystemQueuesEnd, WaitsForWhatBackgroundTasksHandOver)

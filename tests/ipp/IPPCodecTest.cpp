@@ -1,7 +1,5 @@
 #include "ipp/IPPCodec.h"
 
-#include "ipp/AttributeSection.h"
-
 #include <gmock/gmock.h>
 
 #include <set>
@@ -160,30 +158,6 @@ TEST(IPPDecoder, GivesWhatFollowsTheAttributesAsDocumentWithoutCopyingIt)
     EXPECT_EQ(decoded->documentData.bytes().data(), input.bytes().data() + header.size() + 1);
 }
 
-TEST(IPPDecoder, GivesTheSameForAttributesThatWereFoundInPieces)
-{
-    const std::size_t limit = 400;
-    const std::string rest = "\x01 and so on";
-    const std::string tags = keyword("a", "\x03") + keyword("", std::string(300, '\x03'));
-    const std::pair<std::string, std::string> cases[] = {
-        {header + job + tags + end, rest},
-        {header + end, rest},
-        {header + job + tags, ""},
-        {header.substr(0, 5), ""},
-        {header + job + record(0x21, "a", "b") + end, rest},
-        {header + bytes(0x0B), keyword("a", "b")},
-        {header + job + keyword("a", std::string(500, 'b')) + job, rest}};
-    for (const auto& [attributes, document] : cases) {
-        const std::string whole = attributes + document;
-        ipp::AttributeSection section(limit);
-        std::size_t length = 0;
-        while (length < whole.size() && !section.isComplete())
-            length += section.take(Data::copying(whole.substr(length, 3)).bytes());
-        EXPECT_EQ(errorOf(whole.substr(0, length), limit), errorOf(whole, limit));
-        EXPECT_TRUE(errorOf(whole, limit) != "none" || whole.substr(length) == document);
-    }
-}
-
 TEST(IPPDecoder, RefusesToFillTheMemoryWithTinyAttributes)
 {
     const std::string flood = header + job + keyword("a", "") + keyword("", "");
@@ -218,17 +192,6 @@ TEST(IPPEncoder, CutsWhatItsLengthsCannotSayWhereACharacterStarts)
     const IPPMessage member = message({{"a", {Collection{{{tooLong, ipp::NoValue{}}}}}}});
     EXPECT_NE(ipp::encode(member).text().find(record(0x4A, "", longest) + record(0x13, "", "")),
               std::string_view::npos);
-}
-
-TEST(FindAttribute, LooksIntoTheFirstGroupOfATagOnly)
-{
-    IPPMessage searched = message({{"a", {}}, {"a", {}}});
-    searched.groups.push_back({IPPTag::jobAttributes, {{"b", {}}}});
-    const auto find = [&](const char* name, IPPTag group = IPPTag::jobAttributes) {
-        return ipp::findAttribute(searched, name, group);
-    };
-    EXPECT_EQ(find("a"), searched.groups[0].attributes.data());
-    EXPECT_TRUE(!find("A") && !find("b") && !find("a", IPPTag::printerAttributes));
 }
 
 } // namespace

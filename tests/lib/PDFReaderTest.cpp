@@ -90,16 +90,5 @@ TEST(PDFReader, ShowsTheWholeMediaBoxAsAViewerTurnsIt)
     }
 }
 
-TEST(PDFReader, SaysWhatItCannotRead)
-{
-    using Failure = PDFReader::Failure;
-    for (const char* const bytes : {"", "%PDF-1.7", "no PDF at all"}) {
-        const auto reader = PDFReader::open(Data::copying(bytes));
-        ASSERT_FALSE(reader) << bytes;
-        EXPECT_EQ(reader.error(), Failure::notReadable);
-    }
-    EXPECT_FALSE(open("/MediaBox [0 0 72 72]").readPage(7).exists);
-}
-
 } // namespace
 } // namespace korvane

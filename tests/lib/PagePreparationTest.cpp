@@ -57,52 +57,7 @@ int inkIn(const OwnedPix& ink, int left, int top, int width, int height)
     return inkPixels(part);
 }
 
-/** The middle of all ink. */
-PixelPoint middleOfInk(const OwnedPix& ink)
-{
-    l_float32 x = 0;
-    l_float32 y = 0;
-    pixCentroid(ink.get(), nullptr, nullptr, &x, &y);
-    return {static_cast<double>(x) + 0.5, static_cast<double>(y) + 0.5};
-}
-
 } // namespace
-
-TEST(Straightening, BringsEveryPointOfThePageBackToWhereItWas)
-{
-    struct Case {
-        int turns;
-        double degrees;
-        double fan;
-    };
-    constexpr Case cases[] = {{0, 0, 0},    {1, 0, 0},     {2, 0, 0},   {3, 0, 0},
-                              {0, 7, 0},    {1, -9.5, 0},  {2, 3, 0},   {3, 12, 0},
-                              {0, 0, 0.03}, {2, 2, -0.02}, {1, 4, 0.02}};
-    for (const Case& each : cases) {
-        for (const PixelPoint spot : {PixelPoint{200, 150}, PixelPoint{1301, 1777}}) {
-            SCOPED_TRACE(testing::Message() << each.turns << " turns, " << each.degrees
-                                            << " degrees, fan " << each.fan << ", at " << spot.x);
-            const OwnedPix page = whitePage();
-            fill(page, static_cast<int>(spot.x) - 4, static_cast<int>(spot.y) - 4, 9, 9, 0);
-            const CleanedPage cleaned{.gray = share(page),
-                                      .ink = OwnedPix(pixThresholdToBinary(page.get(), 128))};
-            PageGeometry geometry{.width = 1500,
-                                  .height = 2000,
-                                  .resolution = resolution,
-                                  .quarterTurns = each.turns,
-                                  .rotation = each.degrees * std::numbers::pi / 180};
-            const CleanedPage rotated = straightened(cleaned, geometry);
-            geometry.rotatedWidth = pixGetWidth(rotated.ink.get());
-            geometry.rotatedHeight = pixGetHeight(rotated.ink.get());
-            geometry.fanOffset = -each.fan / 2;
-            geometry.fanSlope = each.fan / geometry.rotatedHeight;
-            const CleanedPage straight = straightened(cleaned, geometry);
-            const PagePoint found = geometry.onPage(middleOfInk(straight.ink));
-            EXPECT_NEAR(found.x, (spot.x + 0.5) * 72 / resolution, 0.4);
-            EXPECT_NEAR(found.y, (2000 - spot.y - 0.5) * 72 / resolution, 0.4);
-        }
-    }
-}
 
 TEST(Leveling, LevelsLinesThatFanOut)
 {

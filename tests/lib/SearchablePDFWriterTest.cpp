@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cmath>
 #include <cstdio>
 #include <regex>
 #include <sstream>
@@ -97,14 +96,6 @@ std::string withXMP(const std::string& attributes)
 
 const std::string now = "D:20250301150509+01'00";
 
-constexpr double angles[] = {0, 90, 180, -90};
-
-/** In points from the upper-left corner of the page as it is shown. */
-struct Box {
-    double left, top, right, bottom;
-    std::string text;
-};
-
 /** A folder with the PDFs of a test, and the programs of others that look at them. */
 class SearchablePDF : public testing::Test {
 protected:
@@ -139,21 +130,6 @@ protected:
 
     std::string text() const { return run("pdftotext output.pdf -"); }
 
-    /** The words of all pages as pdftotext finds them. */
-    std::vector<Box> words() const
-    {
-        const std::regex form(
-            R"re(<word xMin="(.+)" yMin="(.+)" xMax="(.+)" yMax="(.+)">(.+)</word>)re");
-        const std::string listing = run("pdftotext -bbox output.pdf -");
-        std::vector<Box> boxes;
-        for (auto word = std::sregex_iterator(listing.begin(), listing.end(), form);
-             word != std::sregex_iterator(); ++word) {
-            const auto edge = [&](std::size_t group) { return std::stod((*word)[group]); };
-            boxes.push_back({edge(1), edge(2), edge(3), edge(4), (*word)[5]});
-        }
-        return boxes;
-    }
-
     TemporaryFolder folder_;
     std::string output_;
 };
@@ -183,43 +159,6 @@ TEST_F(SearchablePDF, GivesBackTheWordsOfEveryScript)
         const std::size_t end = found.find('\f');
         EXPECT_EQ(found.substr(0, end), line);
         found.erase(0, end + 1);
-    }
-}
-
-TEST_F(SearchablePDF, LaysEveryWordWhereItIsSeen)
-{
-    std::vector<std::string> entries;
-    std::vector<PageTextLayer> layers;
-    for (int index = 0; index < 16; ++index) {
-        layers.push_back({.lines = {{.x = 160,
-                                     .y = 140,
-                                     .angle = angles[index % 4],
-                                     .ascent = 8,
-                                     .descent = 2,
-                                     .words = {{"Ωhere", 0, 60}, {"then", 75, 20}}}}});
-        entries.push_back("/MediaBox [-20 30 480 330] /Rotate " +
-                          std::to_string(index / 4 * 90 - 360));
-    }
-    ASSERT_TRUE(write(pagesOf(entries), layers));
-
-    const std::vector<Box> boxes = words();
-    ASSERT_EQ(boxes.size(), 32U);
-    for (std::size_t index = 0; index < 32; ++index) {
-        SCOPED_TRACE("word " + std::to_string(index));
-        const Box& box = boxes[index];
-        const double start = index % 2 == 0 ? 0 : 75, width = index % 2 == 0 ? 60 : 20;
-        const double angle = angles[index / 2 % 4];
-        // The tool measures from the top of the page as it is shown.
-        const double baseline = (index / 8 % 2 == 0 ? 300 : 500) - 140;
-        const bool isUpright = angle == 0 || angle == 180;
-        const double low = isUpright ? box.left : box.top,
-                     high = isUpright ? box.right : box.bottom;
-        const double origin = isUpright ? 160 : baseline;
-        const bool isForward = angle == 0 || angle == -90;
-        EXPECT_NEAR(low, isForward ? origin + start : origin - start - width, 0.01);
-        EXPECT_NEAR(high - low, width, 0.01);
-        EXPECT_LT(isUpright ? box.top : box.left, isUpright ? baseline : 160);
-        EXPECT_GT(isUpright ? box.bottom : box.right, isUpright ? baseline : 160);
     }
 }
 
@@ -253,7 +192,6 @@ TEST_F(SearchablePDF, KeepsWordsWholeAndApart)
         // Tilted lines may be taken for several.
         EXPECT_EQ(std::regex_replace(found, std::regex("[ \n]+"), " "), expected) << mode;
     }
-    for (const Box& box : words()) EXPECT_THAT(expected, HasSubstr(box.text));
 }
 
 TEST_F(SearchablePDF, GivesLettersThatHelveticaLacksAnExtent)

@@ -21,12 +21,6 @@ std::string txtBytes(const std::map<std::string, std::string>& pairs)
     return bytes;
 }
 
-TEST(AvahiService, CountsEveryPairAndKeepsEmptyValuesAndUTF8)
-{
-    EXPECT_EQ(txtBytes({{"rp", "ipp/print"}, {"note", ""}, {"ty", "Büro"}}),
-              "\x05note=\x0Crp=ipp/print\x08ty=B\xC3\xBCro");
-}
-
 TEST(AvahiService, LeavesOutAPairThatOneByteCannotCount)
 {
     const std::string longest(250, 'x');

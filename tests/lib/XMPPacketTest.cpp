@@ -126,16 +126,6 @@ TEST(XMPPacket, LeavesOutDatesThatAreNone)
     }
 }
 
-TEST(XMPPacket, KnowsWhetherItTellsWhenTheDocumentWasCreated)
-{
-    const std::pair<std::string, bool> cases[] = {
-        {packetOf("xmp:CreateDate='2019'", ""), true},
-        {packetOf("", "<xmp:CreateDate>2019</xmp:CreateDate>"), true},
-        {packetOf("dc:CreateDate='2019' xmp:ModifyDate='2019'", ""), false}};
-    for (const auto& [source, isTold] : cases)
-        EXPECT_EQ(XMPPacket::parse(source)->hasCreationDate(), isTold) << source;
-}
-
 TEST(XMPPacket, IsReadInOtherEncodingsAndWithPadding)
 {
     const std::string source = packetOf("xmp:Label='kept'", "");

@@ -111,18 +111,6 @@ protected:
     std::vector<std::string> events;
 };
 
-TEST_F(SocketNetworkTest, ASecondListenerFailsOnItsQueueAndThePortIsFreeAfterTheFirst)
-{
-    queue->sync([&] { EXPECT_EQ(listener->port(), ntohs(server.sin_port)); });
-    const auto second = listen();
-    EXPECT_EQ(waitFor(2).back(), "failed: Address already in use");
-    const FileDescriptor client = connect();
-    queue->sync([&] { listener->cancel(); });
-    EXPECT_EQ(waitFor(3).back(), "cancelled");
-    listener = listen();
-    EXPECT_EQ(waitFor(4).back(), "ready");
-}
-
 TEST_F(SocketNetworkTest, ALongRequestIsReadToItsEndAndALongAnswerReachesAClientThatReadsSlowly)
 {
     const std::string body(std::size_t{8} << 20, 'x');

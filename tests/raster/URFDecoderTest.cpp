@@ -1,13 +1,11 @@
 #include "raster/URFDecoder.h"
 
-#include "raster/RunLength.h"
 #include "support/DecodedURF.h"
 #include "support/TemporaryFolder.h"
 #include "support/URFBuilder.h"
 
 #include <gmock/gmock.h>
 
-#include <array>
 #include <cmath>
 #include <random>
 #include <sstream>
@@ -275,24 +273,6 @@ TEST(URFDecoder, WritesPageByPageAndEndsWhenItCannotWrite)
     EXPECT_EQ(pieces.size(), 2U);
     EXPECT_GT(pieces[1], noise.pixels.size() / 2) << "the image of the first page alone";
     EXPECT_LT(pieces[1], 2 * noise.pixels.size());
-}
-
-TEST(RunLength, GivesBackAnyMixOfRunsWithinItsBound)
-{
-    std::mt19937 random(3); // NOLINT: the same runs in every run
-    for (int round = 0; round < 5000; ++round) {
-        std::vector<std::uint8_t> bytes;
-        const std::size_t longest = std::array<std::size_t, 3>{4, 10, 300}.at(random() % 3);
-        for (std::size_t runs = random() % 20; runs > 0; --runs) {
-            bytes.insert(bytes.end(), random() % longest, static_cast<std::uint8_t>(random() % 3));
-        }
-        // No byte more than the bound promises, so that a sanitizer sees a write behind it.
-        std::vector<std::uint8_t> coded(runlength::bound(bytes.size()));
-        coded.resize(runlength::encode(bytes, coded));
-        ByteBuffer decoded;
-        runlength::decode(coded, decoded);
-        ASSERT_EQ(decoded.take(), Data(bytes)) << "round " << round;
-    }
 }
 
 } // namespace korvane

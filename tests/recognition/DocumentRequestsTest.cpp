@@ -1,7 +1,6 @@
 #include "recognition/DocumentRequests.h"
 
 #include "recognition/RequestCoding.h"
-#include "support/TestDocument.h"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +10,7 @@
 namespace korvane {
 namespace {
 
-using requests::codeOf, requests::ListLanguages, requests::ReadPages, requests::RecognizePage,
-    requests::ReleaseDocument, requests::WriteDocument;
-using Kind = DocumentError::Kind;
+using requests::ReadPages;
 
 PageReading reading()
 {
@@ -33,75 +30,12 @@ PageReading reading()
             .isComplete = false};
 }
 
-TEST(DocumentRequests, ReachTheWorkerAsTheyWereMade)
-{
-    const SharedDescriptor file = unnamedFile();
-    const requests::SourceDocument document{.number = 7, .content = {.file = file, .length = 9}};
-    const auto sent = [&]<typename Request>(const Request& request) {
-        WorkerMessage message = encodeRequest(request);
-        EXPECT_EQ(message.code, codeOf<Request>());
-        WireReader in(std::move(message));
-        auto received = decodeRequest<Request>(in);
-        EXPECT_TRUE(received);
-        if constexpr (requires { received->document; }) {
-            EXPECT_EQ(received->document.number, 7U);
-            EXPECT_EQ(received->document.content.file, file);
-            EXPECT_EQ(received->document.content.length, 9U);
-        }
-        return std::move(received).value_or(Request());
-    };
-    sent(ListLanguages());
-    sent(requests::OpenDocument{document});
-    const auto pages = sent(ReadPages{document, 16, 5});
-    EXPECT_EQ(pages.first, 16U);
-    EXPECT_EQ(pages.count, 5U);
-    const auto page = sent(RecognizePage{document, 3, 299.5, "deu"});
-    EXPECT_EQ(page.page, 3U);
-    EXPECT_EQ(page.resolution, 299.5);
-    EXPECT_EQ(page.language, "deu");
-    const SharedDescriptor output = unnamedFile();
-    const std::vector<PageTextLayer> layers{{reading().lines}, {}};
-    const DocumentInformation information{{"Author", "Ann"}, {"Title", "\xFF"}};
-    const auto writing = sent(WriteDocument{document, layers, information, output});
-    EXPECT_EQ(writing.layers, layers);
-    EXPECT_EQ(writing.information, information);
-    EXPECT_EQ(writing.output, output);
-    const auto conversion = sent(requests::ConvertRaster{document.content, output});
-    EXPECT_EQ(conversion.raster.file, file);
-    EXPECT_EQ(conversion.raster.length, 9U);
-    EXPECT_EQ(conversion.output, output);
-    sent(ReleaseDocument());
-}
-
 template <typename Answer>
 DocumentAnswer<Answer> received(const DocumentAnswer<Answer>& answer)
 {
     WireWriter out;
     encodeAnswer(out, answer);
     return decodeAnswer<Answer>(out.message());
-}
-
-TEST(DocumentAnswers, ReachTheAgentAsTheyWereMade)
-{
-    const ListLanguages::Answer languages{{"deu", "eng"}};
-    EXPECT_EQ(received<ListLanguages::Answer>(languages)->languages, languages.languages);
-    EXPECT_EQ(received<requests::OpenDocument::Answer>({{.pageCount = 12}})->pageCount, 12U);
-    const std::vector<PageInfo> pages{{{-100, 50.5, 612, 792}, "Grüße\n", false}, {}};
-    EXPECT_EQ(received<ReadPages::Answer>({{pages}})->pages, pages);
-    EXPECT_EQ(received<PageReading>(reading()).value(), reading());
-    const PDFWriteError error{PDFWriteError::Kind::cannotWrite, "why"};
-    EXPECT_EQ(received<WriteDocument::Answer>({{error}})->error, error);
-    EXPECT_EQ(received<WriteDocument::Answer>({})->error, std::nullopt);
-    EXPECT_EQ(received<requests::ConvertRaster::Answer>({{.length = 99}})->length, 99U);
-    EXPECT_TRUE(received<requests::Nothing>({}));
-    for (const Kind kind : {Kind::notReadable, Kind::needsPassword, Kind::noPage, Kind::recognition,
-                            Kind::conversion, Kind::cannotWrite}) {
-        const auto failed = received<PageReading>(
-            failure(DocumentError{.kind = kind, .detail = "why", .system = {28}}));
-        EXPECT_EQ(failed.error().kind, kind);
-        EXPECT_EQ(failed.error().detail, "why");
-        EXPECT_EQ(failed.error().system, SystemError{28});
-    }
 }
 
 TEST(DocumentAnswers, AreInvalidWhenAValueIsOutOfItsRange)
@@ -130,6 +64,7 @@ TEST(DocumentAnswers, AreInvalidWhenAValueIsOutOfItsRange)
         {"a language of a kilobyte",
          [](PageReading& r) { r.likelyLanguages[1] = std::string(1024, 'a'); }},
     };
+    EXPECT_EQ(received<PageReading>(reading()).value(), reading());
     for (const Case& each : cases) {
         SCOPED_TRACE(each.name);
         PageReading changed = reading();

@@ -35,31 +35,6 @@ TEST(LanguageNames, UnderstandsCodesAndLocales)
     EXPECT_THAT(languagesOfCodes({"de_DE", "de", "en"}), ElementsAre("deu", "eng"));
 }
 
-TEST(LanguageNames, KnowsTheScriptsOfLanguages)
-{
-    const std::pair<const char*, const char*> cases[] = {
-        {"deu", "Latin"},         {"kmr", "Latin"},      {"kur_ara", "Arabic"},
-        {"srp", "Cyrillic"},      {"srp_latn", "Latin"}, {"aze_cyrl", "Cyrillic"},
-        {"uzb_cyrl", "Cyrillic"}, {"chi_tra", "Han"},    {"jpn", "Japanese"},
-        {"ell", "Greek"},         {"frk", "Fraktur"},    {"xyz", "Latin"}};
-    for (const auto& [language, script] : cases) EXPECT_EQ(scriptOfLanguage(language), script);
-    EXPECT_TRUE(isWrittenIn("jpn", "Han"));
-    EXPECT_TRUE(isWrittenIn("kor", "Hangul"));
-    EXPECT_TRUE(isWrittenIn("xyz", "Latin"));
-    EXPECT_FALSE(isWrittenIn("deu", "Fraktur"));
-    EXPECT_FALSE(isWrittenIn("chi_sim", "Japanese"));
-}
-
-TEST(LanguageNames, ListsTheLanguagesOfAScriptTheMostCommonFirst)
-{
-    EXPECT_EQ(languagesOfScript("Latin").front(), "eng");
-    EXPECT_EQ(languagesOfScript("Cyrillic").front(), "rus");
-    EXPECT_EQ(languagesOfScript("Arabic").front(), "ara");
-    EXPECT_THAT(languagesOfScript("Devanagari"), ElementsAre("hin", "mar", "nep", "san"));
-    EXPECT_EQ(languagesOfScript("Han").at(2), "jpn");
-    EXPECT_THAT(languagesOfScript("Klingon"), IsEmpty());
-}
-
 TEST(LanguageNames, NamesPackagesAsDebianDoes)
 {
     EXPECT_EQ(packageOfLanguage("deu"), "tesseract-ocr-deu");

@@ -229,16 +229,6 @@ TEST_F(OCRTest, GivesNothingForDocumentsThatCannotBeRead)
     EXPECT_THAT(recognized(), IsEmpty());
 }
 
-TEST_F(OCRTest, RecognizesTheFirst5000PagesOfADocumentWithMore)
-{
-    documents.pages.resize(5003);
-    documents.pages[0].text = std::string(24, 'x');
-    EXPECT_EQ(recognize().size(), 5003U);
-    EXPECT_EQ(documents.trials.size(), 5000U);
-    EXPECT_TRUE(documents.trials.contains(5000));
-    EXPECT_EQ(log.lines().back(), "OCR: 5002 pages are without text; recognizing the first 5000");
-}
-
 TEST_F(OCRTest, KeepsABoundedAmountOfText)
 {
     documents.pages.assign(40, {.text = std::string(1 << 20, 'x')});

@@ -62,14 +62,6 @@ protected:
     WorkerDocuments documents{workers};
 };
 
-TEST_F(WorkerDocumentTest, IsOpenOnceItsPagesAreCounted)
-{
-    const auto document = open(3);
-    EXPECT_EQ(document->pageCount(), 3U);
-    EXPECT_THAT(workers.submitted, IsEmpty()) << "no language is needed yet";
-    EXPECT_THAT(workers.ended, IsEmpty());
-}
-
 TEST_F(WorkerDocumentTest, CannotBeOpenedWhenTheWorkerCannot)
 {
     std::optional<DocumentAnswer<std::shared_ptr<OpenDocument>>> opened;
@@ -179,41 +171,20 @@ TEST_F(WorkerDocumentTest, EndsItsRequestsWhenItIsDestroyed)
     EXPECT_TRUE(reading->error().stopped());
 }
 
-TEST_F(WorkerDocumentTest, TellsHowLongTheFileIsThatARasterBecame)
+TEST_F(WorkerDocumentTest, ConvertsARasterIntoAFileThatIsAsLongAsTheWorkerSays)
 {
     const SharedDescriptor output = documentFile("something else").file;
-    const auto lengthOf = [&] {
-        struct stat status {};
-        EXPECT_EQ(::fstat(output->get(), &status), 0);
-        return status.st_size;
-    };
     std::optional<DocumentAnswer<std::uint64_t>> converted;
-    const auto convert = [&] {
-        documents.convertRaster(documentFile("UNIRAST"), output, keep(converted));
-    };
-    const auto workerWrites = [&] { ASSERT_EQ(::write(output->get(), "%PDF", 4), 4); };
-    convert();
-    EXPECT_EQ(lengthOf(), 0);
-    workerWrites();
+    documents.convertRaster(documentFile("UNIRAST"), output, keep(converted));
+    ASSERT_EQ(::write(output->get(), "half", 4), 4);
     const WorkerRequest& request = workers.submitted.front().request;
     EXPECT_GE(request.limit, 10min) << "for 16 GiB of pixels";
     EXPECT_EQ(request.reservedTime, request.limit);
     ASSERT_TRUE(request.beforeRetry());
-    EXPECT_EQ(lengthOf(), 0) << "the next worker starts over";
-    workerWrites();
-    answer<requests::ConvertRaster::Answer>({{.length = 4}});
-    EXPECT_EQ(*converted, 4U);
-
-    convert();
-    workerWrites();
+    ASSERT_EQ(::write(output->get(), "%PDF", 4), 4);
+    EXPECT_EQ(contentOf({output, 4}), "%PDF") << "the next worker starts over";
     answer<requests::ConvertRaster::Answer>({{.length = 5}});
     EXPECT_EQ(converted->error().failure.kind, Kind::invalidResponse);
-    convert();
-    answer<requests::ConvertRaster::Answer>(
-        failure(DocumentError{DocumentError::Kind::conversion, "Document is not URF."}));
-    EXPECT_EQ(converted->error().description(), "Document is not URF.");
-    documents.convertRaster(documentFile(""), share(FileDescriptor()), keep(converted));
-    EXPECT_EQ(converted->error().system, SystemError{EBADF});
 }
 
 TEST_F(WorkerDocumentTest, AsksForTheLanguagesOnceAndRemembersThem)

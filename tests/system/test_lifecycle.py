@@ -43,6 +43,14 @@ class Lifecycle(unittest.TestCase):
             self.assertEqual(agent.print_job(b"%PDF"), 0)
             agent.wait_saved()
 
+    def test_takes_a_relative_save_folder_from_the_home_folder(self):
+        with Agent(settings={"saveDirectoryPath": "saved"}) as agent:
+            agent.wait_ready()
+            self.assertIn('PrinterService: save folder "saved" is not an absolute path, using '
+                          f"{agent.saved}", agent.lines)
+            self.assertEqual(agent.print_job(b"%PDF"), 0)
+            agent.wait_saved()
+
     @staticmethod
     def change(agent, **settings):
         agent.write_settings(**settings)

@@ -7,7 +7,6 @@ namespace korvane {
 /** What the worker double does, by the code of the request. */
 enum class DoubleOperation : std::uint16_t {
     echo = 10,    ///< answers with the payload's text
-    documentSum,  ///< answers with the sum of a document's bytes
     surroundings, ///< answers with its environment, its descriptors from 4 on, and for how long it
                   ///< may run
     throwing,     ///< throws

@@ -182,15 +182,6 @@ TEST_F(WorkerPoolTest, ARequestThatTakesTooLongFailsWithItsWorker)
     EXPECT_EQ(failed.size(), 1U) << "it is not tried again";
 }
 
-TEST_F(WorkerPoolTest, WhenNothingStartsEveryRequestFailsAfterOneTry)
-{
-    workshop.canStart = false;
-    submit(large, "a");
-    submit(small, "b");
-    EXPECT_THAT(failed, ElementsAre(std::pair("a", Kind::couldNotStart),
-                                    std::pair("b", Kind::couldNotStart)));
-}
-
 TEST_F(WorkerPoolTest, ARetiredWorkerIsReplacedForTheNextRequest)
 {
     submit(large, "a");

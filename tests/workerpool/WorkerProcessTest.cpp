@@ -1,7 +1,6 @@
 #include "workerpool/WorkerProcess.h"
 
 #include "DoubleOperation.h"
-#include "base/Files.h"
 #include "base/Sanitizers.h"
 #include "event/SystemQueues.h"
 #include "support/RecordingLog.h"
@@ -80,23 +79,6 @@ TEST_F(WorkerProcessTest, AnswersHoweverLargeTheRequest)
     }
 }
 
-TEST_F(WorkerProcessTest, SeesTheDocumentItIsGiven)
-{
-    // On a disk, as the agent's are, or in memory.
-    const TemporaryFolder folder;
-    const DocumentFile onDisk{
-        openRegularFile(folder.write("document", std::string(1 << 20, '\1'))).map(share).value(),
-        (1 << 20) - 5};
-    for (const DocumentFile& document : {documentFile("\1\2\3"), onDisk}) {
-        WireWriter request;
-        request.document(document);
-        auto answer = ask(DoubleOperation::documentSum, std::move(request));
-        ASSERT_TRUE(answer) << answer.error().description();
-        const std::uint64_t expected = document.length == 3 ? 6 : document.length;
-        EXPECT_EQ(WireReader(*std::move(answer)).u64(), expected);
-    }
-}
-
 TEST_F(WorkerProcessTest, KnowsWhatItsRequestMayTake)
 {
     auto answer = ask(DoubleOperation::telling, {}, milliseconds(23'456));
@@ -162,16 +144,6 @@ TEST_F(WorkerProcessTest, AFailureCostsTheRequestAlone)
         EXPECT_TRUE(ask(echo, text("next")));
     }
     EXPECT_THAT(log.errors(), testing::IsEmpty());
-}
-
-TEST_F(WorkerProcessTest, StoppingWaitsForNoRequest)
-{
-    auto first = begin(DoubleOperation::hanging);
-    auto second = begin(DoubleOperation::hanging);
-    auto waiting = begin(DoubleOperation::echo, text(""));
-    pool.stop();
-    for (auto* answer : {&first, &second, &waiting})
-        EXPECT_EQ(answer->get().error().kind, Kind::stopped);
 }
 
 TEST_F(WorkerProcessTest, AMissingProgramIsReported)

@@ -56,26 +56,6 @@ protected:
     const JobKey other{2};
 };
 
-TEST_F(WorkerSlotTest, KillsAWorkerThatTakesLongerThanTheShortenedLimit)
-{
-    const PendingPointer slow = request(job, "a");
-    slot.begin(slow, seconds(20));
-    queues.advance(seconds(4));
-    slot.shortenLimit(seconds(18));
-    slot.shortenLimit(seconds(5));
-    slot.shortenLimit(seconds(9));
-    queues.advance(seconds(4));
-    EXPECT_THAT(outcomes, IsEmpty());
-    queues.advance(seconds(1));
-    EXPECT_THAT(outcomes, ElementsAre("the worker took too long"));
-    EXPECT_EQ(slow->workTime(), seconds(9));
-    EXPECT_TRUE(worker().isKilled);
-    EXPECT_FALSE(slot.isActive());
-    workshop.crash(0);
-    EXPECT_EQ(outcomes.back(), "nothing");
-    EXPECT_TRUE(hasEnded);
-}
-
 TEST_F(WorkerSlotTest, GivesAWorkerThatHardlyRunsMoreTime)
 {
     slot.begin(request(job, "a"), seconds(20));
@@ -88,16 +68,6 @@ TEST_F(WorkerSlotTest, GivesAWorkerThatHardlyRunsMoreTime)
     EXPECT_THAT(outcomes, IsEmpty());
     worker().processorTime += seconds(5);
     queues.advance(seconds(5));
-    EXPECT_THAT(outcomes, ElementsAre("the worker took too long"));
-}
-
-TEST_F(WorkerSlotTest, KillsAWorkerThatDoesNotRunAtAll)
-{
-    slot.begin(request(job, "a"), seconds(20));
-    worker().isStarved = true;
-    queues.advance(seconds(39));
-    EXPECT_THAT(outcomes, IsEmpty());
-    queues.advance(seconds(1));
     EXPECT_THAT(outcomes, ElementsAre("the worker took too long"));
 }
 

@@ -1,7 +1,6 @@
 // A worker process that misbehaves as it is told to.
 
 #include "DoubleOperation.h"
-#include "base/DocumentMapping.h"
 #include "worker/WorkerMain.h"
 #include "workerpool/DescriptorMessage.h"
 
@@ -18,7 +17,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <memory>
-#include <numeric>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -103,12 +101,6 @@ RequestTable makeTable()
     using enum DoubleOperation;
     add(echo, [](WireReader& request, WireWriter& answer) {
         answer.string(request.string());
-        return request.finished();
-    });
-    add(documentSum, [](WireReader& request, WireWriter& answer) {
-        const Data document = mapDocument(request.document()).value();
-        answer.u64(
-            std::accumulate(document.bytes().begin(), document.bytes().end(), std::uint64_t{0}));
         return request.finished();
     });
     add(surroundings, [](WireReader&, WireWriter& answer) {
