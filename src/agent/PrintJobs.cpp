@@ -52,15 +52,22 @@ void PrintJobs::recover(Task recovered)
     environment_.queues.background().async([weak = weak_from_this(), &spool = environment_.spool,
                                             &main = environment_.queues.main(), &log = log_,
                                             recovered = std::move(recovered)] {
-        if (const auto ours = spool.check(); !ours)
-            log.error("PrinterService: can't use the spool: " + ours.error().description());
-        main.async([weak, jobs = spool.recover(), recovered] {
+        const auto ours = spool.check();
+        if (!ours) log.error("PrinterService: can't use the spool: " + ours.error().description());
+        main.async([weak, ours, jobs = spool.recover(), recovered] {
             const auto self = weak.lock();
             if (!self) return;
+            if (!ours) self->tellOfUnusableSpool(ours.error());
             self->begin(jobs);
             recovered();
         });
     });
+}
+
+void PrintJobs::tellOfUnusableSpool(const SystemError& error)
+{
+    notifications_->showSpoolUnusable(environment_.spool.unsavedFolder().parent_path(),
+                                      error.description());
 }
 
 void PrintJobs::begin(const std::vector<std::shared_ptr<SpooledJob>>& jobs)

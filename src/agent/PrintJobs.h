@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Log.h"
+#include "base/SystemError.h"
 #include "config/AppSettings.h"
 #include "desktop/NotificationManager.h"
 #include "document/CompletedJob.h"
@@ -52,6 +53,7 @@ private:
     PrintJobs(JobEnvironment environment, std::shared_ptr<NotificationManager> notifications,
               Settings settings);
 
+    void tellOfUnusableSpool(const SystemError& error);
     void begin(const std::vector<std::shared_ptr<SpooledJob>>& jobs);
     void handleCompletedJob(const CompletedJob& job);
     void handleUnsavedJob(const UnsavedJob& unsaved);

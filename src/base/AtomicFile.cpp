@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace korvane {
@@ -78,7 +79,7 @@ Result<void, SystemError> AtomicFile::publish(Present present)
         })
         .map([this] {
             file_ = FileDescriptor();
-            synchronizeFolder(folder_.get());
+            std::ignore = synchronizeFolder(folder_.get());
         });
 }
 

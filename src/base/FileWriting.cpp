@@ -42,10 +42,12 @@ Result<void, SystemError> synchronizeFile(int file)
     return {};
 }
 
-void synchronizeFolder(int folder)
+Result<void, SystemError> synchronizeFolder(int folder)
 {
     const FileDescriptor readable(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (readable) ::fsync(readable.get());
+    if (readable) return synchronizeFile(readable.get());
+    if (errno == EACCES) return {};
+    return failure(SystemError::last());
 }
 
 Result<void, SystemError> copyBytes(int source, std::uint64_t length, int target)

@@ -16,8 +16,8 @@ namespace korvane {
 Result<void, SystemError> synchronizeFile(int file);
 
 /** The same for the names in a folder, opened in any way. What fails here can only lose a new name
- *  in a power cut. */
-void synchronizeFolder(int folder);
+ *  in a power cut. One that may not be read is taken as it is. */
+Result<void, SystemError> synchronizeFolder(int folder);
 
 /** Appends the first `length` bytes of a file to another where that stands, sharing blocks where
  *  the file systems can. EIO when the source is shorter. */

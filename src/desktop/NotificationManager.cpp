@@ -108,6 +108,18 @@ void NotificationManager::showNoteAdded(const std::string& jobName, const std::s
          "Notifications: note-added post failed: ");
 }
 
+void NotificationManager::showSpoolUnusable(const std::filesystem::path& stateFolder,
+                                            const std::string& reason)
+{
+    post({.identifier = "KV_SPOOL_UNUSABLE",
+          .content = {.title = "Korvane can't take documents",
+                      .body = fmt::format("{} can't be used ({}). Until it can, and Korvane is "
+                                          "started again, what is printed is refused.",
+                                          stateFolder.string(), reason),
+                      .event = "device.error"}},
+         "Notifications: unusable-spool post failed: ");
+}
+
 void NotificationManager::showUnsaved(const std::string& jobName,
                                       const std::filesystem::path& saveFolder,
                                       const std::filesystem::path& document,

@@ -49,6 +49,9 @@ public:
     /** Shows that a note was made of the job, and offers to show the note of this id. */
     void showNoteAdded(const std::string& jobName, const std::string& noteID);
 
+    /** Shows why no documents can be taken, where they are to be kept until they are saved. */
+    void showSpoolUnusable(const std::filesystem::path& stateFolder, const std::string& reason);
+
     /** Shows that the save folder is missing, or why it cannot be written, and where a document is
      *  kept meanwhile. A later notice for the same folder replaces this one. */
     void showUnsaved(const std::string& jobName, const std::filesystem::path& saveFolder,

@@ -1,37 +1,18 @@
 #include "document/DocumentNormalizer.h"
 
+#include "document/DocumentStart.h"
 #include "ipp/DocumentFormat.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
 #include <utility>
 
 namespace korvane::DocumentNormalizer {
 
 namespace {
 
-constexpr std::uint64_t maxQuotedBytes = 8;
-
-Result<Data, SystemError> firstBytes(const DocumentFile& document)
-{
-    std::array<std::uint8_t, maxQuotedBytes> bytes{};
-    const std::size_t wanted = std::min(document.length, maxQuotedBytes);
-    std::size_t read = 0;
-    while (read < wanted) {
-        const ssize_t count =
-            ::pread(document.file->get(), &bytes.at(read), wanted - read, static_cast<off_t>(read));
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return failure(SystemError::last());
-        if (count == 0) return failure(SystemError{EIO});
-        read += static_cast<std::size_t>(count);
-    }
-    return Data::copying(std::span(bytes).first(wanted));
-}
+constexpr const char* outputIsNoPDF = "its output is not a PDF";
 
 NormalizeError conversionError(const DocumentError& error)
 {
@@ -46,16 +27,19 @@ NormalizeError conversionError(const DocumentError& error)
 void convertRaster(const DocumentFile& raster, DocumentService& documents, const Spool& spool,
                    const Completion& completion)
 {
-    auto made = spool.makeFile();
+    auto made = spool.makeWorkerFile();
     if (!made)
         return completion(failure(NormalizeError{NormalizeError::StorageFailed{made.error()}}));
     const SharedDescriptor file = share(*std::move(made));
-    documents.convertRaster(raster, file,
-                            [file, completion](const DocumentAnswer<std::uint64_t>& length) {
-                                if (!length)
-                                    return completion(failure(conversionError(length.error())));
-                                completion(DocumentFile{.file = file, .length = *length});
-                            });
+    documents.convertRaster(
+        raster, file, [file, completion](const DocumentAnswer<std::uint64_t>& length) {
+            if (!length) return completion(failure(conversionError(length.error())));
+            const DocumentFile pdf{.file = file, .length = *length};
+            if (!beginsLikePDF(pdf))
+                return completion(
+                    failure(NormalizeError{NormalizeError::ConversionFailed{outputIsNoPDF}}));
+            completion(pdf);
+        });
 }
 
 } // namespace

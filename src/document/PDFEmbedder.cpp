@@ -1,12 +1,10 @@
 #include "document/PDFEmbedder.h"
 
-#include "base/AtomicFile.h"
 #include "base/SystemError.h"
-#include "ipp/DocumentFormat.h"
+#include "document/DocumentStart.h"
 
 #include <fmt/format.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <utility>
@@ -38,22 +36,15 @@ std::vector<PageTextLayer> makeLayers(std::span<const OCRPageResult> pages)
     return layers;
 }
 
-/** Whether a file that a worker wrote begins like a PDF: a document may have broken the worker. */
-bool beginsLikePDF(int file)
-{
-    const std::string_view magic = documentFormats.front().magic;
-    std::string start(magic.size(), '\0');
-    return ::pread(file, start.data(), start.size(), 0) > 0 && start == magic;
-}
-
 Result<DocumentFile, Error> takeOutput(SharedDescriptor file)
 {
-    if (!beginsLikePDF(file->get()))
-        return failure(Error{Error::Code::workerFailed, "its output is not a PDF"});
     struct stat status {};
     if (::fstat(file->get(), &status) != 0)
         return failure(Error{Error::Code::cannotWrite, SystemError::last().description()});
-    return DocumentFile{std::move(file), static_cast<std::uint64_t>(status.st_size)};
+    DocumentFile pdf{std::move(file), static_cast<std::uint64_t>(status.st_size)};
+    if (!beginsLikePDF(pdf))
+        return failure(Error{Error::Code::workerFailed, "its output is not a PDF"});
+    return pdf;
 }
 
 } // namespace

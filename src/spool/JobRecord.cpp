@@ -1,5 +1,6 @@
 #include "spool/JobRecord.h"
 
+#include "base/Files.h"
 #include "text/PercentEncoding.h"
 
 #include <fmt/format.h>
@@ -7,11 +8,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <map>
-#include <span>
+#include <string>
 
 namespace korvane {
 
@@ -49,16 +49,26 @@ std::optional<Number> parseNumber(std::string_view text)
     return number;
 }
 
-bool readAt(int file, std::span<char> bytes, std::uint64_t offset)
+Result<std::string, SystemError> readAt(int file, std::uint64_t offset, std::size_t size)
 {
-    while (!bytes.empty()) {
-        const ssize_t count = ::pread(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+    std::string text(size, '\0');
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t count =
+            ::pread(file, &text[done], size - done, static_cast<off_t>(offset + done));
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(count));
-        offset += static_cast<std::uint64_t>(count);
+        if (count < 0) return failure(SystemError::last());
+        if (count == 0) return failure(SystemError{EIO});
+        done += static_cast<std::size_t>(count);
     }
-    return true;
+    return text;
+}
+
+/** Whether it is the name of a file in whatever folder, and leads nowhere else. */
+bool isFileName(const std::string& text)
+{
+    const std::filesystem::path path(text);
+    return canNameFile(path) && !path.empty() && path == path.filename() && path != "." &&
+           path != "..";
 }
 
 } // namespace
@@ -78,7 +88,7 @@ std::optional<JobRecord> decodeRecord(std::string_view text)
     Fields fields = splitLines(text);
     const auto seconds = parseNumber<std::int64_t>(fields["accepted"]);
     const auto length = parseNumber<std::uint64_t>(fields["length"]);
-    if (!seconds || !length || fields["file"].empty()) return std::nullopt;
+    if (!seconds || !length || !isFileName(fields["file"])) return std::nullopt;
     return JobRecord{.ticket = {.jobName = fields["name"],
                                 .accepted = std::chrono::system_clock::time_point(
                                     std::chrono::seconds(*seconds)),
@@ -101,24 +111,26 @@ Result<void, SystemError> appendRecord(int file, const JobRecord& record)
     return {};
 }
 
-std::optional<JobRecord> readAppendedRecord(int file)
+Result<JobRecord, SystemError> readAppendedRecord(int file)
 {
+    const auto none = failure(SystemError{ENODATA});
     struct stat status {};
-    std::array<char, footerSize> footer{};
-    if (::fstat(file, &status) != 0) return std::nullopt;
+    if (::fstat(file, &status) != 0) return failure(SystemError::last());
     const auto fileSize = static_cast<std::uint64_t>(status.st_size);
-    if (fileSize < footerSize || !readAt(file, footer, fileSize - footerSize)) return std::nullopt;
-    std::string_view digits(footer.data(), sizeDigits);
+    if (fileSize < footerSize) return none;
+    const auto footer = readAt(file, fileSize - footerSize, footerSize);
+    if (!footer) return failure(footer.error());
+    std::string_view digits = std::string_view(*footer).substr(0, sizeDigits);
     digits.remove_prefix(std::min(digits.find_first_not_of(' '), digits.size()));
     const auto size = parseNumber<std::size_t>(digits);
     if (!size || *size > std::min<std::uint64_t>(maxRecordSize, fileSize - footerSize) ||
-        std::string_view(footer.data(), footer.size()).substr(sizeDigits + 1) != mark)
-        return std::nullopt;
-    std::string text(*size, '\0');
-    if (!readAt(file, text, fileSize - footerSize - *size)) return std::nullopt;
-    const auto record = decodeRecord(text);
-    if (!record || record->length != fileSize - footerSize - *size) return std::nullopt;
-    return record;
+        std::string_view(*footer).substr(sizeDigits + 1) != mark)
+        return none;
+    const auto text = readAt(file, fileSize - footerSize - *size, *size);
+    if (!text) return failure(text.error());
+    auto record = decodeRecord(*text);
+    if (!record || record->length != fileSize - footerSize - *size) return none;
+    return *std::move(record);
 }
 
 } // namespace korvane

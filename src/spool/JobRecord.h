@@ -30,7 +30,8 @@ std::optional<JobRecord> decodeRecord(std::string_view text);
  *  the disk. */
 Result<void, SystemError> appendRecord(int file, const JobRecord& record);
 
-/** The record behind the document, if there is one and the file is as long as it says. */
-std::optional<JobRecord> readAppendedRecord(int file);
+/** The record behind the document; ENODATA when there is none, or the file is not as long as it
+ *  says. */
+Result<JobRecord, SystemError> readAppendedRecord(int file);
 
 } // namespace korvane

@@ -6,11 +6,13 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <tuple>
 #include <utility>
 
 namespace korvane {
@@ -54,6 +56,7 @@ Result<SaveFolder, SystemError> SaveFolder::open(const std::filesystem::path& pa
 
 Result<void, SystemError> SaveFolder::link(int file, const std::string& name)
 {
+    lockTemporary(file);
     return linkFile(file, folder_.get(), name);
 }
 
@@ -68,6 +71,26 @@ Result<void, SystemError> SaveFolder::copy(const DocumentFile& document, const s
     });
     if (!copied) remove(name);
     return copied;
+}
+
+Result<void, SystemError> SaveFolder::add(const DocumentFile& document, const std::string& name)
+{
+    return link(document.file->get(), name)
+        .or_else(
+            [&](const SystemError&) -> Result<void, SystemError> { return copy(document, name); });
+}
+
+Result<bool, SystemError> SaveFolder::has(const std::string& name) const
+{
+    struct stat status {};
+    if (::fstatat(folder_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return true;
+    if (errno == ENOENT) return false;
+    return failure(SystemError::last());
+}
+
+std::string SaveFolder::firstName(const std::string& fileName) const
+{
+    return numberedName(fileName, 1, maxNameLength(folder_.get()));
 }
 
 Result<FileDescriptor, SystemError> SaveFolder::openFile(const std::string& name) const
@@ -85,7 +108,7 @@ Result<std::string, SystemError> SaveFolder::place(const std::string& temporaryN
         std::string name = numberedName(fileName, attempt, limit);
         const auto placed = renameToNew(folder_.get(), temporaryName, name);
         if (placed) {
-            synchronizeFolder(folder_.get());
+            std::ignore = synchronizeFolder(folder_.get());
             return name;
         }
         if (placed.error().code != EEXIST) return failure(placed.error());

@@ -22,6 +22,12 @@ public:
     /** Puts a copy there, which is synced. */
     Result<void, SystemError> copy(const DocumentFile& document, const std::string& name);
 
+    /** Puts a file there in the first way or, where that is not possible, the second. */
+    Result<void, SystemError> add(const DocumentFile& document, const std::string& name);
+
+    /** Whether something has the name. */
+    Result<bool, SystemError> has(const std::string& name) const;
+
     /** Opens a file of the folder for writing. */
     Result<FileDescriptor, SystemError> openFile(const std::string& name) const;
 
@@ -34,6 +40,9 @@ public:
                                            const std::string& fileName);
 
     void remove(const std::string& name);
+
+    /** The name that `place` tries first. */
+    std::string firstName(const std::string& fileName) const;
 
     int descriptor() const { return folder_.get(); }
     std::filesystem::path pathOf(const std::string& name) const { return path_ / name; }

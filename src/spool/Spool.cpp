@@ -22,7 +22,7 @@ namespace {
 std::uint64_t diskSpace(const std::filesystem::path& folder)
 {
     struct statvfs status {};
-    if (::statvfs(folder.c_str(), &status) != 0) return 0;
+    if (::statvfs(folder.c_str(), &status) != 0) return UINT64_MAX; // writing will say why
     return std::uint64_t{status.f_bavail} * status.f_frsize;
 }
 
@@ -45,7 +45,7 @@ Result<void, SystemError> nameFile(const DocumentFile& document, const JobRecord
     const auto linked =
         appendRecord(file, record).and_then([&] { return folder->link(file, name.filename()); });
     if (linked) return synchronizeFile(file);
-    // One that was unlinked cannot get a name any more.
+    // A worker's file cannot get a name, one that was unlinked not any more.
     if (linked.error().code != ENOENT) return linked;
     const std::string temporary = makeTemporaryName();
     return folder->copy(document, temporary)
@@ -62,12 +62,14 @@ Result<void, SystemError> nameFile(const DocumentFile& document, const JobRecord
         });
 }
 
-std::optional<JobRecord> findRecord(const SpoolFolders& folders, const std::string& id,
-                                    const std::filesystem::path& file)
+/** ENODATA when the job has none. */
+Result<JobRecord, SystemError> findRecord(const SpoolFolders& folders, const std::string& id,
+                                          const std::filesystem::path& file)
 {
-    if (auto record = readRecord(folders.jobRecord(id))) return record;
-    const auto opened = openRegularFile(file);
-    return opened ? readAppendedRecord(opened->get()) : std::nullopt;
+    auto record = readRecord(folders.jobRecord(id));
+    if (record || (record.error().code != ENOENT && record.error().code != ENODATA)) return record;
+    return openRegularFile(file).and_then(
+        [](const FileDescriptor& opened) { return readAppendedRecord(opened.get()); });
 }
 
 } // namespace
@@ -100,8 +102,19 @@ bool Spool::hasRoom(std::uint64_t bytes) const
 
 Result<FileDescriptor, SystemError> Spool::makeFile() const
 {
+    return makeFile(0);
+}
+
+Result<FileDescriptor, SystemError> Spool::makeWorkerFile() const
+{
+    return makeFile(O_EXCL); // It cannot be given a name.
+}
+
+Result<FileDescriptor, SystemError> Spool::makeFile(int flags) const
+{
     if (auto ours = folders_->check(); !ours) return failure(ours.error());
-    FileDescriptor file(::open(folders_->spool().c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666));
+    FileDescriptor file(
+        ::open(folders_->spool().c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC | flags, 0666));
     if (file) return file;
     if (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL)
         return makeUnlinkedFile(folders_->spool());
@@ -116,8 +129,8 @@ Result<std::shared_ptr<SpooledJob>, SystemError> Spool::accept(const JobTicket& 
     const JobRecord record{.ticket = ticket, .length = document.length};
     const auto name = folders_->jobFile(id);
     return nameFile(document, record, name)
+        .and_then([&] { return folders_->synchronizeSpool(); })
         .map([&] {
-            folders_->synchronizeSpool();
             return std::make_shared<SpooledJob>(folders_, id, record, SpooledJob::Spooled{});
         })
         .map_error([&](const SystemError& error) {
@@ -154,7 +167,7 @@ void Spool::recoverSpooled(std::vector<std::shared_ptr<SpooledJob>>& jobs)
                 folders_, id, *std::move(record),
                 isPublishing ? SpooledJob::Place(SpooledJob::Publishing{})
                              : SpooledJob::Place(SpooledJob::Spooled{})));
-        } else { // its client was not answered
+        } else if (record.error().code == ENODATA) { // its client was not answered
             ::unlink(file.c_str());
         }
     }

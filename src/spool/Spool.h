@@ -52,7 +52,7 @@ public:
     Spool& operator=(const Spool&) = delete;
     ~Spool();
 
-    /** Whether this agent has the spool, or why not. */
+    /** Whether this agent has the spool and can write there, or why not. */
     Result<void, SystemError> check() const;
 
     /** While another agent has the spool: its process, if that is known. */
@@ -63,6 +63,10 @@ public:
 
     /** A new file without a name, to be written and read; it is gone when it is closed. */
     Result<FileDescriptor, SystemError> makeFile() const;
+
+    /** The same for a worker to write. A job that is made of it gets a copy: no worker can change
+     *  that, or what the spool writes down of the job behind it. */
+    Result<FileDescriptor, SystemError> makeWorkerFile() const;
 
     /**
      * Takes a document from `makeFile` in: when this returns it is on the disk under a name, with
@@ -88,6 +92,7 @@ public:
     const std::filesystem::path& unsavedFolder() const;
 
 private:
+    Result<FileDescriptor, SystemError> makeFile(int flags) const;
     void recoverSpooled(std::vector<std::shared_ptr<SpooledJob>>& jobs);
 
     const std::shared_ptr<const SpoolFolders> folders_;

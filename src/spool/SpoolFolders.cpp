@@ -10,8 +10,8 @@
 
 #include <cerrno>
 #include <charconv>
-#include <span>
 #include <string_view>
+#include <utility>
 
 namespace korvane {
 
@@ -61,12 +61,13 @@ SpoolFolders::SpoolFolders(const std::filesystem::path& stateFolder)
 Result<void, SystemError> SpoolFolders::check() const
 {
     if (error_) return failure(*error_);
+    if (::access(spool_.c_str(), W_OK | X_OK) != 0) return failure(SystemError::last());
     return {};
 }
 
-void SpoolFolders::synchronizeSpool() const
+Result<void, SystemError> SpoolFolders::synchronizeSpool() const
 {
-    ::fsync(lock_.get());
+    return synchronizeFile(lock_.get());
 }
 
 void SpoolFolders::synchronizeUnsaved() const
@@ -75,18 +76,23 @@ void SpoolFolders::synchronizeUnsaved() const
     if (folder) ::fsync(folder.get());
 }
 
-std::optional<JobRecord> readRecord(const std::filesystem::path& file)
+Result<JobRecord, SystemError> readRecord(const std::filesystem::path& file)
 {
     const auto content = readFile(file, maxRecordSize);
-    if (!content) return std::nullopt;
-    return decodeRecord(content->text());
+    if (!content) return failure(content.error());
+    auto record = decodeRecord(content->text());
+    if (!record) return failure(SystemError{ENODATA});
+    return *std::move(record);
 }
 
 Result<void, SystemError> writeRecord(const std::filesystem::path& file, const JobRecord& record)
 {
-    const std::string text = encodeRecord(record);
-    return writeFileAtomically(
-        file, std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+    return writeFileAtomically(file, Data::copying(encodeRecord(record)).bytes());
+}
+
+Result<void, SystemError> writeNewRecord(const std::filesystem::path& file, const JobRecord& record)
+{
+    return writeNewFileAtomically(file, Data::copying(encodeRecord(record)).bytes());
 }
 
 Result<void, SystemError> truncateToDocument(int file, std::uint64_t length)

@@ -25,7 +25,7 @@ public:
      *  folder. The kernel drops the lock with the process, however that ends. */
     explicit SpoolFolders(const std::filesystem::path& stateFolder);
 
-    /** Whether the spool is ours; EBUSY while another process has it. */
+    /** Whether the spool is ours, and can be written; EBUSY while another process has it. */
     Result<void, SystemError> check() const;
 
     /** While another process has the spool: which one, if it could say so. */
@@ -49,7 +49,7 @@ public:
     }
 
     /** Has the disk take the names of jobs. */
-    void synchronizeSpool() const;
+    Result<void, SystemError> synchronizeSpool() const;
     void synchronizeUnsaved() const;
 
 private:
@@ -60,11 +60,15 @@ private:
     std::optional<pid_t> owner_;
 };
 
-/** A record in a file of its own; nothing when there is none. */
-std::optional<JobRecord> readRecord(const std::filesystem::path& file);
+/** A record in a file of its own; ENOENT when there is no file, ENODATA when it is no record. */
+Result<JobRecord, SystemError> readRecord(const std::filesystem::path& file);
 
-/** Replaces what is there, whole and synced. */
+/** Writes it whole and synced, and replaces what is there. */
 Result<void, SystemError> writeRecord(const std::filesystem::path& file, const JobRecord& record);
+
+/** The same, but EEXIST when something is there. */
+Result<void, SystemError> writeNewRecord(const std::filesystem::path& file,
+                                         const JobRecord& record);
 
 /** Cuts what is behind the document away. */
 Result<void, SystemError> truncateToDocument(int file, std::uint64_t length);

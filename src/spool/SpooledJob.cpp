@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <tuple>
 #include <utility>
 
 namespace korvane {
@@ -38,24 +39,10 @@ Result<DocumentFile, SystemError> SpooledJob::open() const
     });
 }
 
-namespace {
-
-/** Puts a file into the folder: another name of it, or else a copy. */
-Result<void, SystemError> add(SaveFolder& folder, const DocumentFile& document,
-                              const std::string& name)
-{
-    return folder.link(document.file->get(), name)
-        .or_else([&](const SystemError&) -> Result<void, SystemError> {
-            return folder.copy(document, name);
-        });
-}
-
-} // namespace
-
 Result<std::filesystem::path, SystemError> SpooledJob::publish(const DocumentFile& pdf)
 {
     return publishWith([&](SaveFolder& folder, const std::string& name) {
-        return synchronizeFile(pdf.file->get()).and_then([&] { return add(folder, pdf, name); });
+        return synchronizeFile(pdf.file->get()).and_then([&] { return folder.add(pdf, name); });
     });
 }
 
@@ -63,23 +50,37 @@ Result<std::filesystem::path, SystemError> SpooledJob::publishAsReceived()
 {
     return publishWith([&](SaveFolder& folder, const std::string& name) {
         return open().and_then(
-            [&](const DocumentFile& document) { return add(folder, document, name); });
+            [&](const DocumentFile& document) { return folder.add(document, name); });
     });
 }
 
 /**
  * A file gets its temporary name in the folder, then the job is marked, then the file gets its
- * name, then the job goes. Whoever finds the mark after an interruption can tell from whether the
- * file of the temporary name is still there if the job has been saved.
+ * name, then the job goes; each step is on the disk before the next. Whoever finds the mark after
+ * an interruption goes on from there.
  */
 Result<std::filesystem::path, SystemError> SpooledJob::publishWith(const Add& add)
 {
     auto folder = SaveFolder::open(record_.ticket.saveDirectory);
     if (!folder) return failure(folder.error());
-    if (std::holds_alternative<Publishing>(place_)) return finishPublishing(*folder);
     const std::string temporary = temporaryName(id_);
+    if (std::holds_alternative<Publishing>(place_)) {
+        const auto hasFile = folder->has(temporary);
+        if (!hasFile) return failure(hasFile.error());
+        if (*hasFile) return finishPublishing(*folder);
+        const auto isSaved = folder->has(folder->firstName(record_.ticket.fileName));
+        if (!isSaved) return failure(isSaved.error());
+        if (*isSaved) {
+            remove();
+            return folder->pathOf(record_.ticket.fileName);
+        }
+        // Neither name: another's agent took the file for a stray, or this is not the folder that
+        // it was, such as the mount point of a disk that is away.
+        if (auto moved = move(Spooled{}); !moved) return failure(moved.error());
+    }
     folder->remove(temporary); // of an earlier, interrupted attempt
     return add(*folder, temporary)
+        .and_then([&] { return synchronizeFolder(folder->descriptor()); })
         .and_then([&] { return move(Publishing{}); })
         .map_error([&](const SystemError& error) {
             folder->remove(temporary);
@@ -91,15 +92,10 @@ Result<std::filesystem::path, SystemError> SpooledJob::publishWith(const Add& ad
 Result<std::filesystem::path, SystemError> SpooledJob::finishPublishing(SaveFolder& folder)
 {
     const std::string temporary = temporaryName(id_);
-    auto file = folder.openFile(temporary);
-    if (!file && file.error().code == ENOENT) { // it has its name already
-        remove();
-        return folder.pathOf(record_.ticket.fileName);
-    }
-    if (!file) return failure(file.error());
-    const auto placed = cutRecord(file->get()).and_then([&] {
-        return folder.place(temporary, record_.ticket.fileName);
-    });
+    const auto placed =
+        folder.openFile(temporary)
+            .and_then([&](const FileDescriptor& file) { return cutRecord(file.get()); })
+            .and_then([&] { return folder.place(temporary, record_.ticket.fileName); });
     if (!placed) {
         // In this order: a mark without the file would say that the job has been saved.
         if (move(Spooled{})) folder.remove(temporary);
@@ -133,7 +129,7 @@ Result<void, SystemError> SpooledJob::move(Place place)
         std::swap(place_, place);
         return failure(error);
     }
-    folders_->synchronizeSpool();
+    std::ignore = folders_->synchronizeSpool();
     return {};
 }
 
@@ -158,18 +154,33 @@ Result<std::filesystem::path, SystemError> SpooledJob::setAside()
     return path();
 }
 
+namespace {
+
+/** Of one that was set aside, and that the user may have worked on; its record is still behind it
+ *  if an agent was killed meanwhile. */
+Result<std::uint64_t, SystemError> documentLength(const std::filesystem::path& path)
+{
+    return openRegularFile(path).and_then(
+        [](const FileDescriptor& file) -> Result<std::uint64_t, SystemError> {
+            if (const auto record = readAppendedRecord(file.get())) return record->length;
+            struct stat status {};
+            if (::fstat(file.get(), &status) != 0) return failure(SystemError::last());
+            return static_cast<std::uint64_t>(status.st_size);
+        });
+}
+
+} // namespace
+
 Result<void, SystemError> SpooledJob::restore()
 {
     const auto* unsaved = std::get_if<Unsaved>(&place_);
     if (unsaved == nullptr) return {};
-    struct stat status {};
-    if (::stat(path().c_str(), &status) != 0) {
-        const SystemError error = SystemError::last();
-        if (error.code == ENOENT) remove();
-        return failure(error);
+    const auto length = documentLength(path());
+    if (!length) {
+        if (length.error().code == ENOENT) remove();
+        return failure(length.error());
     }
-    // The user may have worked on it.
-    record_.length = static_cast<std::uint64_t>(status.st_size);
+    record_.length = *length;
     const auto unsavedRecord = folders_->unsavedRecord(unsaved->name);
     return writeRecord(folders_->jobRecord(id_), record_)
         .and_then([&] { return move(Spooled{}); })

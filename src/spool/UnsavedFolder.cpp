@@ -9,20 +9,20 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <functional>
 #include <optional>
 #include <string_view>
+#include <tuple>
 
 namespace korvane::unsaved {
 
 namespace {
 
 constexpr std::string_view recordEnding = ".record";
-
-/** Leaves room for what a record's name has more. */
-constexpr std::size_t maxName = 240;
 
 constexpr int maxAttempts = 10000;
 
@@ -32,9 +32,19 @@ Result<void, SystemError> moveTo(const std::filesystem::path& target,
 {
     const FileDescriptor file(::open(jobFile.c_str(), O_RDWR | O_CLOEXEC));
     if (!file) return failure(SystemError::last());
-    if (::renameat2(AT_FDCWD, jobFile.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0)
-        return failure(SystemError::last());
-    return truncateToDocument(file.get(), length);
+    return renameToNew(AT_FDCWD, jobFile, target).map([&] {
+        // Where this fails, the record stays behind the document, and tells how long that is.
+        std::ignore = truncateToDocument(file.get(), length);
+    });
+}
+
+/** What a document's name can have there, so that its record's still fits. */
+Result<std::size_t, SystemError> maxDocumentName(const SpoolFolders& folders)
+{
+    return SaveFolder::open(folders.unsaved()).map([&](const SaveFolder& folder) {
+        return maxNameLength(folder.descriptor()) -
+               folders.unsavedRecord("").filename().native().size();
+    });
 }
 
 struct KeptDocument {
@@ -63,13 +73,24 @@ std::vector<KeptDocument> documents(const SpoolFolders& folders)
     return found;
 }
 
+/** The kernel's own stamps are the same for what is written within milliseconds. */
+void stampNow(int file)
+{
+    std::array<timespec, 2> times{};
+    ::clock_gettime(CLOCK_REALTIME, times.data());
+    times[1] = times[0];
+    ::futimens(file, times.data());
+}
+
 void removeOldest(const SpoolFolders& folders, std::size_t maxDocuments, std::uint64_t maxBytes)
 {
     std::size_t count = 0;
     std::uint64_t bytes = 0;
     for (const KeptDocument& document : documents(folders)) {
         bytes += document.size;
-        if (++count > maxDocuments || bytes > maxBytes) ::unlink(document.path.c_str());
+        const bool isNewest = count++ == 0; // which the user is about to be told of
+        if (!isNewest && (count > maxDocuments || bytes > maxBytes))
+            ::unlink(document.path.c_str());
     }
 }
 
@@ -78,13 +99,16 @@ void removeOldest(const SpoolFolders& folders, std::size_t maxDocuments, std::ui
 Result<std::string, SystemError>
 moveJob(const SpoolFolders& folders, const std::filesystem::path& jobFile, const JobRecord& record)
 {
+    const auto maxName = maxDocumentName(folders);
+    if (!maxName) return failure(maxName.error());
     for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
-        std::string name = numberedName(record.ticket.fileName, attempt, maxName);
+        std::string name = numberedName(record.ticket.fileName, attempt, *maxName);
         const auto recordFile = folders.unsavedRecord(name);
-        if (fileExists(folders.unsaved() / name) || fileExists(recordFile)) continue;
+        if (fileExists(folders.unsaved() / name)) continue;
         // A record without its document means nothing, a document without its record is no job.
-        if (auto written = writeRecord(recordFile, record); !written)
-            return failure(written.error());
+        const auto written = writeNewRecord(recordFile, record);
+        if (!written && written.error().code == EEXIST) continue;
+        if (!written) return failure(written.error());
         const auto moved = moveTo(folders.unsaved() / name, jobFile, record.length);
         if (moved) return name;
         ::unlink(recordFile.c_str());
@@ -100,9 +124,10 @@ std::vector<std::pair<std::string, JobRecord>> jobs(const SpoolFolders& folders)
         if (!name.starts_with('.') || !name.ends_with(recordEnding)) continue;
         std::string document = name.substr(1, name.size() - 1 - recordEnding.size());
         auto record = readRecord(folders.unsaved() / name);
-        if (record && fileExists(folders.unsaved() / document)) {
+        const bool isGone = !fileExists(folders.unsaved() / document);
+        if (record && !isGone) {
             found.emplace_back(std::move(document), *std::move(record));
-        } else {
+        } else if (isGone || record.error().code == ENODATA) {
             ::unlink((folders.unsaved() / name).c_str());
         }
     }
@@ -115,8 +140,12 @@ keepDocument(const SpoolFolders& folders, const std::string& name, const Documen
 {
     auto folder = SaveFolder::open(folders.unsaved());
     if (!folder) return failure(folder.error());
+    stampNow(document.file->get());
     const std::string temporary = makeTemporaryName();
-    if (auto copied = folder->copy(document, temporary); !copied) return failure(copied.error());
+    const auto added = synchronizeFile(document.file->get()).and_then([&] {
+        return folder->add(document, temporary);
+    });
+    if (!added) return failure(added.error());
     const auto placed = folder->place(temporary, name);
     if (!placed) {
         folder->remove(temporary);

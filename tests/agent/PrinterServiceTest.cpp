@@ -202,6 +202,23 @@ TEST_F(PrinterServiceTest, TellsOfDocumentsThatCannotBeReadOnceAMinute)
     EXPECT_EQ(notifications.requests.size(), 2U);
 }
 
+TEST_F(PrinterServiceTest, SaysThatItsSpoolCannotBeUsed)
+{
+    service.reset();
+    std::filesystem::remove_all(spool.state.path() / "spool");
+    desktop.notifications->configure();
+    choose({});
+    service = std::make_shared<PrinterService>(
+        AgentEnvironment{store, hostNames, environment, jobs, desktop});
+    service->start();
+    queues.run();
+    EXPECT_EQ(log.count("PrinterService: can't use the spool: No such file or directory"), 1);
+    ASSERT_EQ(notifications.requests.size(), 1U);
+    EXPECT_EQ(notifications.latest().content.title, "Korvane can't take documents");
+    EXPECT_EQ(ask(network.latest(), printJob("Letter", "%PDF")).code, 0x0500);
+    EXPECT_EQ(log.count("IPPServer: can't take a job: No such file or directory"), 1);
+}
+
 TEST_F(PrinterServiceTest, FinishesWhatAnEarlierAgentLeftBeforeItTakesJobs)
 {
     service.reset();

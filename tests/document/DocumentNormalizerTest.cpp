@@ -74,6 +74,9 @@ TEST_F(DocumentNormalizerTest, HasAWorkerConvertRastersAndTellsARefusalFromAFail
     documents.conversionError =
         DocumentError{.kind = Kind::worker, .failure = {WorkerFailure::Kind::timedOut}};
     EXPECT_EQ(refusalOf(raster), "URF conversion failed: the worker took too long");
+    documents.conversionError.reset();
+    documents.converted = "#!/bin/sh";
+    EXPECT_EQ(refusalOf(raster), "URF conversion failed: its output is not a PDF");
     documents.conversionError = DocumentError{.kind = Kind::cannotWrite, .system = {ENOSPC}};
     EXPECT_EQ(refusalOf(raster), "No space left on device");
     isSpoolBusy = true;

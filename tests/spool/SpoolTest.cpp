@@ -109,6 +109,27 @@ TEST_F(SpoolTest, AcceptsFilesThatCannotBeGivenANameAnyMore)
     EXPECT_EQ(saved.read("a.pdf"), "%PDF");
 }
 
+TEST_F(SpoolTest, CopiesWhatAWorkerWrote)
+{
+    const SharedDescriptor written = share(*spool->makeWorkerFile());
+    ASSERT_EQ(::write(written->get(), "%PDF", 4), 4);
+    const auto job =
+        spool->accept({.saveDirectory = saved.path(), .fileName = "a.pdf"}, {written, 4});
+    ASSERT_TRUE(job);
+    ASSERT_EQ(::pwrite(written->get(), "else", 4, 0), 4);
+    EXPECT_EQ(read(*(*job)->open()), "%PDF");
+}
+
+/** What stands in a record decides where files are written. */
+TEST_F(SpoolTest, LeavesTheSaveFolderForNoName)
+{
+    for (const char* name : {"../a.pdf", "b/a.pdf", "..", "", "a.pdf"}) accept(name);
+    start();
+    const auto jobs = spool->recover();
+    ASSERT_EQ(jobs.size(), 1U);
+    EXPECT_EQ(jobs[0]->ticket().fileName, "a.pdf");
+}
+
 TEST_F(SpoolTest, MovesADocumentThatIsSavedAsItCame)
 {
     const auto job = accept();
@@ -164,7 +185,10 @@ TEST_P(InterruptedPublishing, IsFinishedOnce)
 INSTANTIATE_TEST_SUITE_P(Spool, InterruptedPublishing,
                          ::testing::Values(Interruption{"BeforeTheMark", false, true, false},
                                            Interruption{"BeforeTheName", true, true, false},
-                                           Interruption{"BeforeTheEnd", true, false, true}),
+                                           Interruption{"BeforeTheEnd", true, false, true},
+                                           // Removed as a stray by another's agent, or in a folder
+                                           // that is mounted elsewhere now.
+                                           Interruption{"AndItsFileIsGone", true, false, false}),
                          [](const auto& interruption) {
                              return std::string(interruption.param.name);
                          });
@@ -202,6 +226,32 @@ TEST_F(SpoolTest, SetsJobsAsideWhereTheUserCanOpenThem)
     EXPECT_THAT(names(saved.path()), ElementsAre("Letter 2.pdf", "Letter.pdf"));
     EXPECT_EQ(saved.read("Letter 2.pdf"), content);
     EXPECT_THAT(names(unsaved), IsEmpty());
+}
+
+/** An agent that was killed then has left the record behind the document. */
+TEST_F(SpoolTest, RestoresTheDocumentAloneWhenSettingAsideWasInterrupted)
+{
+    auto job = accept();
+    const auto spooledFile = state.path() / "spool" / spooled().front();
+    std::filesystem::copy_file(spooledFile, state.path() / "interrupted");
+    const auto unsaved = *job->setAside();
+    std::filesystem::rename(state.path() / "interrupted", unsaved);
+    job.reset();
+    start();
+    const auto jobs = spool->recover();
+    ASSERT_EQ(jobs.size(), 1U);
+    EXPECT_TRUE(jobs[0]->restore());
+    EXPECT_TRUE(jobs[0]->publishAsReceived());
+    EXPECT_EQ(saved.read("Letter.pdf"), content);
+}
+
+/** A job that cannot be read now may be read by the next agent. */
+TEST_F(SpoolTest, RemovesNoJobThatCannotBeRead)
+{
+    const auto job = state.path() / "spool" / "a.job";
+    std::filesystem::create_symlink(job, job);
+    EXPECT_THAT(spool->recover(), IsEmpty());
+    EXPECT_THAT(spooled(), ElementsAre("a.job"));
 }
 
 TEST_F(SpoolTest, RemovesWhatBelongsToNothingAndNothingElse)
