@@ -1,5 +1,6 @@
 #include "lib/systemd/SystemSessionBus.h"
 
+#include "base/Files.h"
 #include "event/SocketFileWatch.h"
 #include "lib/systemd/BusAddress.h"
 #include "lib/systemd/BusCoding.h"
@@ -132,7 +133,9 @@ void SystemSessionBus::waitForBus()
     if (!socketWatch_ && !socket.empty()) {
         socketWatch_ = std::make_unique<SocketFileWatch>(socket, queue_, [this] { connect(); });
     }
-    if (triesLeft_ > 0) {
+    // Where there is no socket there is nothing to try: its file is watched for.
+    const bool isWatched = !socket.empty() && !fileExists(socket);
+    if (!isWatched && triesLeft_ > 0) {
         --triesLeft_;
         tryLater();
     }
