@@ -259,7 +259,7 @@ class Agent(Program):
         for process in pathlib.Path("/proc").glob("[0-9]*/stat"):
             try:
                 state, parent = process.read_text().rsplit(")", 1)[1].split()[:2]
-            except OSError:
+            except (OSError, IndexError, ValueError):  # it has just ended
                 continue
             if int(parent) == self.process.pid and state != "Z":
                 found.append(int(process.parent.name))
