@@ -246,8 +246,9 @@ def bench_memory(_, options):
             agent.wait_ready()
             with Peaks(agent) as peaks:
                 print_and_wait(agent, document)
-            beyond = memory_kib(agent.process.pid, "VmHWM") / 1024 - len(document) / (1 << 20)
-        print(f"  {count} pages: agent {beyond:.1f} MiB beyond the document (at most 40), largest of "
+            most = memory_kib(agent.process.pid, "VmHWM") / 1024
+        print(f"  {count} pages, {len(document) / (1 << 20):.0f} MiB: agent {most:.1f} MiB (at most 40), "
+              f"largest of "
               f"{len(peaks.workers)} workers {max(peaks.workers.values()) / 1024:.0f} MiB (at most 300)")
 
 
