@@ -30,7 +30,7 @@ std::shared_ptr<PrintJobs> PrintJobs::make(JobEnvironment environment,
                                            std::shared_ptr<NotificationManager> notifications,
                                            Settings settings)
 {
-    const std::shared_ptr<PrintJobs> jobs(
+    std::shared_ptr<PrintJobs> jobs(
         new PrintJobs(std::move(environment), std::move(notifications), std::move(settings)));
     const auto weak = jobs->weak_from_this();
     jobs->pipeline_ = std::make_shared<JobPipeline>(

@@ -22,7 +22,7 @@ void DesktopOpener::open(const std::filesystem::path& target, const std::string&
     }));
 }
 
-void DesktopOpener::start(ProcessStart program, const OpeningHandler& handler)
+void DesktopOpener::start(const ProcessStart& program, const OpeningHandler& handler)
 {
     const auto place = running_.emplace(running_.end());
     auto opener = ChildProcess::start(program, queue_, [this, place, handler](int status) {

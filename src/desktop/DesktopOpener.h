@@ -27,7 +27,7 @@ public:
               OpeningHandler handler);
 
 private:
-    void start(ProcessStart program, const OpeningHandler& handler);
+    void start(const ProcessStart& program, const OpeningHandler& handler);
 
     SessionEnvironment& environment_;
     SerialQueue& queue_;

@@ -31,7 +31,8 @@ void JobIntake::take(const std::string& jobName, const Result<DocumentFile, Syst
     if (!document) return report(failure(storageError(document.error())), completion);
     DocumentNormalizer::normalize(
         *document, environment_.documents, environment_.spool,
-        [self = shared_from_this(), jobName, document = *document, completion](Normalized pdf) {
+        [self = shared_from_this(), jobName, document = *document,
+         completion](const Normalized& pdf) {
             self->environment_.background.async([self, jobName, document, pdf, completion] {
                 self->report(self->accept(jobName, document, pdf), completion);
             });
