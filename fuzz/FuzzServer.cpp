@@ -221,7 +221,8 @@ void run(std::string_view script, Spool& spool, const std::filesystem::path& sav
             [&](const std::string& name) {
                 return JobTicket{.jobName = name, .saveDirectory = saved, .fileName = "job.pdf"};
             },
-        .jobAccepted = [](const std::shared_ptr<SpooledJob>& job) { publish(*job); },
+        .jobAccepted = [](const std::shared_ptr<SpooledJob>& job,
+                          const std::shared_ptr<PrintJob>&) { publish(*job); },
         .documentRefused = [](const std::filesystem::path&) {}};
     const auto server =
         IPPServer::make(8631, std::move(printer),

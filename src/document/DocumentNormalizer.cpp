@@ -68,8 +68,8 @@ std::string NormalizeError::description() const
     return std::visit(Describe(), value);
 }
 
-void normalize(const DocumentFile& document, DocumentService& documents, const Spool& spool,
-               const Completion& completion)
+void normalize(const DocumentFile& document, const DocumentTraits& /*traits*/,
+               DocumentService& documents, const Spool& spool, const Completion& completion)
 {
     const auto start = firstBytes(document);
     if (!start)

@@ -4,6 +4,7 @@
 #include "base/DocumentFile.h"
 #include "base/Result.h"
 #include "base/SystemError.h"
+#include "document/DocumentTraits.h"
 #include "recognition/DocumentService.h"
 #include "spool/Spool.h"
 
@@ -50,7 +51,7 @@ using Completion = std::function<void(Result<DocumentFile, NormalizeError>)>;
  * converted by a worker into a file of the spool, in time in proportion to the document's pixels.
  * Called where files may be waited for.
  */
-void normalize(const DocumentFile& document, DocumentService& documents, const Spool& spool,
-               const Completion& completion);
+void normalize(const DocumentFile& document, const DocumentTraits& traits,
+               DocumentService& documents, const Spool& spool, const Completion& completion);
 
 } // namespace korvane::DocumentNormalizer

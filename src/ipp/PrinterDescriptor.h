@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ipp/PrinterProfile.h"
+
 #include <string>
 
 namespace korvane {
@@ -17,6 +19,8 @@ struct PrinterDescriptor {
 
     /** Free text; may be empty. */
     std::string location;
+
+    PrinterProfile profile = PrinterProfile::basic;
 
     friend bool operator==(const PrinterDescriptor&, const PrinterDescriptor&) = default;
 };

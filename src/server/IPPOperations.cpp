@@ -72,9 +72,11 @@ void IPPOperations::perform(const IPPRequest& request, std::uint64_t documentByt
 void IPPOperations::printJob(const IPPRequest& request, const ArrivingDocument& document,
                              const Answer& answer)
 {
-    document.content->finish([intake = intake_, name = jobName(request),
-                              taken = whenTaken({.request = request, .id = {}}, answer)](
-                                 const auto& file) { intake->take(name, file, taken); });
+    document.content->finish(
+        [intake = intake_, job = makeJob(request),
+         taken = whenTaken({.request = request, .id = {}}, answer)](const auto& file) {
+            intake->take({.job = job, .traits = {}}, file, taken);
+        });
 }
 
 IPPOutcome IPPOperations::createJob(const IPPRequest& request)
@@ -135,6 +137,8 @@ void IPPOperations::finishJob(const IPPRequest& request, const PendingJob& job,
                               const std::optional<ArrivingDocument>& document, const Answer& answer)
 {
     const auto finish = [intake = intake_, job,
+                         arrived =
+                             std::make_shared<PrintJob>(JobOrigin{.name = job.jobName}, clock_),
                          taken = whenTaken({.request = request, .id = request.jobID}, answer)](
                             const Result<DocumentFile, SystemError>& last) {
         const auto whole = last.and_then([&](const DocumentFile& content) {
@@ -142,7 +146,7 @@ void IPPOperations::finishJob(const IPPRequest& request, const PendingJob& job,
                                    return job.document->append(content);
                                })
                                .map([&](bool) { return job.document->take(); });
-        intake->take(job.jobName, whole, taken);
+        intake->take({.job = arrived, .traits = {}}, whole, taken);
     };
     if (document) {
         document->content->finish(finish);
@@ -185,6 +189,11 @@ std::string IPPOperations::jobName(const IPPRequest& request) const
 {
     if (!request.jobName.empty()) return request.jobName;
     return "Print Job " + utcTimestamp(clock_.now());
+}
+
+std::shared_ptr<PrintJob> IPPOperations::makeJob(const IPPRequest& request) const
+{
+    return std::make_shared<PrintJob>(JobOrigin{.name = jobName(request)}, clock_);
 }
 
 std::int32_t IPPOperations::takeJobID()

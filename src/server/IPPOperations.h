@@ -75,6 +75,7 @@ private:
 
     JobIntake::Completion whenTaken(SubmittedJob job, Answer answer);
     HTTPResponse report(const SubmittedJob& job, const JobIntake::Taken& taken);
+    std::shared_ptr<PrintJob> makeJob(const IPPRequest& request) const;
     std::string jobName(const IPPRequest& request) const;
     std::int32_t takeJobID();
     IPPOutcome completedJob(std::int32_t id) const;

@@ -19,34 +19,34 @@ JobIntake::JobIntake(IntakeEnvironment environment, PrinterCallbacks printer)
 {
 }
 
-void JobIntake::take(const std::string& jobName, const Result<DocumentFile, SystemError>& document,
+void JobIntake::take(const ArrivedJob& arrived, const Result<DocumentFile, SystemError>& document,
                      const Completion& completion) const
 {
     if (document && !document->file) {
-        return take(jobName, environment_.spool.makeFile().map([](FileDescriptor&& empty) {
+        return take(arrived, environment_.spool.makeFile().map([](FileDescriptor&& empty) {
             return DocumentFile{share(std::move(empty)), 0};
         }),
                     completion);
     }
-    if (!document) return report(failure(storageError(document.error())), completion);
+    if (!document) return report(arrived, failure(storageError(document.error())), completion);
     DocumentNormalizer::normalize(
-        *document, environment_.documents, environment_.spool,
-        [self = shared_from_this(), jobName, document = *document,
+        *document, arrived.traits, environment_.documents, environment_.spool,
+        [self = shared_from_this(), arrived, document = *document,
          completion](const Normalized& pdf) {
-            self->environment_.background.async([self, jobName, document, pdf, completion] {
-                self->report(self->accept(jobName, document, pdf), completion);
+            self->environment_.background.async([self, arrived, document, pdf, completion] {
+                self->report(arrived, self->accept(arrived, document, pdf), completion);
             });
         });
 }
 
-JobIntake::Taken JobIntake::accept(const std::string& jobName, const DocumentFile& document,
+JobIntake::Taken JobIntake::accept(const ArrivedJob& arrived, const DocumentFile& document,
                                    const Normalized& pdf) const
 {
-    if (!pdf) return failure(refuse(jobName, document, pdf.error()));
-    return environment_.spool.accept(printer_.ticket(jobName), *pdf).map_error(storageError);
+    if (!pdf) return failure(refuse(arrived, document, pdf.error()));
+    return environment_.spool.accept(printer_.ticket(arrived.name()), *pdf).map_error(storageError);
 }
 
-IntakeError JobIntake::refuse(const std::string& jobName, const DocumentFile& document,
+IntakeError JobIntake::refuse(const ArrivedJob& arrived, const DocumentFile& document,
                               const DocumentNormalizer::NormalizeError& error) const
 {
     IntakeError refusal{.description = error.description(), .isRefusal = error.isRefusal()};
@@ -54,7 +54,7 @@ IntakeError JobIntake::refuse(const std::string& jobName, const DocumentFile& do
     if (const auto* storage = std::get_if<StorageFailed>(&error.value))
         refusal.storage = storage->error;
     if (!refusal.isRefusal || document.length == 0) return refusal;
-    const std::filesystem::path savedName = printer_.ticket(jobName).fileName;
+    const std::filesystem::path savedName = printer_.ticket(arrived.name()).fileName;
     const auto kept = environment_.spool.keepRefused(savedName.stem(), document);
     if (kept) {
         refusal.keptAt = *kept;
@@ -66,11 +66,12 @@ IntakeError JobIntake::refuse(const std::string& jobName, const DocumentFile& do
 }
 
 /** Whatever has become of the client, the printer is told: the job is in the spool. */
-void JobIntake::report(const Taken& taken, const Completion& completion) const
+void JobIntake::report(const ArrivedJob& arrived, const Taken& taken,
+                       const Completion& completion) const
 {
-    environment_.queue->async([self = shared_from_this(), taken, completion] {
+    environment_.queue->async([self = shared_from_this(), arrived, taken, completion] {
         if (taken) {
-            self->printer_.jobAccepted(*taken);
+            self->printer_.jobAccepted(*taken, arrived.job);
         } else if (taken.error().keptAt) {
             self->printer_.documentRefused(*taken.error().keptAt);
         }

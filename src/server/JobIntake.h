@@ -5,7 +5,9 @@
 #include "base/Result.h"
 #include "base/SystemError.h"
 #include "document/DocumentNormalizer.h"
+#include "document/DocumentTraits.h"
 #include "event/Queue.h"
+#include "job/PrintJob.h"
 #include "recognition/DocumentService.h"
 #include "server/PrinterCallbacks.h"
 #include "spool/Spool.h"
@@ -26,6 +28,14 @@ struct IntakeEnvironment {
     Spool& spool;
     DocumentService& documents;
     Log& log;
+};
+
+/** A job whose document has arrived. */
+struct ArrivedJob {
+    std::shared_ptr<PrintJob> job;
+    DocumentTraits traits;
+
+    const std::string& name() const { return job->origin().name; }
 };
 
 /** Why a job was not taken. */
@@ -55,17 +65,17 @@ public:
     const PrinterCallbacks& printer() const { return printer_; }
 
     /** Takes a document of the spool in, or the lack of one; called in the background. */
-    void take(const std::string& jobName, const Result<DocumentFile, SystemError>& document,
+    void take(const ArrivedJob& arrived, const Result<DocumentFile, SystemError>& document,
               const Completion& completion) const;
 
 private:
     using Normalized = Result<DocumentFile, DocumentNormalizer::NormalizeError>;
 
-    Taken accept(const std::string& jobName, const DocumentFile& document,
+    Taken accept(const ArrivedJob& arrived, const DocumentFile& document,
                  const Normalized& pdf) const;
-    IntakeError refuse(const std::string& jobName, const DocumentFile& document,
+    IntakeError refuse(const ArrivedJob& arrived, const DocumentFile& document,
                        const DocumentNormalizer::NormalizeError& error) const;
-    void report(const Taken& taken, const Completion& completion) const;
+    void report(const ArrivedJob& arrived, const Taken& taken, const Completion& completion) const;
 
     const IntakeEnvironment environment_;
     const PrinterCallbacks printer_;

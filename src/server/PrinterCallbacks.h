@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ipp/PrinterDescriptor.h"
+#include "job/PrintJob.h"
 #include "spool/JobTicket.h"
 #include "spool/SpooledJob.h"
 
@@ -18,11 +19,15 @@ struct PrinterCallbacks {
     /** What it takes to finish a job of that name, which is about to be accepted. Called in the
      *  background, several at a time. */
     std::function<JobTicket(const std::string& jobName)> ticket;
-    /** Takes a job that is in the spool. Called on the server's queue, once a job. */
-    std::function<void(std::shared_ptr<SpooledJob>)> jobAccepted;
+    /** Takes a job that is in the spool, and tells in the `PrintJob` how it gets on. Called on the
+     *  server's queue, once a job. */
+    std::function<void(std::shared_ptr<SpooledJob>, std::shared_ptr<PrintJob>)> jobAccepted;
     /** Told where the bytes of a document are that could not be read as one. Called on the server's
      *  queue. */
     std::function<void(const std::filesystem::path&)> documentRefused;
+    /** Shows the user which printer this is, with what a client wants to say of it; may be empty.
+     *  Called on the server's queue. */
+    std::function<void(const std::string& message)> identify;
 };
 
 } // namespace korvane

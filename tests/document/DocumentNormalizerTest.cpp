@@ -17,7 +17,7 @@ protected:
     Result<DocumentFile, DocumentNormalizer::NormalizeError> normalize(const DocumentFile& document)
     {
         std::optional<Result<DocumentFile, DocumentNormalizer::NormalizeError>> normalized;
-        DocumentNormalizer::normalize(document, documents, isSpoolBusy ? otherSpool : spool,
+        DocumentNormalizer::normalize(document, {}, documents, isSpoolBusy ? otherSpool : spool,
                                       [&](auto result) { normalized = std::move(result); });
         return *std::move(normalized);
     }

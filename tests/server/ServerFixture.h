@@ -55,7 +55,12 @@ protected:
                 [](const std::string& name) {
                     return JobTicket{.jobName = name, .fileName = sanitizedJobName(name) + ".pdf"};
                 },
-            .jobAccepted = [this](const std::shared_ptr<SpooledJob>& job) { keep(*job); },
+            .jobAccepted =
+                [this](const std::shared_ptr<SpooledJob>& job,
+                       const std::shared_ptr<PrintJob>& printJob) {
+                    keep(*job);
+                    printJobs.push_back(printJob);
+                },
             .documentRefused =
                 [this](const std::filesystem::path& path) { refused.push_back(path); }};
         auto made = IPPServer::make(port, std::move(printer),
@@ -199,6 +204,7 @@ protected:
     std::vector<std::uint16_t> readyPorts;
     std::vector<int> unavailable;
     std::vector<TakenJob> jobs;
+    std::vector<std::shared_ptr<PrintJob>> printJobs;
     std::vector<std::filesystem::path> refused;
     int timesFinished = 0;
     std::shared_ptr<IPPServer> server;

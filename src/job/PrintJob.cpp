@@ -1,0 +1,129 @@
+#include "job/PrintJob.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace korvane {
+
+PrintJob::PrintJob(JobOrigin origin, const Clock& clock) : origin_(std::move(origin)), clock_(clock)
+{
+    status_ = {.state = JobState::pendingHeld, .reason = "job-incoming", .created = clock.now()};
+}
+
+JobStatus PrintJob::status() const
+{
+    const std::scoped_lock lock(mutex_);
+    JobStatus status = status_;
+    if (phase_ == Phase::processing && status.pages && status.pagesCompleted < *status.pages) {
+        status.message =
+            fmt::format("Recognizing page {} of {}", status.pagesCompleted + 1, *status.pages);
+    }
+    return status;
+}
+
+void PrintJob::receive()
+{
+    const std::scoped_lock lock(mutex_);
+    if (phase_ != Phase::waiting) return;
+    phase_ = Phase::receiving;
+    status_.state = JobState::pending;
+}
+
+void PrintJob::enqueue()
+{
+    const std::scoped_lock lock(mutex_);
+    if (phase_ >= Phase::queued) return;
+    phase_ = Phase::queued;
+    status_.state = JobState::pending;
+    status_.reason = "none";
+}
+
+void PrintJob::process(std::size_t pageCount)
+{
+    const std::scoped_lock lock(mutex_);
+    if (phase_ >= Phase::publishing) return;
+    if (phase_ != Phase::processing) status_.processing = clock_.now();
+    phase_ = Phase::processing;
+    status_.state = JobState::processing;
+    status_.reason = "job-printing";
+    status_.pages = pageCount;
+    status_.pagesCompleted = 0;
+}
+
+void PrintJob::completePage()
+{
+    const std::scoped_lock lock(mutex_);
+    if (phase_ == Phase::processing && status_.pagesCompleted < status_.pages)
+        ++status_.pagesCompleted;
+}
+
+bool PrintJob::publish()
+{
+    const std::scoped_lock lock(mutex_);
+    if (status_.state == JobState::canceled) return false;
+    if (phase_ == Phase::ended) return true;
+    phase_ = Phase::publishing;
+    status_.state = JobState::processing;
+    status_.reason = "job-printing";
+    status_.message = "Saving";
+    if (!status_.processing) status_.processing = clock_.now();
+    cancelTask_ = nullptr;
+    return true;
+}
+
+void PrintJob::complete(std::string message)
+{
+    const std::string_view reason =
+        message.empty() ? "job-completed-successfully" : "job-completed-with-errors";
+    end(JobState::completed, reason, std::move(message));
+}
+
+void PrintJob::abort(std::string_view reason, std::string message)
+{
+    end(JobState::aborted, reason, std::move(message));
+}
+
+void PrintJob::end(JobState state, std::string_view reason, std::string message)
+{
+    const std::scoped_lock lock(mutex_);
+    if (phase_ == Phase::ended) return;
+    phase_ = Phase::ended;
+    status_.state = state;
+    status_.reason = reason;
+    status_.message = std::move(message);
+    if (state == JobState::completed && status_.pages) status_.pagesCompleted = *status_.pages;
+    status_.ended = clock_.now();
+    cancelTask_ = nullptr;
+}
+
+bool PrintJob::cancel()
+{
+    CancelTask task;
+    {
+        const std::scoped_lock lock(mutex_);
+        if (phase_ >= Phase::publishing) return false;
+        phase_ = Phase::ended;
+        status_.state = JobState::canceled;
+        status_.reason = "job-canceled-by-user";
+        status_.message = {};
+        status_.ended = clock_.now();
+        task = std::exchange(cancelTask_, nullptr);
+    }
+    if (task) task();
+    return true;
+}
+
+void PrintJob::onCancel(CancelTask task)
+{
+    {
+        const std::scoped_lock lock(mutex_);
+        if (status_.state != JobState::canceled) {
+            if (phase_ < Phase::publishing) cancelTask_ = std::move(task);
+            return;
+        }
+    }
+    if (task) task();
+}
+
+} // namespace korvane
