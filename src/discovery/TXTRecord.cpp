@@ -20,7 +20,7 @@ std::map<std::string, std::string> makeTXTRecord(const PrinterDescriptor& descri
         {"priority", "0"},
         {"usb_MFG", "Korvane"},
         {"usb_MDL", "Virtual Printer"},
-        {"pdl", fmt::format("{}", fmt::join(supportedMediaTypes(), ","))},
+        {"pdl", fmt::format("{}", fmt::join(supportedMediaTypes(PrinterProfile::basic), ","))},
         {"URF", fmt::format("{}", fmt::join(urfCapabilities, ","))},
         {"UUID", descriptor.uuid},
         {"Color", "T"},

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ipp/PrinterProfile.h"
+
 #include <algorithm>
 #include <array>
 #include <string>
@@ -8,10 +10,10 @@
 
 namespace korvane {
 
-/** A document format that the printer takes. */
+/** A document format that the printer takes, whatever its profile. */
 struct DocumentFormat {
     /** How a document of the format becomes PDF. */
-    enum class Conversion { none, urf };
+    enum class Conversion { none, raster };
 
     /** As "document-format" and the "pdl" key of the TXT record name it (RFC 8011, section 5.1.10).
      */
@@ -19,19 +21,25 @@ struct DocumentFormat {
     /** What every document of the format begins with. */
     std::string_view magic;
     Conversion conversion = Conversion::none;
+    /** Whether the basic profile names it to clients; IPP Everywhere names all of them. */
+    bool isBasic = false;
 };
 
 /** All of them, the default one first. What clients are told and what is taken comes from here. */
 inline constexpr std::array documentFormats = {
-    DocumentFormat{"application/pdf", "%PDF", DocumentFormat::Conversion::none},
-    DocumentFormat{"image/urf", {"UNIRAST\0", 8}, DocumentFormat::Conversion::urf},
+    DocumentFormat{"application/pdf", "%PDF", DocumentFormat::Conversion::none, true},
+    DocumentFormat{"image/urf", {"UNIRAST\0", 8}, DocumentFormat::Conversion::raster, true},
 };
 
-inline std::vector<std::string> supportedMediaTypes()
+/** The formats that a printer of the profile names to clients. */
+inline std::vector<std::string> supportedMediaTypes(PrinterProfile profile)
 {
     std::vector<std::string> types;
     types.reserve(documentFormats.size());
-    for (const DocumentFormat& format : documentFormats) types.emplace_back(format.mediaType);
+    for (const DocumentFormat& format : documentFormats) {
+        if (format.isBasic || profile != PrinterProfile::basic)
+            types.emplace_back(format.mediaType);
+    }
     return types;
 }
 

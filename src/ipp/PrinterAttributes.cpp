@@ -143,7 +143,7 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
 
         // Which documents it takes.
         mimeMediaType("document-format-default", {std::string(documentFormats[0].mediaType)}),
-        mimeMediaType("document-format-supported", supportedMediaTypes()),
+        mimeMediaType("document-format-supported", supportedMediaTypes(PrinterProfile::basic)),
         keyword("urf-supported", {urfCapabilities.begin(), urfCapabilities.end()}),
         keyword("pdl-override-supported", {"attempted"}),
         keyword("compression-supported", {"none"}),
