@@ -105,6 +105,13 @@ void PrinterService::reload()
     startServer();
 }
 
+bool PrinterService::isOutdated() const
+{
+    AppSettings settings = environment_.store.loadSettings();
+    settings.saveDirectoryPath = absoluteSaveDirectory(settings);
+    return settings != shared().settings;
+}
+
 void PrinterService::startServer()
 {
     if (!isRecovered_) return;
