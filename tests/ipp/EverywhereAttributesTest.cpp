@@ -17,14 +17,22 @@ using namespace std::chrono_literals;
 
 const PrinterStatus::Time started = std::chrono::sys_days(std::chrono::March / 1 / 2025);
 
-IPPAttributeGroup everything(const PrinterStatus& status = {})
+IPPAttributeGroup requested(const std::vector<std::string>& names, const PrinterStatus& status = {})
 {
+    const IPPMessage request{
+        .groups = {{IPPTag::operationAttributes,
+                    {ipp::makeTextAttribute("requested-attributes", names, IPPTag::keyword)}}}};
     return ipp::makeEverywhereAttributes({.name = "Desk",
                                           .uri = "ipp://desk:8631/ipp/print",
                                           .uuid = "1b4e28ba",
                                           .location = "Hall",
                                           .profile = PrinterProfile::ippEverywhere},
-                                         status, {});
+                                         status, RequestedAttributes(request));
+}
+
+IPPAttributeGroup everything(const PrinterStatus& status = {})
+{
+    return requested({"all", "media-col-database"}, status);
 }
 
 const IPPAttribute* find(const IPPAttributeGroup& group, std::string_view name)
@@ -149,6 +157,20 @@ TEST(MediaSizes, AreWhatTheirNamesSay)
         const double scale = unit == "in" ? 2540 : 100;
         EXPECT_EQ(media.size.width, std::lround(width * scale)) << name;
         EXPECT_EQ(media.size.height, std::lround(height * scale)) << name;
+    }
+}
+
+TEST(EverywhereAttributes, AreThoseThatAreAskedForByTheirNameOrGroup)
+{
+    const std::tuple<const char*, std::set<std::string>, std::set<std::string>> cases[] = {
+        {"printer-description", {"printer-name", "urf-supported"}, {"sides-supported"}},
+        {"job-template", {"sides-supported", "media-ready"}, {"printer-name"}},
+        {"all", {"sides-supported", "printer-name"}, {"media-col-database"}},
+        {"media-col-database", {"media-col-database"}, {"media-col-ready", "printer-name"}}};
+    for (const auto& [asked, given, withheld] : cases) {
+        const auto group = requested({asked});
+        for (const auto& name : given) EXPECT_TRUE(find(group, name)) << asked << " " << name;
+        for (const auto& name : withheld) EXPECT_FALSE(find(group, name)) << asked << " " << name;
     }
 }
 
