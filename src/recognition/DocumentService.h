@@ -55,6 +55,10 @@ public:
     virtual void write(std::vector<PageTextLayer> layers, DocumentInformation information,
                        SharedDescriptor output,
                        std::function<void(Result<void, PDFWriteError>)> completion) = 0;
+
+    /** The document is no longer wanted: requests that are pending, and any made later, fail as
+     *  cancelled, also those that a worker is carrying out. */
+    virtual void cancel() = 0;
 };
 
 /** Opens documents. */

@@ -71,7 +71,8 @@ protected:
             JobHandlers{[this](const CompletedJob& job) { completed.push_back(job.jobName); },
                         [](const UnsavedJob& /*job*/) { FAIL(); }});
         for (int job = 0; job < jobCount; ++job)
-            pipeline->process(spool.accept(std::to_string(job), folder.path()));
+            pipeline->process(spool.accept(std::to_string(job), folder.path()),
+                              std::make_shared<PrintJob>(JobOrigin(), clock));
     }
 
     void expectAllSavedAsReceived() const

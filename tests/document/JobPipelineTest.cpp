@@ -63,9 +63,19 @@ class JobPipelineTest : public testing::Test {
 protected:
     JobPipelineTest() { ::setenv("TZ", "UTC", 1); }
 
-    void process(const std::string& name, const std::string& document = "%PDF received")
+    /** What becomes of the job is told there. */
+    std::shared_ptr<PrintJob> process(std::shared_ptr<SpooledJob> job)
     {
-        pipeline->process(spool.accept(name, folder.path(), document));
+        const auto printJob =
+            std::make_shared<PrintJob>(JobOrigin{.name = job->ticket().jobName}, clock);
+        pipeline->process(std::move(job), printJob);
+        return printJob;
+    }
+
+    std::shared_ptr<PrintJob> process(const std::string& name,
+                                      const std::string& document = "%PDF received")
+    {
+        return process(spool.accept(name, folder.path(), document));
     }
 
     /** Keeps the workers' answers back from now on. */
@@ -194,12 +204,12 @@ TEST_F(JobPipelineTest, SetsAJobAsideWithoutRecognitionWhileThereIsNoFolder)
     EXPECT_FALSE(unsaved[0].wasSetAside);
     EXPECT_EQ(spool.state.read("unsaved/Letter.pdf"), "%PDF received");
     const std::shared_ptr<SpooledJob> job = unsaved[0].job;
-    pipeline->process(job);
+    process(job);
     queues.run();
     EXPECT_TRUE(unsaved.at(1).wasSetAside);
     EXPECT_TRUE(documents.reads.empty());
     std::filesystem::create_directory(folder.path());
-    pipeline->process(job);
+    process(job);
     queues.run();
     EXPECT_EQ(folder.read("Letter.pdf"), "%PDF received");
     EXPECT_TRUE(std::filesystem::is_empty(spool->unsavedFolder()));
@@ -210,7 +220,7 @@ TEST_F(JobPipelineTest, ForgetsAJobWhoseDocumentTheUserHasTaken)
 {
     auto job = spool.accept("Letter", folder.path());
     std::filesystem::remove(*job->setAside());
-    pipeline->process(std::move(job));
+    process(std::move(job));
     queues.run();
     EXPECT_EQ(folder.entryCount(), 0);
     EXPECT_TRUE(completed.empty());
@@ -259,7 +269,7 @@ TEST_F(JobPipelineTest, WorksOnABoundedNumberOfAFoldersJobsAndOnTheOthersInTheir
     queues.run();
     EXPECT_EQ(held.size(), 64U);
     const TemporaryFolder other;
-    pipeline->process(spool.accept("Letter", other.path()));
+    process(spool.accept("Letter", other.path()));
     queues.run();
     ASSERT_EQ(held.size(), 65U);
     std::swap(held.front(), held.back());

@@ -27,8 +27,10 @@ protected:
     void begin(double dpi = 200)
     {
         results.reset();
-        ocr().recognizePages(std::make_shared<FakeDocument>(documents), dpi,
-                             [this](Results found) { results = std::move(found); });
+        pagesDone = 0;
+        ocr().recognizePages(
+            std::make_shared<FakeDocument>(documents), dpi, [this] { ++pagesDone; },
+            [this](Results found) { results = std::move(found); });
         queues.run();
     }
 
@@ -72,6 +74,7 @@ protected:
     RecordingLog log;
     std::vector<Task> held;
     std::optional<Results> results;
+    std::size_t pagesDone = 0;
 
 private:
     std::unique_ptr<OCR> ocr_;
