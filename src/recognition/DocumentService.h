@@ -22,8 +22,8 @@ namespace korvane {
 template <typename T>
 using DocumentAnswer = Result<T, DocumentError>;
 
-/** Called once, on a queue of the service's own or, when it has ended, on the calling thread; must
- *  not block. */
+/** Called once, on a queue of the service's own or, when it has ended or the document is cancelled,
+ *  on the calling thread; must not block. */
 template <typename T>
 using DocumentCompletion = std::function<void(DocumentAnswer<T>)>;
 

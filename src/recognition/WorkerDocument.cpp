@@ -71,12 +71,13 @@ void WorkerDocument::endRequests()
     workers_.end(job_, requests::codeOf<requests::ReleaseDocument>());
 }
 
-/** A request that another thread's `cancel` has just missed is ended by this one. */
 template <typename Request>
 void WorkerDocument::ask(const Request& request, WorkerRequest terms,
                          DocumentCompletion<typename Request::Answer> completion)
 {
+    if (isCancelled_) return completion(failure(workerError({WorkerFailure::Kind::cancelled})));
     call(workers_, job_, request, std::move(terms), std::move(completion));
+    // Another thread's `cancel` may have come too early for this one.
     if (isCancelled_) endRequests();
 }
 

@@ -87,7 +87,7 @@ public:
     void recognizePage(std::size_t page, double resolution, std::string language,
                        DocumentCompletion<PageReading> completion) override
     {
-        content_.trials[page].push_back(language);
+        if (!*isCancelled_) content_.trials[page].push_back(language);
         content_.resolution = resolution;
         std::optional<DocumentError> error = content_.pages[page].recognitionError;
         if (content_.damaged.contains(language))
