@@ -37,11 +37,31 @@ double pointSize(std::size_t pixels, std::size_t resolution)
  * counts the device pixel behind an edge that lies on a pixel boundary as part of the image; it
  * would stretch, and so blur, a page that is rendered at its own resolution.
  */
-std::string pageContent(double width, double height, double pixel)
+std::string pageContent(const RasterPage& page, double width, double height)
 {
-    const double inset = pixel / 10000;
-    return fmt::format("q {0} 0 0 {1} {2} {2} cm /Im0 Do Q", number(width - 2 * inset),
-                       number(height - 2 * inset), number(inset));
+    const auto inset = [](std::size_t resolution) {
+        return pointsPerInch / static_cast<double>(resolution) / 10000;
+    };
+    const double left = inset(page.horizontalResolution);
+    const double bottom = inset(page.verticalResolution);
+    return fmt::format("q {} 0 0 {} {} {} cm /Im0 Do Q", number(width - 2 * left),
+                       number(height - 2 * bottom), number(left), number(bottom));
+}
+
+/** What the values of a color mean, as entries of the profile's stream and the profile. */
+struct ColorProfile {
+    std::string_view entries;
+    Data (*make)() = nullptr;
+};
+
+ColorProfile colorProfile(RasterPage::Color color)
+{
+    constexpr std::string_view gray = "/N 1 /Alternate /DeviceGray";
+    switch (color) {
+    case RasterPage::Color::linearGray: return {gray, icc::linearGrayProfile};
+    case RasterPage::Color::gamma22Gray: return {gray, icc::gamma22GrayProfile};
+    default: return {"/N 3 /Alternate /DeviceRGB", icc::sRGBProfile};
+    }
 }
 
 } // namespace
@@ -57,7 +77,7 @@ RasterPDFWriter::RasterPDFWriter(BufferedOutput::Sink output)
 void RasterPDFWriter::beginPage(const RasterPage& page)
 {
     page_ = page;
-    pixels_.begin(page.width * page.bytesPerPixel() * page.height);
+    pixels_.begin(page.rowSize() * page.height);
 }
 
 void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t count)
@@ -67,10 +87,9 @@ void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t cou
 
 Result<void, SystemError> RasterPDFWriter::endPage()
 {
-    const double width = pointSize(page_.width, page_.resolution);
-    const double height = pointSize(page_.height, page_.resolution);
-    const std::string content =
-        pageContent(width, height, pointsPerInch / static_cast<double>(page_.resolution));
+    const double width = pointSize(page_.width, page_.horizontalResolution);
+    const double height = pointSize(page_.height, page_.verticalResolution);
+    const std::string content = pageContent(page_, width, height);
 
     const ObjectNumber image = addImage();
     const ObjectNumber contentStream =
@@ -142,30 +161,35 @@ RasterPDFWriter::ObjectNumber RasterPDFWriter::addStream(std::string_view entrie
     return number;
 }
 
+std::string RasterPDFWriter::colorEntries(RasterPage::Color color)
+{
+    if (color == RasterPage::Color::black)
+        return "/ColorSpace /DeviceGray /BitsPerComponent 1 /Decode [1 0]";
+    return fmt::format("/ColorSpace {} 0 R /BitsPerComponent 8", colorSpace(color));
+}
+
 RasterPDFWriter::ObjectNumber RasterPDFWriter::colorSpace(RasterPage::Color color)
 {
-    std::optional<ObjectNumber>& known = colorSpaces_[static_cast<std::size_t>(color)];
-    if (!known) {
-        const bool gray = color == RasterPage::Color::linearGray;
-        const Data profile = gray ? icc::linearGrayProfile() : icc::sRGBProfile();
-        const ObjectNumber stream = addStream(
-            gray ? "/N 1 /Alternate /DeviceGray" : "/N 3 /Alternate /DeviceRGB", profile.bytes());
-        known = addObject(fmt::format("[/ICCBased {} 0 R]", stream));
+    const auto [place, isNew] = colorSpaces_.try_emplace(color);
+    if (isNew) {
+        const ColorProfile profile = colorProfile(color);
+        const ObjectNumber stream = addStream(profile.entries, profile.make().bytes());
+        place->second = addObject(fmt::format("[/ICCBased {} 0 R]", stream));
     }
-    return *known;
+    return place->second;
 }
 
 RasterPDFWriter::ObjectNumber RasterPDFWriter::addImage()
 {
     pixels_.end();
     compressor_.compress(pixels_.bytes(), compressed_);
-    const ObjectNumber image = addStream(
-        fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} /ColorSpace {} 0 R"
-                    " /BitsPerComponent 8 /Interpolate true /Filter {}",
-                    page_.width, page_.height, colorSpace(page_.color),
-                    pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
-                                               : "/FlateDecode"),
-        compressed_.bytes());
+    const ObjectNumber image =
+        addStream(fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} {}"
+                              " /Interpolate true /Filter {}",
+                              page_.width, page_.height, colorEntries(page_.color),
+                              pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
+                                                         : "/FlateDecode"),
+                  compressed_.bytes());
     compressed_.consume(compressed_.size());
     return image;
 }

@@ -6,33 +6,17 @@
 #include "lib/deflate/ZlibCompressor.h"
 #include "raster/BufferedOutput.h"
 #include "raster/PixelStream.h"
+#include "raster/RasterPage.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <map>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace korvane {
-
-/** A page that consists of one raster image. */
-struct RasterPage {
-    enum class Color {
-        sRGB,       ///< three bytes a pixel: red, green, blue
-        linearGray, ///< one byte a pixel, proportional to luminance
-    };
-
-    Color color = Color::sRGB;
-    /** In pixels, both at least 1. */
-    std::size_t width = 0;
-    std::size_t height = 0;
-    /** Pixels per inch, at least 1. */
-    std::size_t resolution = 0;
-
-    std::size_t bytesPerPixel() const { return color == Color::sRGB ? 3 : 1; }
-};
 
 /**
  * Writes a PDF document (ISO 32000-1) of raster pages, keeping no more than one page in memory.
@@ -45,8 +29,8 @@ public:
 
     void beginPage(const RasterPage& page);
 
-    /** The next `count` rows of the page from the top, all alike and each exactly as long as the
-     * page is wide. */
+    /** The next `count` rows of the page from the top, all alike and each of the page's row size.
+     */
     void addRows(std::span<const std::uint8_t> row, std::size_t count);
 
     /** Ends the page, all of whose rows have been added. Fails once the output has failed. */
@@ -67,13 +51,15 @@ private:
     void endObject();
     ObjectNumber addObject(std::string_view content);
     ObjectNumber addStream(std::string_view entries, std::span<const std::uint8_t> content);
+    /** The entries of an image that say what its values mean. */
+    std::string colorEntries(RasterPage::Color color);
     ObjectNumber colorSpace(RasterPage::Color color);
     ObjectNumber addImage();
 
     BufferedOutput pdf_;
     std::vector<std::uint64_t> objectOffsets_;
     std::vector<ObjectNumber> pages_;
-    std::array<std::optional<ObjectNumber>, 2> colorSpaces_;
+    std::map<RasterPage::Color, ObjectNumber> colorSpaces_;
     RasterPage page_;
     PixelStream pixels_;
     ByteBuffer compressed_;
