@@ -2,7 +2,7 @@
 
 #include "base/Data.h"
 #include "base/Result.h"
-#include "raster/BufferedOutput.h"
+#include "pdf/BufferedOutput.h"
 #include "raster/RasterError.h"
 #include "raster/RasterLayout.h"
 

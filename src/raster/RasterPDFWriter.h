@@ -4,7 +4,7 @@
 #include "base/Result.h"
 #include "base/SystemError.h"
 #include "lib/deflate/ZlibCompressor.h"
-#include "raster/BufferedOutput.h"
+#include "pdf/PDFObjectWriter.h"
 #include "raster/PixelStream.h"
 #include "raster/RasterPage.h"
 
@@ -13,8 +13,6 @@
 #include <map>
 #include <span>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace korvane {
 
@@ -43,29 +41,19 @@ public:
     Result<void, SystemError> finish();
 
 private:
-    /** Objects refer to each other by number, so one may be named before it is written. */
-    using ObjectNumber = std::size_t;
+    using ObjectNumber = PDFObjectWriter::ObjectNumber;
 
-    ObjectNumber newObject();
-    void beginObject(ObjectNumber number);
-    void endObject();
-    ObjectNumber addObject(std::string_view content);
-    ObjectNumber addStream(std::string_view entries, std::span<const std::uint8_t> content);
     /** The entries of an image that say what its values mean. */
     std::string colorEntries(RasterPage::Color color);
     ObjectNumber colorSpace(RasterPage::Color color);
     ObjectNumber addImage();
 
-    BufferedOutput pdf_;
-    std::vector<std::uint64_t> objectOffsets_;
-    std::vector<ObjectNumber> pages_;
+    PDFObjectWriter pdf_;
     std::map<RasterPage::Color, ObjectNumber> colorSpaces_;
     RasterPage page_;
     PixelStream pixels_;
     ByteBuffer compressed_;
     ZlibCompressor compressor_;
-    ObjectNumber catalog_;
-    ObjectNumber pageTree_;
 };
 
 } // namespace korvane
