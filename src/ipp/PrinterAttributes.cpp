@@ -1,5 +1,6 @@
 #include "ipp/PrinterAttributes.h"
 
+#include "ipp/AttributeBuilders.h"
 #include "ipp/DocumentFormat.h"
 #include "ipp/IPPOperation.h"
 #include "ipp/PrinterModel.h"
@@ -14,69 +15,6 @@
 namespace korvane::ipp {
 
 namespace {
-
-// The builders are named after the syntax of their values, so that the table below reads like the
-// wire: name, syntax, values.
-
-IPPAttribute keyword(const char* name, std::vector<std::string> values)
-{
-    return makeTextAttribute(name, std::move(values), IPPTag::keyword);
-}
-
-IPPAttribute mimeMediaType(const char* name, std::vector<std::string> values)
-{
-    return makeTextAttribute(name, std::move(values), IPPTag::mimeMediaType);
-}
-
-IPPAttribute uri(const char* name, std::string value)
-{
-    return makeTextAttribute(name, {std::move(value)}, IPPTag::uri);
-}
-
-IPPAttribute nameWithoutLang(const char* name, std::string value)
-{
-    return makeTextAttribute(name, {std::move(value)}, IPPTag::nameWithoutLang);
-}
-
-IPPAttribute textWithoutLang(const char* name, std::string value)
-{
-    return makeTextAttribute(name, {std::move(value)}, IPPTag::textWithoutLang);
-}
-
-IPPAttribute integer(const char* name, const std::vector<std::int32_t>& values)
-{
-    return makeNumberAttribute<Integer>(name, values);
-}
-
-IPPAttribute enumValue(const char* name, const std::vector<std::int32_t>& values)
-{
-    return makeNumberAttribute<EnumValue>(name, values);
-}
-
-IPPAttribute boolean(const char* name, bool value)
-{
-    return {name, {Boolean{value}}};
-}
-
-IPPAttribute rangeOfInteger(const char* name, std::int32_t lower, std::int32_t upper)
-{
-    return {name, {RangeOfInteger{lower, upper}}};
-}
-
-IPPAttribute dotsPerInch(const char* name, std::int32_t dots)
-{
-    return {name, {Resolution{dots, dots, true}}};
-}
-
-IPPAttribute collection(const char* name, std::vector<IPPMember> members)
-{
-    return {name, {Collection{std::move(members)}}};
-}
-
-IPPValue keywordValue(const char* text)
-{
-    return Text{text, IPPTag::keyword};
-}
 
 std::vector<std::int32_t> operationCodes()
 {
@@ -115,15 +53,15 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
 {
     IPPAttribute table[] = {
         // Which printer it is, and where.
-        uri("printer-uri-supported", descriptor.uri),
+        uri("printer-uri-supported", {descriptor.uri}),
         keyword("uri-security-supported", {"none"}),
         keyword("uri-authentication-supported", {"none"}),
         nameWithoutLang("printer-name", descriptor.name),
-        uri("printer-uuid", "urn:uuid:" + descriptor.uuid),
+        uri("printer-uuid", {"urn:uuid:" + descriptor.uuid}),
         textWithoutLang("printer-location", descriptor.location),
         textWithoutLang("printer-info", model::makeAndModel),
         textWithoutLang("printer-make-and-model", model::makeAndModel),
-        uri("printer-more-info", moreInfoURI(descriptor)),
+        uri("printer-more-info", {moreInfoURI(descriptor)}),
 
         // How it is doing: 3 is idle (RFC 8011 section 5.4.11).
         enumValue("printer-state", {3}),
