@@ -85,11 +85,6 @@ inline IPPAttribute dateTime(const char* name, std::chrono::system_clock::time_p
     return {name, {DateTime{time}}};
 }
 
-inline IPPAttribute collection(const char* name, std::vector<IPPMember> members)
-{
-    return {name, {Collection{std::move(members)}}};
-}
-
 inline IPPAttribute noValue(const char* name, IPPTag tag = IPPTag::noValue)
 {
     return {name, {NoValue{tag}}};

@@ -3,6 +3,7 @@
 #include "ipp/AttributeBuilders.h"
 #include "ipp/DocumentFormat.h"
 #include "ipp/IPPOperation.h"
+#include "ipp/MediaAttributes.h"
 #include "ipp/PrinterModel.h"
 #include "text/Text.h"
 
@@ -30,21 +31,6 @@ std::int32_t processUpTime()
 {
     static const auto base = std::chrono::system_clock::now();
     return printerUpTime(base, std::chrono::system_clock::now());
-}
-
-/** Plain A4 paper from whichever tray, printable to its edges (PWG 5100.3 section 3.13). */
-std::vector<IPPMember> defaultMedia()
-{
-    const Collection a4{{{"x-dimension", Integer{21000}}, {"y-dimension", Integer{29700}}}};
-    return {
-        {"media-size", a4}, // like the margins, in hundredths of a millimeter
-        {"media-type", keywordValue("stationery")},
-        {"media-source", keywordValue("auto")},
-        {"media-top-margin", Integer{0}},
-        {"media-bottom-margin", Integer{0}},
-        {"media-left-margin", Integer{0}},
-        {"media-right-margin", Integer{0}},
-    };
 }
 
 } // namespace
@@ -112,10 +98,8 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
         rangeOfInteger("job-priority-supported", 1, 100),
         keyword("output-bin-default", {"face-down"}),
         keyword("output-bin-supported", {"face-down"}),
-        collection("media-col-default", defaultMedia()),
-        keyword("media-col-supported",
-                {"media-size", "media-type", "media-source", "media-top-margin",
-                 "media-bottom-margin", "media-left-margin", "media-right-margin"}),
+        IPPAttribute{"media-col-default", {defaultMediaCollection()}},
+        keyword("media-col-supported", mediaCollectionMembers()),
 
         // What driverless clients look for besides (PWG 5100.13, 5102.4).
         keyword("pwg-raster-document-type-supported", {"sgray_8", "srgb_8"}),
