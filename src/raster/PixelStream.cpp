@@ -2,33 +2,34 @@
 
 #include "raster/RunLength.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace korvane {
 
 namespace {
 
-void repeatLast(ByteBuffer& pixels, std::size_t size, std::size_t times)
-{
-    const std::span<std::uint8_t> room = pixels.prepare(size * times);
-    repeatPrefix({room.data() - size, size + room.size()}, size);
-    pixels.commit(room.size());
-}
+/** What begins a row of differences from the row above (PNG, "Up"). */
+constexpr std::uint8_t upTag = 2;
 
 } // namespace
 
-void PixelStream::begin(std::size_t size)
+void PixelStream::begin(const RasterPage& page)
 {
     coded_.consume(coded_.size());
-    plain_.consume(plain_.size());
-    size_ = size;
+    differences_.consume(differences_.size());
+    page_ = page;
+    maxCodedSize_ = page.color == RasterPage::Color::black
+                        ? page.height * runlength::bound(page.rowSize())
+                        : page.height * page.rowSize() / 2;
+    codedRows_ = 0;
     runLengthCoded_ = true;
 }
 
 void PixelStream::append(std::span<const std::uint8_t> row, std::size_t count)
 {
-    if (runLengthCoded_ && !appendCoded(row, count)) changeToPlainPixels();
-    if (runLengthCoded_) return;
-    plain_.append(row);
-    repeatLast(plain_, row.size(), count - 1);
+    if (runLengthCoded_ && !appendCoded(row, count)) changeToDifferences();
+    if (!runLengthCoded_) appendDifferences(row, count);
 }
 
 void PixelStream::end()
@@ -39,17 +40,40 @@ void PixelStream::end()
 bool PixelStream::appendCoded(std::span<const std::uint8_t> row, std::size_t count)
 {
     const std::size_t size = runlength::encode(row, coded_.prepare(runlength::bound(row.size())));
-    if (size > (size_ / 2 - coded_.size()) / count) return false;
+    if (size > (maxCodedSize_ - coded_.size()) / count) return false;
     coded_.commit(size);
-    repeatLast(coded_, size, count - 1);
+    const std::span<std::uint8_t> room = coded_.prepare(size * (count - 1));
+    repeatPrefix({room.data() - size, size + room.size()}, size);
+    coded_.commit(room.size());
+    codedRows_ += count;
     return true;
 }
 
-void PixelStream::changeToPlainPixels()
+void PixelStream::changeToDifferences()
 {
-    plain_.reserve(size_);
-    runlength::decode(coded_.bytes(), plain_);
     runLengthCoded_ = false;
+    differences_.reserve(page_.height * (page_.rowSize() + 1));
+    above_.assign(page_.rowSize(), 0);
+    std::vector<std::uint8_t> row(page_.rowSize());
+    std::span<const std::uint8_t> coded = coded_.bytes();
+    for (; codedRows_ > 0; --codedRows_) {
+        runlength::decode(coded, row);
+        appendDifferences(row, 1);
+    }
+}
+
+void PixelStream::appendDifferences(std::span<const std::uint8_t> row, std::size_t count)
+{
+    const std::size_t size = row.size() + 1;
+    const std::span<std::uint8_t> room = differences_.prepare(size * count);
+    // The rows that repeat the first do not differ.
+    std::memset(&room[0], 0, room.size());
+    for (std::size_t at = 0; at < room.size(); at += size) room[at] = upTag;
+    std::ranges::transform(row, above_, &room[1], [](std::uint8_t value, std::uint8_t above) {
+        return static_cast<std::uint8_t>(value - above);
+    });
+    differences_.commit(room.size());
+    std::ranges::copy(row, above_.begin());
 }
 
 } // namespace korvane

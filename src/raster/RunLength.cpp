@@ -10,7 +10,19 @@ namespace {
 
 constexpr std::ptrdiff_t maxRun = 128;
 
-/** How many bytes from `begin` on, at least one, are the same. */
+std::uint8_t* putLiterals(const std::uint8_t* begin, const std::uint8_t* end, std::uint8_t* out)
+{
+    while (begin != end) {
+        const std::ptrdiff_t count = std::min(end - begin, maxRun);
+        *out++ = static_cast<std::uint8_t>(count - 1);
+        out = std::copy_n(begin, count, out);
+        begin += count;
+    }
+    return out;
+}
+
+} // namespace
+
 std::ptrdiff_t runAt(const std::uint8_t* begin, const std::uint8_t* end)
 {
     static_assert(std::endian::native == std::endian::little);
@@ -25,7 +37,6 @@ std::ptrdiff_t runAt(const std::uint8_t* begin, const std::uint8_t* end)
     return position - begin;
 }
 
-/** The next place from `position` on where three bytes are the same; `end` when there is none. */
 const std::uint8_t* nextRun(const std::uint8_t* position, const std::uint8_t* end)
 {
     while (end - position >= 3) {
@@ -39,19 +50,6 @@ const std::uint8_t* nextRun(const std::uint8_t* position, const std::uint8_t* en
     }
     return end;
 }
-
-std::uint8_t* putLiterals(const std::uint8_t* begin, const std::uint8_t* end, std::uint8_t* out)
-{
-    while (begin != end) {
-        const std::ptrdiff_t count = std::min(end - begin, maxRun);
-        *out++ = static_cast<std::uint8_t>(count - 1);
-        out = std::copy_n(begin, count, out);
-        begin += count;
-    }
-    return out;
-}
-
-} // namespace
 
 std::size_t encode(std::span<const std::uint8_t> bytes, std::span<std::uint8_t> room)
 {
@@ -75,19 +73,18 @@ std::size_t encode(std::span<const std::uint8_t> bytes, std::span<std::uint8_t> 
     return static_cast<std::size_t>(out - room.data());
 }
 
-void decode(std::span<const std::uint8_t> coded, ByteBuffer& output)
+void decode(std::span<const std::uint8_t>& coded, std::span<std::uint8_t> bytes)
 {
-    while (!coded.empty()) {
+    while (!bytes.empty()) {
         const std::size_t code = coded[0];
         const bool literal = code < endOfData;
         const std::size_t count = literal ? code + 1 : 257 - code;
-        const std::span<std::uint8_t> room = output.prepare(count);
         if (literal) {
-            std::memcpy(room.data(), &coded[1], count);
+            std::memcpy(bytes.data(), &coded[1], count);
         } else {
-            std::memset(room.data(), coded[1], count);
+            std::memset(bytes.data(), coded[1], count);
         }
-        output.commit(count);
+        bytes = bytes.subspan(count);
         coded = coded.subspan(literal ? 1 + count : 2);
     }
 }
