@@ -19,7 +19,7 @@ HuffmanCode::HuffmanCode(const Frequencies& frequencies)
     auto next = symbols.begin();
     for (std::size_t length = maxLength; length > 0; --length) {
         for (std::size_t i = 0; i < counts[length]; ++i)
-            lengths_[*next++] = static_cast<std::uint8_t>(length);
+            codes_[*next++].length = static_cast<std::uint16_t>(length);
     }
     assignBits(counts);
 }
@@ -71,12 +71,12 @@ void HuffmanCode::assignBits(const LengthCounts& counts)
     std::array<std::uint32_t, maxLength + 2> next{};
     for (std::size_t length = 1; length <= maxLength; ++length)
         next[length + 1] = (next[length] + static_cast<std::uint32_t>(counts[length])) << 1;
-    for (std::size_t symbol = 0; symbol < symbolCount; ++symbol) {
-        std::uint32_t code = next[lengths_[symbol]]++;
+    for (Code& code : codes_) {
+        std::uint32_t number = next[code.length]++;
         std::uint32_t reversed = 0;
-        for (std::size_t i = 0; i < lengths_[symbol]; ++i, code >>= 1)
-            reversed = reversed << 1 | (code & 1);
-        bits_[symbol] = static_cast<std::uint16_t>(reversed);
+        for (std::size_t i = 0; i < code.length; ++i, number >>= 1)
+            reversed = reversed << 1 | (number & 1);
+        code.bits = static_cast<std::uint16_t>(reversed);
     }
 }
 

@@ -19,11 +19,14 @@ public:
     /** The best code of `maxLength` for symbols that are this frequent, at least two of them. */
     explicit HuffmanCode(const Frequencies& frequencies);
 
-    /** In bits; 0 for symbols that are not used. */
-    std::size_t length(std::size_t symbol) const { return lengths_[symbol]; }
+    struct Code {
+        /** As they are written, the one that is read first lowest. */
+        std::uint16_t bits = 0;
+        /** In bits; 0 for symbols that are not used. */
+        std::uint16_t length = 0;
+    };
 
-    /** As it is written, the bit that is read first lowest. */
-    std::uint32_t bits(std::size_t symbol) const { return bits_[symbol]; }
+    const Code& operator[](std::size_t symbol) const { return codes_[symbol]; }
 
 private:
     /** How many codes there are of each length. */
@@ -32,8 +35,7 @@ private:
     static LengthCounts countLengths(std::span<const std::uint32_t> sortedFrequencies);
     void assignBits(const LengthCounts& counts);
 
-    std::array<std::uint8_t, symbolCount> lengths_{};
-    std::array<std::uint16_t, symbolCount> bits_{};
+    std::array<Code, symbolCount> codes_{};
 };
 
 } // namespace korvane

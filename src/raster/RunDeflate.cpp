@@ -59,6 +59,8 @@ public:
         pendingCount_ += count;
     }
 
+    void put(HuffmanCode::Code code) { put(code.bits, code.length); }
+
     void flush()
     {
         static_assert(std::endian::native == std::endian::little);
@@ -173,7 +175,7 @@ std::size_t BlockCoder::codedBits(const HuffmanCode& code) const
 {
     std::size_t bits = codedHeaderBits;
     for (std::size_t symbol = 0; symbol < frequencies_.size(); ++symbol)
-        bits += frequencies_[symbol] * code.length(symbol);
+        bits += frequencies_[symbol] * code[symbol].length;
     for (const Segment& segment : segments_) {
         if (segment.repeats > 0) bits += lengthSymbol(segment.repeats).extraBits + 1;
     }
@@ -210,7 +212,7 @@ void BlockCoder::putCoded(Bytes block, bool isLast, const HuffmanCode& code)
         out_.flush();
     };
     for (std::size_t symbol = 0; symbol < HuffmanCode::symbolCount; ++symbol)
-        putLength(code.length(symbol));
+        putLength(code[symbol].length);
     // A distance of one is all that there is; with a second code the set is complete.
     putLength(1);
     putLength(1);
@@ -219,14 +221,14 @@ void BlockCoder::putCoded(Bytes block, bool isLast, const HuffmanCode& code)
         putLiterals(block.first(segment.literals), code);
         if (segment.repeats > 0) {
             const LengthSymbol length = lengthSymbol(segment.repeats);
-            out_.put(code.bits(length.symbol), code.length(length.symbol));
+            out_.put(code[length.symbol]);
             out_.put(length.extra, length.extraBits);
             out_.put(0, 1);
             out_.flush();
         }
         block = block.subspan(segment.literals + segment.repeats);
     }
-    out_.put(code.bits(endOfBlock), code.length(endOfBlock));
+    out_.put(code[endOfBlock]);
     out_.flush();
 }
 
@@ -236,12 +238,11 @@ void BlockCoder::putLiterals(Bytes literals, const HuffmanCode& code)
     std::size_t i = 0;
     static_assert(4 * HuffmanCode::maxLength + 7 <= 56);
     for (; i + 4 <= literals.size(); i += 4) {
-        for (std::size_t k = 0; k < 4; ++k)
-            out.put(code.bits(literals[i + k]), code.length(literals[i + k]));
+        for (std::size_t k = 0; k < 4; ++k) out.put(code[literals[i + k]]);
         out.flush();
     }
     for (; i < literals.size(); ++i) {
-        out.put(code.bits(literals[i]), code.length(literals[i]));
+        out.put(code[literals[i]]);
         out.flush();
     }
     out_ = out;
