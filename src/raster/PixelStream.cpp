@@ -84,10 +84,12 @@ void PixelStream::appendDifferences(std::span<const std::uint8_t> row, std::size
 {
     const std::size_t size = row.size() + 1;
     const std::span<std::uint8_t> room = differences_.prepare(size * count);
-    // The rows that repeat the first do not differ.
-    std::memset(&room[0], 0, room.size());
-    for (std::size_t at = 0; at < room.size(); at += size) room[at] = upTag;
+    room[0] = upTag;
     subtract(row, above_, &room[1]);
+    for (std::size_t at = size; at < room.size(); at += size) {
+        room[at] = upTag;
+        std::memset(&room[at + 1], 0, row.size());
+    }
     differences_.commit(room.size());
     std::ranges::copy(row, above_.begin());
 }
