@@ -14,24 +14,10 @@ namespace {
 /** Measured on pages of text: a level more gains little, and from 8 on costs a multiple. */
 constexpr int compressionLevel = 6;
 
-constexpr double pointsPerInch = 72;
-
 /** In points; the product is exact. */
 double pointSize(std::size_t pixels, std::size_t resolution)
 {
     return static_cast<double>(pixels * 72) / static_cast<double>(resolution);
-}
-
-/**
- * Draws the image over the whole page but for a ten-thousandth of a pixel at each side. Poppler
- * counts the device pixel behind an edge that lies on a pixel boundary as part of the image; it
- * would stretch, and so blur, a page that is rendered at its own resolution.
- */
-std::string pageContent(double width, double height, double pixel)
-{
-    const double inset = pixel / 10000;
-    return fmt::format("q {0} 0 0 {1} {2} {2} cm /Im0 Do Q", pdfNumber(width - 2 * inset),
-                       pdfNumber(height - 2 * inset), pdfNumber(inset));
 }
 
 } // namespace
@@ -54,11 +40,10 @@ void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t cou
 
 Result<void, SystemError> RasterPDFWriter::endPage()
 {
-    const double width = pointSize(page_.width, page_.resolution);
-    const double height = pointSize(page_.height, page_.resolution);
-    const std::string content =
-        pageContent(width, height, pointsPerInch / static_cast<double>(page_.resolution));
-    pdf_.addPage(width, height, content, addImage());
+    pdf_.addPage({.width = pointSize(page_.width, page_.resolution),
+                  .height = pointSize(page_.height, page_.resolution),
+                  .pixel = pointSize(1, page_.resolution)},
+                 addImage());
     return pdf_.status();
 }
 
