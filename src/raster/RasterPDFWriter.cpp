@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -20,6 +21,21 @@ double pointSize(std::size_t pixels, std::size_t resolution)
     return static_cast<double>(pixels * 72) / static_cast<double>(resolution);
 }
 
+/** What the values of a color that has a profile mean. */
+struct ColorProfile {
+    std::size_t components = 1;
+    Data (*make)() = nullptr;
+};
+
+ColorProfile colorProfile(RasterPage::Color color)
+{
+    switch (color) {
+    case RasterPage::Color::linearGray: return {1, icc::linearGrayProfile};
+    case RasterPage::Color::gamma22Gray: return {1, icc::gamma22GrayProfile};
+    default: return {3, icc::sRGBProfile};
+    }
+}
+
 } // namespace
 
 RasterPDFWriter::RasterPDFWriter(BufferedOutput::Sink output)
@@ -30,7 +46,7 @@ RasterPDFWriter::RasterPDFWriter(BufferedOutput::Sink output)
 void RasterPDFWriter::beginPage(const RasterPage& page)
 {
     page_ = page;
-    pixels_.begin(page.width * page.bytesPerPixel() * page.height);
+    pixels_.begin(page.rowSize() * page.height);
 }
 
 void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t count)
@@ -40,9 +56,11 @@ void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t cou
 
 Result<void, SystemError> RasterPDFWriter::endPage()
 {
-    pdf_.addPage({.width = pointSize(page_.width, page_.resolution),
-                  .height = pointSize(page_.height, page_.resolution),
-                  .pixel = pointSize(1, page_.resolution)},
+    const double across = pointSize(1, page_.horizontalResolution);
+    const double down = pointSize(1, page_.verticalResolution);
+    pdf_.addPage({.width = pointSize(page_.width, page_.horizontalResolution),
+                  .height = pointSize(page_.height, page_.verticalResolution),
+                  .pixel = std::min(across, down)},
                  addImage());
     return pdf_.status();
 }
@@ -52,28 +70,34 @@ Result<void, SystemError> RasterPDFWriter::finish()
     return pdf_.finish();
 }
 
+std::string RasterPDFWriter::colorEntries(RasterPage::Color color)
+{
+    if (color == RasterPage::Color::black)
+        return "/ColorSpace /DeviceGray /BitsPerComponent 1 /Decode [1 0]";
+    return fmt::format("/ColorSpace {} 0 R /BitsPerComponent 8", colorSpace(color));
+}
+
 RasterPDFWriter::ObjectNumber RasterPDFWriter::colorSpace(RasterPage::Color color)
 {
-    std::optional<ObjectNumber>& known = colorSpaces_[static_cast<std::size_t>(color)];
-    if (!known) {
-        known = color == RasterPage::Color::linearGray
-                    ? pdf_.addColorSpace(1, icc::linearGrayProfile().bytes())
-                    : pdf_.addColorSpace(3, icc::sRGBProfile().bytes());
+    const auto [place, isNew] = colorSpaces_.try_emplace(color);
+    if (isNew) {
+        const ColorProfile profile = colorProfile(color);
+        place->second = pdf_.addColorSpace(profile.components, profile.make().bytes());
     }
-    return *known;
+    return place->second;
 }
 
 RasterPDFWriter::ObjectNumber RasterPDFWriter::addImage()
 {
     pixels_.end();
     compressor_.compress(pixels_.bytes(), compressed_);
-    const ObjectNumber image = pdf_.addStream(
-        fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} /ColorSpace {} 0 R"
-                    " /BitsPerComponent 8 /Interpolate true /Filter {}",
-                    page_.width, page_.height, colorSpace(page_.color),
-                    pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
-                                               : "/FlateDecode"),
-        compressed_.bytes());
+    const ObjectNumber image =
+        pdf_.addStream(fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} {}"
+                                   " /Interpolate true /Filter {}",
+                                   page_.width, page_.height, colorEntries(page_.color),
+                                   pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
+                                                              : "/FlateDecode"),
+                       compressed_.bytes());
     compressed_.consume(compressed_.size());
     return image;
 }
