@@ -4,10 +4,16 @@
 
 namespace korvane::ipp {
 
+namespace {
+
+constexpr std::size_t maxRanges = 64;
+
+} // namespace
+
 std::vector<PageRange> requestedPages(const IPPMessage& request)
 {
     const auto* attribute = findAttribute(request, "page-ranges", IPPTag::jobAttributes);
-    if (attribute == nullptr) return {};
+    if (attribute == nullptr || attribute->values.size() > maxRanges) return {};
     std::vector<PageRange> ranges;
     for (const IPPValue& value : attribute->values) {
         const auto* range = std::get_if<RangeOfInteger>(&value);

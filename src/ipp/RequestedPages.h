@@ -8,7 +8,8 @@
 namespace korvane::ipp {
 
 /** The pages that a job is to have, by its page-ranges; none where it does not say, and so is to
- *  have all of them. Ranges that are none are left out. */
+ *  have all of them, as it is to have where it names more than 64. Ranges that are none are left
+ *  out. */
 std::vector<PageRange> requestedPages(const IPPMessage& request);
 
 } // namespace korvane::ipp
