@@ -1,5 +1,6 @@
 #include "server/EverywhereJobs.h"
 
+#include "ipp/RequestedPages.h"
 #include "server/JobAccess.h"
 #include "server/JobAttributes.h"
 
@@ -184,6 +185,7 @@ std::shared_ptr<KnownJob> EverywhereJobs::makeJob(const CheckedRequest& checked)
 {
     auto job = jobs_->makeJob(checked.request());
     job->settings = checked.jobTemplate.settings;
+    job->traits.pages = ipp::requestedPages(checked.message());
     job->documentFormat = operationText(checked.message(), "document-format");
     job->documentName = operationText(checked.message(), "document-name");
     return job;
