@@ -2,6 +2,7 @@
 
 import gzip
 import io
+import os
 import pathlib
 import re
 import struct
@@ -52,7 +53,7 @@ def pictures():
     yield "profile", jpeg(image, icc_profile=profile), 2
     yield "cmyk", jpeg(image.convert("CMYK")), 120
     yield "two-pictures", jpeg(image) + jpeg(image.convert("L")), 0
-    yield "cut-short", jpeg(image)[:-2], 0
+    yield "cut-short", jpeg(image)[:-100], 0
 
 
 @needs("ipptool", "qpdf", "pdfimages", "pdftoppm")
@@ -82,7 +83,8 @@ class Pictures(unittest.TestCase):
         page = Image.open(io.BytesIO(rendered))
         picture = ImageOps.exif_transpose(Image.open(io.BytesIO(document))).convert("RGB")
         self.assertEqual(page.size, picture.size)
-        difference = ImageChops.difference(page.convert("RGB"), picture)
+        seen = (0, 0, page.width, page.height if is_whole else page.height // 2)
+        difference = ImageChops.difference(page.convert("RGB").crop(seen), picture.crop(seen))
         self.assertLessEqual(max(high for _, high in difference.getextrema()), limit)
 
     def test_are_as_large_as_they_say_or_as_fits_the_paper(self):
@@ -110,7 +112,9 @@ class Pictures(unittest.TestCase):
 
 
 class Compressed(unittest.TestCase):
-    document = make_pdf("BT /F1 24 Tf 72 700 Td (Compressed for the way) Tj ET")
+    # It has its text, so it is saved as it came.
+    document = make_pdf("BT /F1 24 Tf 72 700 Td (Dear printer, these words came compressed) Tj ET"
+                        ) + os.urandom(700_000)
 
     @needs("ipptool")
     def test_documents_of_ipptool_are_saved_as_they_were(self):
@@ -123,7 +127,7 @@ class Compressed(unittest.TestCase):
                                 str(IPPTOOL_FILES / f"print-job-{compression}.test")],
                                check=True, timeout=HANG, capture_output=True)
                 agent.wait_saved(count)
-            self.assertEqual([saved.read_bytes() for saved in agent.files()], [self.document] * 2)
+            self.check_saved(agent)
 
     def test_documents_are_known_by_their_bytes_and_damaged_ones_refused_and_kept(self):
         packed = gzip.compress(self.document)
@@ -135,12 +139,15 @@ class Compressed(unittest.TestCase):
                                                   "Plain": self.document}.items(), 1):
                 self.assertEqual(self.print_compressed(agent, name, sent), 0, name)
                 agent.wait_saved(count)
-            for saved in agent.files():
-                self.assertEqual(saved.read_bytes(), self.document)
+            self.check_saved(agent)
             self.assertEqual(self.print_compressed(agent, "Cut", packed[:-20]), 0x040A)
             agent.wait_logged("Decompression failed: the compressed data is damaged")
             (kept,) = agent.unsaved()
             self.assertEqual(kept.read_bytes(), packed[:-20])
+
+    def check_saved(self, agent):
+        for saved in agent.files():
+            self.assertTrue(saved.read_bytes() == self.document, saved)
 
     @staticmethod
     def print_compressed(agent, name, document):
