@@ -26,11 +26,16 @@ void AgentAppDelegate::applicationDidFinishLaunching()
             if (const auto printer = weak.lock()) printer->addToNotes(job);
         };
     service_ = std::move(service);
-    observer_.start([weak = weak_from_this(), &main = environment_.server.queues.main()] {
-        main.async([weak] {
-            if (const auto self = weak.lock()) self->settingsChanged();
-        });
-    });
+    const auto onMain = [weak = weak_from_this(), &main = environment_.server.queues.main()](
+                            void (AgentAppDelegate::*handler)()) -> Task {
+        return [weak, &main, handler] {
+            main.async([weak, handler] {
+                if (const auto self = weak.lock()) (*self.*handler)();
+            });
+        };
+    };
+    observer_.start(onMain(&AgentAppDelegate::settingsChanged),
+                    onMain(&AgentAppDelegate::settingsMayHaveChanged));
     environment_.desktop.serviceManager.ready();
 }
 
@@ -38,6 +43,11 @@ void AgentAppDelegate::settingsChanged()
 {
     log_.note("KorvaneAgent: settings changed, reloading");
     if (service_) service_->reload();
+}
+
+void AgentAppDelegate::settingsMayHaveChanged()
+{
+    if (service_ && service_->isOutdated()) settingsChanged();
 }
 
 void AgentAppDelegate::applicationWillTerminate()

@@ -26,6 +26,7 @@ public:
 
 private:
     void settingsChanged();
+    void settingsMayHaveChanged();
 
     const std::string build_;
     const AgentEnvironment environment_;

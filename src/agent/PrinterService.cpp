@@ -105,6 +105,13 @@ void PrinterService::reload()
     startServer();
 }
 
+bool PrinterService::isOutdated() const
+{
+    AppSettings settings = environment_.store.loadSettings();
+    settings.saveDirectoryPath = absoluteSaveDirectory(settings);
+    return settings != shared().settings;
+}
+
 void PrinterService::startServer()
 {
     if (!isRecovered_) return;
@@ -199,7 +206,9 @@ PrinterDescriptor PrinterService::makeDescriptor() const
     return {.name = state.settings.printerName,
             .uri = fmt::format("ipp://{}.local.{}{}", host, port, resourcePath),
             .uuid = printerUUID_,
-            .location = host};
+            .location = host,
+            .profile = state.settings.ippEverywhere ? PrinterProfile::ippEverywhere
+                                                    : PrinterProfile::basic};
 }
 
 void PrinterService::addToNotes(const CompletedJob& job)

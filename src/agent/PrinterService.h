@@ -36,6 +36,9 @@ public:
     /** Reads the settings again and starts, restarts, refreshes or stops the server. */
     void reload();
 
+    /** Whether the settings are others than when they were read last. */
+    bool isOutdated() const;
+
     /** Stops the server. */
     void stop();
 

@@ -79,7 +79,7 @@ void normalize(const DocumentFile& document, const DocumentTraits& /*traits*/,
         return completion(failure(NormalizeError{NormalizeError::UnrecognizedFormat{*start}}));
     switch (format->conversion) {
     case DocumentFormat::Conversion::none: return completion(document);
-    case DocumentFormat::Conversion::urf:
+    case DocumentFormat::Conversion::raster:
         return convertRaster(document, documents, spool, completion);
     }
 }

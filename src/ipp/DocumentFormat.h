@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ipp/PrinterProfile.h"
+
 #include <algorithm>
 #include <array>
 #include <string>
@@ -8,10 +10,10 @@
 
 namespace korvane {
 
-/** A document format that the printer takes. */
+/** A document format that the printer takes, whatever its profile. */
 struct DocumentFormat {
     /** How a document of the format becomes PDF. */
-    enum class Conversion { none, urf };
+    enum class Conversion { none, raster };
 
     /** As "document-format" and the "pdl" key of the TXT record name it (RFC 8011, section 5.1.10).
      */
@@ -19,25 +21,36 @@ struct DocumentFormat {
     /** What every document of the format begins with. */
     std::string_view magic;
     Conversion conversion = Conversion::none;
+    /** Whether the basic profile names it to clients; IPP Everywhere names all of them. */
+    bool isBasic = false;
 };
 
 /** All of them, the default one first. What clients are told and what is taken comes from here. */
 inline constexpr std::array documentFormats = {
-    DocumentFormat{"application/pdf", "%PDF", DocumentFormat::Conversion::none},
-    DocumentFormat{"image/urf", {"UNIRAST\0", 8}, DocumentFormat::Conversion::urf},
+    DocumentFormat{"application/pdf", "%PDF", DocumentFormat::Conversion::none, true},
+    DocumentFormat{"image/urf", {"UNIRAST\0", 8}, DocumentFormat::Conversion::raster, true},
 };
 
-inline std::vector<std::string> supportedMediaTypes()
+/** The formats that a printer of the profile names to clients. */
+inline std::vector<std::string> supportedMediaTypes(PrinterProfile profile)
 {
     std::vector<std::string> types;
     types.reserve(documentFormats.size());
-    for (const DocumentFormat& format : documentFormats) types.emplace_back(format.mediaType);
+    for (const DocumentFormat& format : documentFormats) {
+        if (format.isBasic || profile != PrinterProfile::basic)
+            types.emplace_back(format.mediaType);
+    }
     return types;
 }
 
 /** What a URF document may use: color and gray at 8 bits, 300 dpi, one-sided. */
 inline constexpr std::array<std::string_view, 5> urfCapabilities = {"SRGB24", "W8", "RS300", "DM1",
                                                                     "V1.4"};
+
+/** The same as IPP Everywhere names it: what the decoder takes, in one copy, whatever the quality.
+ *  Without "DM", which would offer two sides. */
+inline constexpr std::array<std::string_view, 6> everywhereURFCapabilities = {
+    "V1.4", "CP1", "PQ3-4-5", "RS300", "SRGB24", "W8"};
 
 /** The format of a document by its first bytes alone; null when it is none of the above. */
 inline const DocumentFormat* recognizeFormat(std::string_view document)

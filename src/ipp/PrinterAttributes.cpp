@@ -2,6 +2,8 @@
 
 #include "ipp/DocumentFormat.h"
 #include "ipp/IPPOperation.h"
+#include "ipp/PrinterModel.h"
+#include "text/Text.h"
 
 #include <algorithm>
 #include <iterator>
@@ -12,8 +14,6 @@
 namespace korvane::ipp {
 
 namespace {
-
-constexpr const char* makeAndModel = "Korvane Virtual Printer";
 
 // The builders are named after the syntax of their values, so that the table below reads like the
 // wire: name, syntax, values.
@@ -121,8 +121,8 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
         nameWithoutLang("printer-name", descriptor.name),
         uri("printer-uuid", "urn:uuid:" + descriptor.uuid),
         textWithoutLang("printer-location", descriptor.location),
-        textWithoutLang("printer-info", makeAndModel),
-        textWithoutLang("printer-make-and-model", makeAndModel),
+        textWithoutLang("printer-info", model::makeAndModel),
+        textWithoutLang("printer-make-and-model", model::makeAndModel),
         uri("printer-more-info", moreInfoURI(descriptor)),
 
         // How it is doing: 3 is idle (RFC 8011 section 5.4.11).
@@ -143,7 +143,7 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
 
         // Which documents it takes.
         mimeMediaType("document-format-default", {std::string(documentFormats[0].mediaType)}),
-        mimeMediaType("document-format-supported", supportedMediaTypes()),
+        mimeMediaType("document-format-supported", supportedMediaTypes(PrinterProfile::basic)),
         keyword("urf-supported", {urfCapabilities.begin(), urfCapabilities.end()}),
         keyword("pdl-override-supported", {"attempted"}),
         keyword("compression-supported", {"none"}),
@@ -203,6 +203,12 @@ std::string moreInfoURI(const PrinterDescriptor& descriptor)
     authority = authority.substr(0, authority.find('/'));
     if (authority.empty()) return "http://localhost/";
     return "http://" + std::string(authority) + "/";
+}
+
+std::string shortText(std::string_view text)
+{
+    constexpr std::size_t maxLength = 127;
+    return std::string(text::prefixOfSequences(text, maxLength));
 }
 
 std::int32_t printerUpTime(std::chrono::system_clock::time_point base,

@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
 #include <string>
 #include <utility>
 
@@ -16,15 +15,6 @@ namespace {
 constexpr int compressionLevel = 6;
 
 constexpr double pointsPerInch = 72;
-
-/** The shortest decimal number that reads back as `value`; PDF knows no exponents. */
-std::string number(double value)
-{
-    std::array<char, 400> digits{};
-    const auto end =
-        std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed).ptr;
-    return {digits.begin(), end};
-}
 
 /** In points; the product is exact. */
 double pointSize(std::size_t pixels, std::size_t resolution)
@@ -40,18 +30,15 @@ double pointSize(std::size_t pixels, std::size_t resolution)
 std::string pageContent(double width, double height, double pixel)
 {
     const double inset = pixel / 10000;
-    return fmt::format("q {0} 0 0 {1} {2} {2} cm /Im0 Do Q", number(width - 2 * inset),
-                       number(height - 2 * inset), number(inset));
+    return fmt::format("q {0} 0 0 {1} {2} {2} cm /Im0 Do Q", pdfNumber(width - 2 * inset),
+                       pdfNumber(height - 2 * inset), pdfNumber(inset));
 }
 
 } // namespace
 
 RasterPDFWriter::RasterPDFWriter(BufferedOutput::Sink output)
-    : pdf_(std::move(output)), compressor_(compressionLevel), catalog_(newObject()),
-      pageTree_(newObject())
+    : pdf_(std::move(output)), compressor_(compressionLevel)
 {
-    // The second line tells transfer programs that this is not text.
-    pdf_.append("%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
 }
 
 void RasterPDFWriter::beginPage(const RasterPage& page)
@@ -71,86 +58,22 @@ Result<void, SystemError> RasterPDFWriter::endPage()
     const double height = pointSize(page_.height, page_.resolution);
     const std::string content =
         pageContent(width, height, pointsPerInch / static_cast<double>(page_.resolution));
-
-    const ObjectNumber image = addImage();
-    const ObjectNumber contentStream =
-        addStream("", {reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
-    pages_.push_back(
-        addObject(fmt::format("<< /Type /Page /Parent {} 0 R /MediaBox [0 0 {} {}]"
-                              " /Resources << /XObject << /Im0 {} 0 R >> >> /Contents {} 0 R >>",
-                              pageTree_, number(width), number(height), image, contentStream)));
+    pdf_.addPage(width, height, content, addImage());
     return pdf_.status();
 }
 
 Result<void, SystemError> RasterPDFWriter::finish()
 {
-    beginObject(pageTree_);
-    pdf_.append(fmt::format("<< /Type /Pages /Count {} /Kids [", pages_.size()));
-    for (const ObjectNumber page : pages_) pdf_.append(fmt::format("\n{} 0 R", page));
-    pdf_.append("] >>");
-    endObject();
-    beginObject(catalog_);
-    pdf_.append(fmt::format("<< /Type /Catalog /Pages {} 0 R >>", pageTree_));
-    endObject();
-
-    const std::uint64_t tableOffset = pdf_.size();
-    const std::size_t tableSize = objectOffsets_.size() + 1;
-    pdf_.append(fmt::format("xref\n0 {}\n0000000000 65535 f \n", tableSize));
-    for (const std::uint64_t offset : objectOffsets_) {
-        pdf_.append(fmt::format("{:010} 00000 n \n", offset));
-    }
-    pdf_.append(fmt::format("trailer\n<< /Size {} /Root {} 0 R >>\nstartxref\n{}\n%%EOF\n",
-                            tableSize, catalog_, tableOffset));
-    return pdf_.flush();
-}
-
-RasterPDFWriter::ObjectNumber RasterPDFWriter::newObject()
-{
-    objectOffsets_.push_back(0);
-    return objectOffsets_.size();
-}
-
-void RasterPDFWriter::beginObject(ObjectNumber number)
-{
-    objectOffsets_[number - 1] = pdf_.size();
-    pdf_.append(fmt::format("{} 0 obj\n", number));
-}
-
-void RasterPDFWriter::endObject()
-{
-    pdf_.append("\nendobj\n");
-}
-
-RasterPDFWriter::ObjectNumber RasterPDFWriter::addObject(std::string_view content)
-{
-    const ObjectNumber number = newObject();
-    beginObject(number);
-    pdf_.append(content);
-    endObject();
-    return number;
-}
-
-RasterPDFWriter::ObjectNumber RasterPDFWriter::addStream(std::string_view entries,
-                                                         std::span<const std::uint8_t> content)
-{
-    const ObjectNumber number = newObject();
-    beginObject(number);
-    pdf_.append(fmt::format("<< {} /Length {} >>\nstream\n", entries, content.size()));
-    pdf_.append(content);
-    pdf_.append("\nendstream");
-    endObject();
-    return number;
+    return pdf_.finish();
 }
 
 RasterPDFWriter::ObjectNumber RasterPDFWriter::colorSpace(RasterPage::Color color)
 {
     std::optional<ObjectNumber>& known = colorSpaces_[static_cast<std::size_t>(color)];
     if (!known) {
-        const bool gray = color == RasterPage::Color::linearGray;
-        const Data profile = gray ? icc::linearGrayProfile() : icc::sRGBProfile();
-        const ObjectNumber stream = addStream(
-            gray ? "/N 1 /Alternate /DeviceGray" : "/N 3 /Alternate /DeviceRGB", profile.bytes());
-        known = addObject(fmt::format("[/ICCBased {} 0 R]", stream));
+        known = color == RasterPage::Color::linearGray
+                    ? pdf_.addColorSpace(1, icc::linearGrayProfile().bytes())
+                    : pdf_.addColorSpace(3, icc::sRGBProfile().bytes());
     }
     return *known;
 }
@@ -159,7 +82,7 @@ RasterPDFWriter::ObjectNumber RasterPDFWriter::addImage()
 {
     pixels_.end();
     compressor_.compress(pixels_.bytes(), compressed_);
-    const ObjectNumber image = addStream(
+    const ObjectNumber image = pdf_.addStream(
         fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} /ColorSpace {} 0 R"
                     " /BitsPerComponent 8 /Interpolate true /Filter {}",
                     page_.width, page_.height, colorSpace(page_.color),

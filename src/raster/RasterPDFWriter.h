@@ -4,7 +4,7 @@
 #include "base/Result.h"
 #include "base/SystemError.h"
 #include "lib/deflate/ZlibCompressor.h"
-#include "raster/BufferedOutput.h"
+#include "pdf/PDFObjectWriter.h"
 #include "raster/PixelStream.h"
 
 #include <array>
@@ -12,8 +12,6 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string_view>
-#include <vector>
 
 namespace korvane {
 
@@ -59,27 +57,17 @@ public:
     Result<void, SystemError> finish();
 
 private:
-    /** Objects refer to each other by number, so one may be named before it is written. */
-    using ObjectNumber = std::size_t;
+    using ObjectNumber = PDFObjectWriter::ObjectNumber;
 
-    ObjectNumber newObject();
-    void beginObject(ObjectNumber number);
-    void endObject();
-    ObjectNumber addObject(std::string_view content);
-    ObjectNumber addStream(std::string_view entries, std::span<const std::uint8_t> content);
     ObjectNumber colorSpace(RasterPage::Color color);
     ObjectNumber addImage();
 
-    BufferedOutput pdf_;
-    std::vector<std::uint64_t> objectOffsets_;
-    std::vector<ObjectNumber> pages_;
+    PDFObjectWriter pdf_;
     std::array<std::optional<ObjectNumber>, 2> colorSpaces_;
     RasterPage page_;
     PixelStream pixels_;
     ByteBuffer compressed_;
     ZlibCompressor compressor_;
-    ObjectNumber catalog_;
-    ObjectNumber pageTree_;
 };
 
 } // namespace korvane

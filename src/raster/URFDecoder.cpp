@@ -169,7 +169,7 @@ Result<std::uint64_t, Error> decodeToPDF(const Data& document, const BufferedOut
                                          const Limits& limits)
 {
     const DocumentFormat* format = recognizeFormat(document.text());
-    if (format == nullptr || format->conversion != DocumentFormat::Conversion::urf) {
+    if (format == nullptr || format->conversion != DocumentFormat::Conversion::raster) {
         return failure(Error{Error::NotURF{}});
     }
     try {

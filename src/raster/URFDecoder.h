@@ -3,7 +3,7 @@
 #include "base/Data.h"
 #include "base/Result.h"
 #include "base/SystemError.h"
-#include "raster/BufferedOutput.h"
+#include "pdf/BufferedOutput.h"
 
 #include <cstddef>
 #include <cstdint>

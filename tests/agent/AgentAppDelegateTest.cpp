@@ -60,6 +60,25 @@ TEST_F(AgentAppDelegateTest, ReloadsOnceForEverySignalWhileItLives)
     EXPECT_EQ(log.count("KorvaneAgent: settings changed, reloading"), 3);
 }
 
+TEST_F(AgentAppDelegateTest, ReloadsForSettingsThatChangedWhileNoSignalWasDelivered)
+{
+    const auto reloads = [this] {
+        while (!bus.calls.empty()) bus.answer({});
+        queues.run();
+        return log.count("KorvaneAgent: settings changed, reloading");
+    };
+    delegate->applicationDidFinishLaunching();
+    queues.run();
+    choose({});
+    EXPECT_EQ(reloads(), 1) << "chosen before the bus knew of the subscription";
+    bus.setState(SessionBus::State::absent);
+    choose({.name = "Other"});
+    bus.setState(SessionBus::State::connected);
+    EXPECT_EQ(reloads(), 2);
+    bus.setState(SessionBus::State::connected);
+    EXPECT_EQ(reloads(), 2) << "the settings are those it has";
+}
+
 TEST_F(AgentAppDelegateTest, MakesANoteOfAJobThatTheUserChooses)
 {
     choose({.notes = true});

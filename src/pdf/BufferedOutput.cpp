@@ -1,4 +1,4 @@
-#include "raster/BufferedOutput.h"
+#include "pdf/BufferedOutput.h"
 
 namespace korvane {
 
