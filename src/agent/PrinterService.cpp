@@ -152,25 +152,26 @@ void PrinterService::startServer()
 PrinterCallbacks PrinterService::makeCallbacks()
 {
     const auto weak = weak_from_this();
-    return {
-        .descriptor =
-            [weak] {
-                const auto self = weak.lock();
-                return self ? self->makeDescriptor() : fallbackDescriptor();
-            },
-        .ticket = [&store = environment_.store, &clock = environment_.server.clock](
-                      const std::string& jobName) { return makeTicket(store, clock, jobName); },
-        .jobAccepted =
-            [weak](std::shared_ptr<SpooledJob> job, const std::shared_ptr<PrintJob>& /*printJob*/) {
-                if (const auto self = weak.lock()) self->jobs_->process(std::move(job));
-            },
-        .documentRefused =
-            [weak,
-             &main = environment_.server.queues.main()](const std::filesystem::path& document) {
-                main.async([weak, document] {
-                    if (const auto self = weak.lock()) self->jobs_->handleRefusedDocument(document);
-                });
-            }};
+    return {.descriptor =
+                [weak] {
+                    const auto self = weak.lock();
+                    return self ? self->makeDescriptor() : fallbackDescriptor();
+                },
+            .ticket = [&store = environment_.store, &clock = environment_.server.clock](
+                          const std::string& jobName) { return makeTicket(store, clock, jobName); },
+            .jobAccepted =
+                [weak](std::shared_ptr<SpooledJob> job, std::shared_ptr<PrintJob> printJob) {
+                    if (const auto self = weak.lock())
+                        self->jobs_->process(std::move(job), std::move(printJob));
+                },
+            .documentRefused =
+                [weak,
+                 &main = environment_.server.queues.main()](const std::filesystem::path& document) {
+                    main.async([weak, document] {
+                        if (const auto self = weak.lock())
+                            self->jobs_->handleRefusedDocument(document);
+                    });
+                }};
 }
 
 void PrinterService::stopServer()
