@@ -116,7 +116,7 @@ class Queues(Clients):
         driver = cls.cups.run("driverless", URI)
         for name, text in (("driverless", driver), ("pwg", as_pwg(driver))):
             file = cls.write(f"{name}.ppd", text.encode())
-            cls.cups.run("lpadmin", "-p", name, "-E", "-v", cls.uri(), "-P", file)
+            cls.cups.run("lpadmin", "-p", name, "-E", "-v", URI, "-P", file)
         cls.cups.run("lpadmin", "-p", "everywhere", "-E", "-v", cls.uri(), "-m", "everywhere")
         # The last is there for as long as something is printed to it.
         cls.queues = ("driverless", "pwg", "everywhere", PRINTER)
