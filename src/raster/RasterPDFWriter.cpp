@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -14,28 +15,10 @@ namespace {
 /** Measured on pages of text: a level more gains little, and from 8 on costs a multiple. */
 constexpr int compressionLevel = 6;
 
-constexpr double pointsPerInch = 72;
-
 /** In points; the product is exact. */
 double pointSize(std::size_t pixels, std::size_t resolution)
 {
     return static_cast<double>(pixels * 72) / static_cast<double>(resolution);
-}
-
-/**
- * Draws the image over the whole page but for a ten-thousandth of a pixel at each side. Poppler
- * counts the device pixel behind an edge that lies on a pixel boundary as part of the image; it
- * would stretch, and so blur, a page that is rendered at its own resolution.
- */
-std::string pageContent(const RasterPage& page, double width, double height)
-{
-    const auto inset = [](std::size_t resolution) {
-        return pointsPerInch / static_cast<double>(resolution) / 10000;
-    };
-    const double left = inset(page.horizontalResolution);
-    const double bottom = inset(page.verticalResolution);
-    return fmt::format("q {} 0 0 {} {} {} cm /Im0 Do Q", pdfNumber(width - 2 * left),
-                       pdfNumber(height - 2 * bottom), pdfNumber(left), pdfNumber(bottom));
 }
 
 /** What the values of a color that has a profile mean. */
@@ -73,9 +56,12 @@ void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t cou
 
 Result<void, SystemError> RasterPDFWriter::endPage()
 {
-    const double width = pointSize(page_.width, page_.horizontalResolution);
-    const double height = pointSize(page_.height, page_.verticalResolution);
-    pdf_.addPage(width, height, pageContent(page_, width, height), addImage());
+    const double across = pointSize(1, page_.horizontalResolution);
+    const double down = pointSize(1, page_.verticalResolution);
+    pdf_.addPage({.width = pointSize(page_.width, page_.horizontalResolution),
+                  .height = pointSize(page_.height, page_.verticalResolution),
+                  .pixel = std::min(across, down)},
+                 addImage());
     return pdf_.status();
 }
 
