@@ -8,9 +8,10 @@ import tempfile
 from harness import HANG
 
 # The syntax of the operation attributes that are asked with.
-SYNTAX = {"job-id": "integer", "requesting-user-name": "name", "which-jobs": "keyword",
-          "my-jobs": "boolean", "limit": "integer", "requested-attributes": "keyword",
-          "message": "text"}
+SYNTAX = {"job-id": "integer", "job-name": "name", "requesting-user-name": "name", "which-jobs": "keyword",
+          "requested-attributes": "keyword"}
+
+PROCESSING, CANCELED = 5, 7  # of job-state
 
 
 # What opens and closes the list of results; a suite that includes another writes it once more in between.
@@ -27,11 +28,13 @@ def ipptool(*arguments, enter=None, folder=None):
     return plistlib.loads(b"<plist><array>" + FRAME.sub(b"", run.stdout) + b"</array></plist>")
 
 
-def ask(uri, operation, enter=None, **attributes):
-    """The status keyword of one request and the groups of its answer that follow the operation
-    attributes."""
+def ask(uri, operation, enter=None, document=None, **attributes):
+    """The status keyword of one request, with the document in that file if there is one, and the groups
+    of its answer that follow the operation attributes."""
     attributes = {name.replace("_", "-"): value for name, value in attributes.items()}
     lines = [f"ATTR {SYNTAX[name]} {name} {value}" for name, value in attributes.items()]
+    if document:
+        lines.append(f"FILE {document}")
     with tempfile.NamedTemporaryFile("w", suffix=".test") as file:
         file.write("\n".join(["{", f'NAME "{operation}"', f"OPERATION {operation}",
                               "GROUP operation-attributes-tag", "ATTR charset attributes-charset utf-8",

@@ -13,7 +13,7 @@ import unittest
 from PIL import Image, ImageChops
 
 import harness
-from asking import ask, ipptool
+from asking import CANCELED, PROCESSING, ask
 from findings import text_of
 from harness import Agent, make_pdf, needs, wait_until
 from hosts import Browser, Host, Switch, why_not
@@ -25,7 +25,6 @@ harness.AGENT = os.path.abspath(harness.AGENT)
 
 PRINTER = "Office"
 URI = f"ipp://{PRINTER}._ipp._tcp.local/"
-PRINT_JOB = "/usr/share/cups/ipptool/print-job.test"
 PAGE = set_text(height=120)
 COLORS = ((200, 30, 30), (30, 160, 60), (40, 60, 190), (230, 200, 40))
 
@@ -152,7 +151,7 @@ class Queues(Clients):
                 driver = (self.cups.root / f"etc/ppd/{queue}.ppd").read_text()
                 areas = re.findall(r'(?m)^\*ImageableArea (\S+): "(\S+) (\S+) (\S+) (\S+)"', driver)
                 sizes = dict(re.findall(r'(?m)^\*PaperDimension (\S+): "(.+)"', driver))
-                self.assertIn("A4", dict(area[:2] for area in areas))
+                self.assertIn("A4", [name.removesuffix(".Borderless") for name, *_ in areas])
                 for name, left, bottom, right, top in areas:
                     self.assertEqual((left, bottom, f"{right} {top}"), ("0", "0", sizes[name]), name)
 
@@ -173,7 +172,7 @@ class Queues(Clients):
             os.kill(worker, signal.SIGSTOP)
         wait_until(lambda: f"now printing {job}" in self.cups.run("lpstat", "-p", "everywhere"))
         (held,) = self.jobs(self.laptop, "not-completed")
-        self.assertEqual((held["job-name"], held["job-state"]), ("Held", "processing"))
+        self.assertEqual((held["job-name"], held["job-state"]), ("Held", PROCESSING))
         self.assertRegex(held["job-state-message"], r"^Recognizing page [12] of 2$")
         self.assertIn(job, self.cups.run("lpstat", "-o", "everywhere"))
         for worker in workers:
@@ -189,11 +188,11 @@ class Queues(Clients):
                 title = f"Canceled by {queue}"
                 job = self.print_to(queue, title, endless)
                 wait_until(lambda: [j for j in self.jobs(self.laptop, "not-completed")
-                                    if j["job-state"] == "processing"])
+                                    if j["job-state"] == PROCESSING])
                 self.cups.run("cancel", job)
                 self.agent.wait_logged(f'job "{title}" canceled')
                 newest = self.jobs(self.laptop, "completed")[0]
-                self.assertEqual((newest["job-name"], newest["job-state"]), (title, "canceled"))
+                self.assertEqual((newest["job-name"], newest["job-state"]), (title, CANCELED))
                 self.assertFalse([file for file in self.agent.files() if file.name.startswith("Canceled")])
                 self.assertEqual(self.agent.spooled(), [])
                 wait_until(lambda: job not in self.cups.run("lpstat", "-o"))
@@ -219,20 +218,23 @@ class Browsed(Clients):
 @needs("ipptool")
 class Privacy(Clients):
     def test_a_job_is_known_to_the_host_that_sent_it_and_to_no_other(self):
+        name, user = "Application", "ada"
         with tempfile.NamedTemporaryFile(suffix=".pdf") as document:
             document.write(scanned_pdf([ENDLESS]))
             document.flush()
-            (answer,) = ipptool("-f", document.name, self.uri(), PRINT_JOB, enter=self.laptop.enter)
-        number = answer["ResponseAttributes"][1]["job-id"]
-        name = pathlib.Path(document.name).name
-        self.assertEqual(self.jobs(self.laptop, "not-completed")[0]["job-name"], name)
+            _, (job,) = ask(self.uri(), "Print-Job", self.laptop.enter, document.name,
+                                 requesting_user_name=user, job_name=name)
+        number = job["job-id"]
+        (seen,) = self.jobs(self.laptop, "not-completed")
+        self.assertEqual((seen["job-id"], seen["job-name"], seen["job-originating-user-name"]),
+                         (number, name, user))
         for host in (self.phone, self.desk):
             with self.subTest(host=host):
                 for answer in (self.jobs(host, "not-completed"),
                                ask(self.uri(), "Get-Job-Attributes", host.enter, job_id=number)[1]):
                     self.assertEqual(answer[0]["job-id"], number)
                     self.assertNotIn(name, str(answer))
-                    self.assertNotIn("job-originating-user-name", answer[0])
+                    self.assertNotIn(user, str(answer))
                 self.assertEqual(ask(self.uri(), "Cancel-Job", host.enter, job_id=number)[0],
                                  "client-error-forbidden")
         self.assertEqual(ask(self.uri(), "Cancel-Job", self.laptop.enter, job_id=number)[0],
