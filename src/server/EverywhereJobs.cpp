@@ -1,5 +1,7 @@
 #include "server/EverywhereJobs.h"
 
+#include "ipp/RequestedPages.h"
+#include "server/JobAccess.h"
 #include "server/JobAttributes.h"
 
 #include <fmt/format.h>
@@ -12,12 +14,10 @@ namespace korvane {
 
 namespace {
 
-/** The answer to a request for a job that was canceled, or is meanwhile. */
-const IPPOutcome canceled{.status = IPPStatus::serverErrorJobCanceled,
-                          .message = "The job has been canceled."};
-
-const IPPOutcome noDocument{.status = IPPStatus::clientErrorBadRequest,
-                            .message = "There is no document."};
+IPPOutcome badRequest(const char* message)
+{
+    return {.status = IPPStatus::clientErrorBadRequest, .message = message};
+}
 
 IPPStatus statusOf(IntakeError::Kind kind)
 {
@@ -33,52 +33,21 @@ IPPStatus statusOf(IntakeError::Kind kind)
 
 } // namespace
 
-/** A document of a job while it arrives. Dropped before all of it is there, its client has left. */
-class EverywhereJobs::Upload {
-public:
-    explicit Upload(std::shared_ptr<KnownJob> job) : job_(std::move(job))
-    {
-        job_->isReceiving = true;
-        job_->progress->receive();
-    }
-    Upload(const Upload&) = delete;
-    Upload& operator=(const Upload&) = delete;
-    ~Upload()
-    {
-        if (isWhole_) return;
-        job_->isReceiving = false;
-        // A job of Create-Job may get another one; that of Print-Job is over.
-        if (isOnly_)
-            job_->progress->abort("aborted-by-system", "The document did not arrive whole");
-    }
-
-    void setOnly() { isOnly_ = true; }
-
-    /** All of it has arrived. */
-    void finish() { isWhole_ = true; }
-
-private:
-    const std::shared_ptr<KnownJob> job_;
-    bool isOnly_ = false;
-    bool isWhole_ = false;
-};
-
 EverywhereJobs::EverywhereJobs(std::shared_ptr<JobReception> jobs) : jobs_(std::move(jobs)) {}
 
 PreparedRequest EverywhereJobs::print(const CheckedRequest& checked)
 {
     if (!checked.arriving.isMoreToCome) {
-        return answered(checked.responder(), noDocument);
+        return answered(checked.responder(), badRequest("There is no document."));
     }
     const auto job = makeJob(checked);
     jobs_->jobs().add(job);
-    const auto upload = beginUpload(job, checked.responder());
-    upload->setOnly();
+    const auto upload = beginUpload(job, checked.responder(), DocumentUpload::Kind::onlyChance);
     const auto document = jobs_->makeDocument(checked.arriving.onWritten);
     return {.perform =
                 [self = shared_from_this(), job, upload, document, responder = checked.responder(),
                  outcome = granted(checked.jobTemplate.unsupported)](std::uint64_t bytes) {
-                    if (bytes == 0) return responder.send(noDocument);
+                    if (bytes == 0) return responder.send(badRequest("There is no document."));
                     upload->finish();
                     job->bytes = bytes;
                     job->documents = 1;
@@ -111,18 +80,19 @@ PreparedRequest EverywhereJobs::create(const CheckedRequest& checked)
 
 PreparedRequest EverywhereJobs::sendDocument(const CheckedRequest& checked)
 {
-    const auto found = ownJob(checked.jobID, checked.request().host);
+    const auto found = access::ownJob(*jobs_, checked.jobID, checked.request().host);
     if (!found) return answered(checked.responder(), found.error());
     const auto& job = *found;
     if (const auto closed = whyClosed(*job)) return answered(checked.responder(), *closed);
     if (!operationValue<ipp::Boolean>(checked.message(), "last-document")) {
-        return answered(checked.responder(), IPPOutcome{.status = IPPStatus::clientErrorBadRequest,
-                                                        .message = "last-document is missing."});
+        return answered(checked.responder(), badRequest("last-document is missing."));
     }
     const bool takesDocument =
         checked.arriving.isMoreToCome && job->documents == 0 && !job->isReceiving;
     const auto document = takesDocument ? jobs_->makeDocument(checked.arriving.onWritten) : nullptr;
-    auto upload = takesDocument ? beginUpload(job, checked.responder()) : nullptr;
+    auto upload = takesDocument
+                      ? beginUpload(job, checked.responder(), DocumentUpload::Kind::replaceable)
+                      : nullptr;
     if (takesDocument) {
         job->traits.compression = checked.request().traits.compression;
         job->documentFormat = operationText(checked.message(), "document-format");
@@ -182,7 +152,7 @@ PreparedRequest EverywhereJobs::close(const CheckedRequest& checked)
     return answered(checked.responder(),
                     [self = shared_from_this(), id = checked.jobID,
                      request = checked.request()]() -> IPPOutcome {
-                        const auto job = self->ownJob(id, request.host);
+                        const auto job = access::ownJob(*self->jobs_, id, request.host);
                         if (!job) return job.error();
                         if (const auto closed = self->whyClosed(**job)) return *closed;
                         return self->closeJob(*job, request);
@@ -211,92 +181,32 @@ IPPOutcome EverywhereJobs::closeJob(const std::shared_ptr<KnownJob>& job, const 
     return {.groups = {groupOf(*job, request.host)}};
 }
 
-PreparedRequest EverywhereJobs::cancel(const CheckedRequest& checked)
-{
-    return answered(checked.responder(),
-                    [self = shared_from_this(), id = checked.jobID,
-                     request = checked.request()]() -> IPPOutcome {
-                        const auto job = self->ownJob(id, request.host);
-                        return job ? self->cancelJob(*job) : job.error();
-                    });
-}
-
-IPPOutcome EverywhereJobs::cancelJob(const std::shared_ptr<KnownJob>& job)
-{
-    if (!job->progress->cancel()) {
-        return {.status = IPPStatus::clientErrorNotPossible,
-                .message = "The job has ended, or is being saved."};
-    }
-    jobs_->pending().take(job->id);
-    jobs_->log().note(fmt::format("IPPServer: job {} canceled by its sender", job->id));
-    return {};
-}
-
-PreparedRequest EverywhereJobs::cancelMine(const CheckedRequest& checked)
-{
-    std::vector<std::int32_t> ids;
-    if (const auto* named =
-            ipp::findAttribute(checked.message(), "job-ids", IPPTag::operationAttributes)) {
-        for (const IPPValue& id : named->values) ids.push_back(std::get<ipp::Integer>(id).value);
-    }
-    return answered(checked.responder(),
-                    [self = shared_from_this(), ids, request = checked.request()]() -> IPPOutcome {
-                        std::vector<std::shared_ptr<KnownJob>> mine;
-                        for (const std::int32_t id : ids) {
-                            const auto job = self->ownJob(id, request.host);
-                            if (!job) return job.error();
-                            mine.push_back(*job);
-                        }
-                        if (ids.empty()) mine = self->jobs_->jobs().all();
-                        std::erase_if(mine, [&](const std::shared_ptr<KnownJob>& job) {
-                            return !job->isFrom(request.host) ||
-                                   job->progress->origin().user != request.userName ||
-                                   isEnded(job->progress->status().state);
-                        });
-                        if (mine.size() < ids.size())
-                            return {.status = IPPStatus::clientErrorNotPossible};
-                        for (const auto& job : mine) self->cancelJob(job);
-                        return {};
-                    });
-}
-
 std::shared_ptr<KnownJob> EverywhereJobs::makeJob(const CheckedRequest& checked) const
 {
     auto job = jobs_->makeJob(checked.request());
     job->settings = checked.jobTemplate.settings;
+    job->traits.pages = ipp::requestedPages(checked.message());
     job->documentFormat = operationText(checked.message(), "document-format");
     job->documentName = operationText(checked.message(), "document-name");
     return job;
 }
 
 /** Who sends a document is told at once when its job is canceled. */
-std::shared_ptr<EverywhereJobs::Upload>
-EverywhereJobs::beginUpload(const std::shared_ptr<KnownJob>& job,
-                            const IPPResponder& responder) const
+std::shared_ptr<DocumentUpload> EverywhereJobs::beginUpload(const std::shared_ptr<KnownJob>& job,
+                                                            const IPPResponder& responder,
+                                                            DocumentUpload::Kind kind) const
 {
     job->progress->onCancel([weak = std::weak_ptr(jobs_), responder] {
         const auto jobs = weak.lock();
         if (!jobs) return;
-        jobs->queue().async([responder] { responder.send(canceled); });
+        jobs->queue().async([responder] { responder.send(access::canceled()); });
     });
-    return std::make_shared<Upload>(job);
-}
-
-Result<std::shared_ptr<KnownJob>, IPPOutcome> EverywhereJobs::ownJob(std::int32_t id,
-                                                                     const std::string& host) const
-{
-    auto job = jobs_->jobs().find(id);
-    if (!job) return failure(IPPOutcome{.status = IPPStatus::clientErrorNotFound});
-    if (!job->isFrom(host)) {
-        return failure(IPPOutcome{.status = IPPStatus::clientErrorNotAuthorized,
-                                  .message = "Another computer has sent this job."});
-    }
-    return job;
+    return std::make_shared<DocumentUpload>(job, kind);
 }
 
 std::optional<IPPOutcome> EverywhereJobs::whyClosed(const KnownJob& job) const
 {
-    if (job.progress->isCanceled()) return canceled;
+    if (job.progress->isCanceled()) return access::canceled();
     if (jobs_->pending().find(job.id) != nullptr) return {};
     return IPPOutcome{.status = IPPStatus::clientErrorNotPossible,
                       .message = "The job takes no more documents."};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/CheckedRequest.h"
+#include "server/DocumentUpload.h"
 #include "server/JobReception.h"
 
 #include <memory>
@@ -9,11 +10,11 @@
 namespace korvane {
 
 /**
- * The operations of IPP Everywhere that make jobs and change them. A job is in the table from when
- * its request is known, so that it can be seen and canceled while its document arrives.
+ * The operations of IPP Everywhere that make jobs and send their documents. A job is in the table
+ * from when its request is known, so that it can be seen and canceled while its document arrives.
  *
  * A job has one document (multiple-document-jobs-supported is false), and only the host that sent
- * it may add to it or cancel it.
+ * it may add to it.
  */
 class EverywhereJobs : public std::enable_shared_from_this<EverywhereJobs> {
 public:
@@ -23,24 +24,17 @@ public:
     PreparedRequest create(const CheckedRequest& checked);
     PreparedRequest sendDocument(const CheckedRequest& checked);
     PreparedRequest close(const CheckedRequest& checked);
-    PreparedRequest cancel(const CheckedRequest& checked);
-    PreparedRequest cancelMine(const CheckedRequest& checked);
 
 private:
-    class Upload;
-
     std::shared_ptr<KnownJob> makeJob(const CheckedRequest& checked) const;
-    std::shared_ptr<Upload> beginUpload(const std::shared_ptr<KnownJob>& job,
-                                        const IPPResponder& responder) const;
+    std::shared_ptr<DocumentUpload> beginUpload(const std::shared_ptr<KnownJob>& job,
+                                                const IPPResponder& responder,
+                                                DocumentUpload::Kind kind) const;
     void finishDocument(const IPPResponder& responder, const std::shared_ptr<KnownJob>& job,
                         ReceivedDocument* document, std::uint64_t bytes,
                         const PendingJobs::Arrival& arrival);
     IPPOutcome closeJob(const std::shared_ptr<KnownJob>& job, const IPPRequest& request);
-    IPPOutcome cancelJob(const std::shared_ptr<KnownJob>& job);
 
-    /** The job of a request, if its client may change it; else why not. */
-    Result<std::shared_ptr<KnownJob>, IPPOutcome> ownJob(std::int32_t id,
-                                                         const std::string& host) const;
     /** Why no document can be sent for a job any more, if that is so. */
     std::optional<IPPOutcome> whyClosed(const KnownJob& job) const;
     JobReception::WhenTaken whenTaken(const IPPResponder& responder,

@@ -2,6 +2,7 @@
 
 #include "ipp/EverywhereAttributes.h"
 #include "ipp/RequestedAttributes.h"
+#include "server/JobCancellation.h"
 #include "server/JobQueries.h"
 #include "server/RequestChecks.h"
 #include "text/Text.h"
@@ -48,17 +49,21 @@ IPPResponder inSupportedVersion(const ArrivingRequest& arriving)
 
 const EverywhereProfile::Operation EverywhereProfile::operations[] = {
     {IPPOperation::printJob, Target::printer,
-     [](auto& profile, const auto& checked) { return profile.changes_->print(checked); }},
+     [](auto& profile, const auto& checked) { return profile.submissions_->print(checked); }},
     {IPPOperation::validateJob, Target::printer,
      [](auto&, const auto& checked) {
          return answered(checked.responder(), granted(checked.jobTemplate.unsupported));
      }},
     {IPPOperation::createJob, Target::printer,
-     [](auto& profile, const auto& checked) { return profile.changes_->create(checked); }},
+     [](auto& profile, const auto& checked) { return profile.submissions_->create(checked); }},
     {IPPOperation::sendDocument, Target::job,
-     [](auto& profile, const auto& checked) { return profile.changes_->sendDocument(checked); }},
+     [](auto& profile, const auto& checked) {
+         return profile.submissions_->sendDocument(checked);
+     }},
     {IPPOperation::cancelJob, Target::job,
-     [](auto& profile, const auto& checked) { return profile.changes_->cancel(checked); }},
+     [](auto& profile, const auto& checked) {
+         return cancellation::cancelJob(profile.jobs_, checked);
+     }},
     {IPPOperation::getJobAttributes, Target::job,
      [](auto& profile, const auto& checked) {
          return queries::getJobAttributes(profile.jobs_, checked);
@@ -68,15 +73,17 @@ const EverywhereProfile::Operation EverywhereProfile::operations[] = {
     {IPPOperation::getPrinterAttributes, Target::printer,
      [](auto& profile, const auto& checked) { return profile.describePrinter(checked); }},
     {IPPOperation::cancelMyJobs, Target::printer,
-     [](auto& profile, const auto& checked) { return profile.changes_->cancelMine(checked); }},
+     [](auto& profile, const auto& checked) {
+         return cancellation::cancelMyJobs(profile.jobs_, checked);
+     }},
     {IPPOperation::closeJob, Target::job,
-     [](auto& profile, const auto& checked) { return profile.changes_->close(checked); }},
+     [](auto& profile, const auto& checked) { return profile.submissions_->close(checked); }},
     {IPPOperation::identifyPrinter, Target::printer,
      [](auto& profile, const auto& checked) { return profile.identify(checked); }},
 };
 
 EverywhereProfile::EverywhereProfile(const std::shared_ptr<JobReception>& jobs)
-    : jobs_(jobs), changes_(std::make_shared<EverywhereJobs>(jobs))
+    : jobs_(jobs), submissions_(std::make_shared<EverywhereJobs>(jobs))
 {
 }
 

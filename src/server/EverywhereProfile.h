@@ -32,7 +32,7 @@ private:
     PreparedRequest identify(const CheckedRequest& checked) const;
 
     const std::shared_ptr<JobReception> jobs_;
-    const std::shared_ptr<EverywhereJobs> changes_;
+    const std::shared_ptr<EverywhereJobs> submissions_;
 };
 
 } // namespace korvane

@@ -1,5 +1,6 @@
 #include "server/IPPRequest.h"
 
+#include "ipp/RequestedPages.h"
 #include "ipp/RequestedPaper.h"
 #include "text/Text.h"
 
@@ -17,6 +18,13 @@ Compression compressionOf(const IPPMessage& message)
     const std::string compression = operationText(message, "compression");
     if (compression == "gzip") return Compression::gzip;
     return compression == "deflate" ? Compression::deflate : Compression::none;
+}
+
+/** The basic profile saves every document as it came. */
+std::vector<PageRange> pagesOf(const IPPMessage& message, PrinterProfile profile)
+{
+    if (profile == PrinterProfile::basic) return {};
+    return ipp::requestedPages(message);
 }
 
 } // namespace
@@ -38,7 +46,8 @@ IPPRequest::IPPRequest(const IPPMessage& message, PrinterProfile profile, std::s
                          .value_or(ipp::Boolean{true})
                          .value),
       traits{.compression = compressionOf(message),
-             .paper = ipp::requestedPaper(message).value_or(PaperSize())}
+             .paper = ipp::requestedPaper(message).value_or(PaperSize()),
+             .pages = pagesOf(message, profile)}
 {
 }
 

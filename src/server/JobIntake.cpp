@@ -16,8 +16,10 @@ IntakeError::Kind kindOf(const DocumentNormalizer::NormalizeError& error)
 {
     using Error = DocumentNormalizer::NormalizeError;
     if (!error.isRefusal()) return IntakeError::Kind::notKept;
-    return std::holds_alternative<Error::UnrecognizedFormat>(error.value)
-               ? IntakeError::Kind::unknownFormat
+    if (std::holds_alternative<Error::UnrecognizedFormat>(error.value))
+        return IntakeError::Kind::unknownFormat;
+    return std::holds_alternative<Error::DecompressionFailed>(error.value)
+               ? IntakeError::Kind::compression
                : IntakeError::Kind::damaged;
 }
 

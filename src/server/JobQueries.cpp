@@ -1,6 +1,7 @@
 #include "server/JobQueries.h"
 
 #include "ipp/RequestedAttributes.h"
+#include "server/JobAccess.h"
 #include "server/JobAttributes.h"
 
 #include <algorithm>
@@ -25,16 +26,13 @@ struct Selection {
         if (limitation) limit = static_cast<std::size_t>(limitation->value);
         const auto mine = operationValue<ipp::Boolean>(checked.message(), "my-jobs");
         if (mine && mine->value) user = checked.request().userName;
-        const auto* named =
-            ipp::findAttribute(checked.message(), "job-ids", IPPTag::operationAttributes);
-        if (named == nullptr) return;
-        ids.emplace();
-        for (const IPPValue& id : named->values) ids->insert(std::get<ipp::Integer>(id).value);
+        const auto named = access::namedJobs(checked.message());
+        ids.insert(named.begin(), named.end());
     }
 
     bool isChosen(const KnownJob& job) const
     {
-        if (ids && !ids->contains(job.id)) return false;
+        if (!ids.empty() && !ids.contains(job.id)) return false;
         return !user || (job.isFrom(host) && job.progress->origin().user == *user);
     }
 
@@ -59,7 +57,7 @@ struct Selection {
         });
         Jobs chosen;
         if (which != "completed") chosen = std::move(waiting);
-        if (which == "completed" || which == "all" || (ids && which.empty()))
+        if (which == "completed" || which == "all" || (!ids.empty() && which.empty()))
             std::ranges::transform(ended, std::back_inserter(chosen),
                                    [](auto& end) { return std::move(end.second); });
         if (chosen.size() > limit) chosen.resize(limit);
@@ -71,7 +69,8 @@ struct Selection {
     std::string host;
     std::size_t limit = std::numeric_limits<std::size_t>::max();
     std::optional<std::string> user;
-    std::optional<std::set<std::int32_t>> ids;
+    /** All of them where it is empty. */
+    std::set<std::int32_t> ids;
 };
 
 IPPOutcome describe(JobReception& jobs, const Jobs& chosen, const std::string& host,

@@ -36,6 +36,7 @@ public:
     SerialQueue& queue() const { return *intake_->environment().queue; }
     Log& log() const { return intake_->environment().log; }
     JobTable& jobs() { return jobs_; }
+    const JobTable& jobs() const { return jobs_; }
     PendingJobs& pending() { return *pending_; }
     PrinterStatus status() { return standing_.status(printer().descriptor()); }
 
