@@ -1,16 +1,10 @@
-"""Rasters as CUPS clients send them: written by libcups itself, from pictures."""
+"""PWG raster documents as CUPS clients send them: written by libcups itself, from pictures."""
 
 import ctypes
-import enum
 import struct
 import tempfile
 
-
-class Format(enum.IntEnum):
-    """As which format libcups writes a raster (cups_mode_t)."""
-    PWG = 3
-    URF = 4
-
+PWG = 3  # CUPS_RASTER_WRITE_PWG
 
 # The type of a raster (PWG 5102.4), and the mode of the pictures that it is made of.
 MODES = {"black_1": "1", "sgray_8": "L", "srgb_8": "RGB"}
@@ -19,18 +13,18 @@ MODES = {"black_1": "1", "sgray_8": "L", "srgb_8": "RGB"}
 WIDTH, HEIGHT, LINE = 372, 376, 392
 
 
-def written(pages, kind, media="iso_a4_210x297mm", resolution=300, form=Format.PWG):
+def written(pages, kind, media="iso_a4_210x297mm"):
     """The document of these pictures as rasters of that type; the pictures have the size of the media."""
     cups = ctypes.CDLL("libcups.so.2")
     for function in (cups.pwgMediaForPWG, cups.cupsRasterOpen):
         function.restype = ctypes.c_void_p
     header = ctypes.create_string_buffer(1796)
     paper = ctypes.c_void_p(cups.pwgMediaForPWG(media.encode()))
-    if not cups.cupsRasterInitPWGHeader(header, paper, kind.encode(), resolution, resolution,
-                                        b"one-sided", None):
+    if not cups.cupsRasterInitPWGHeader(header, paper, kind.encode(), 300, 300, b"one-sided",
+                                        None):
         raise ValueError(f"no raster of {kind} on {media}")
     with tempfile.TemporaryFile() as file:
-        raster = ctypes.c_void_p(cups.cupsRasterOpen(file.fileno(), form))
+        raster = ctypes.c_void_p(cups.cupsRasterOpen(file.fileno(), PWG))
         for page in pages:
             size = struct.unpack_from("II", header, WIDTH)
             (line,) = struct.unpack_from("I", header, LINE)
