@@ -3,6 +3,7 @@
 #include "ipp/RequestedPages.h"
 #include "server/JobAccess.h"
 #include "server/JobAttributes.h"
+#include "text/Text.h"
 
 #include <fmt/format.h>
 
@@ -17,6 +18,12 @@ namespace {
 IPPOutcome badRequest(const char* message)
 {
     return {.status = IPPStatus::clientErrorBadRequest, .message = message};
+}
+
+/** As much as is told of it (RFC 8011 section 5.1.3). */
+std::string documentNameOf(const IPPMessage& request)
+{
+    return std::string(text::prefixOfSequences(operationText(request, "document-name"), 255));
 }
 
 IPPStatus statusOf(IntakeError::Kind kind)
@@ -96,7 +103,7 @@ PreparedRequest EverywhereJobs::sendDocument(const CheckedRequest& checked)
     if (takesDocument) {
         job->traits.compression = checked.request().traits.compression;
         job->documentFormat = operationText(checked.message(), "document-format");
-        job->documentName = operationText(checked.message(), "document-name");
+        job->documentName = documentNameOf(checked.message());
     }
     return {.perform =
                 [self = shared_from_this(), job, upload, document, responder = checked.responder(),
@@ -187,7 +194,7 @@ std::shared_ptr<KnownJob> EverywhereJobs::makeJob(const CheckedRequest& checked)
     job->settings = checked.jobTemplate.settings;
     job->traits.pages = ipp::requestedPages(checked.message());
     job->documentFormat = operationText(checked.message(), "document-format");
-    job->documentName = operationText(checked.message(), "document-name");
+    job->documentName = documentNameOf(checked.message());
     return job;
 }
 

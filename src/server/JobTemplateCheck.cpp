@@ -17,14 +17,14 @@ namespace korvane {
 namespace {
 
 constexpr std::size_t maxUnsupported = 64;
-/** Of one attribute; a media-col has about twenty. */
-constexpr std::size_t maxValues = 64;
+/** Of all attributes that a job keeps; a media-col has about twenty. */
+constexpr std::size_t maxValues = 128;
 /** Of a keyword or name (RFC 8011 sections 5.1.3 and 5.1.4). */
 constexpr std::size_t maxTextLength = 255;
 
-bool isSmall(const IPPAttribute& attribute)
+bool isSmall(const IPPAttribute& attribute, std::size_t values)
 {
-    return attribute.name.size() <= maxTextLength && attribute.values.size() <= maxValues &&
+    return attribute.name.size() <= maxTextLength && attribute.values.size() <= values &&
            std::ranges::all_of(attribute.values, [](const IPPValue& value) {
                const auto* text = std::get_if<ipp::Text>(&value);
                return text == nullptr || text->text.size() <= maxTextLength;
@@ -78,8 +78,7 @@ bool isSupported(const IPPAttribute& attribute, const IPPAttribute& supported)
 {
     if (attribute.name == "media-col" || attribute.name == "media") {
         const IPPMessage alone{.groups = {{IPPTag::jobAttributes, {attribute}}}};
-        if (isTakenPaper(ipp::requestedPaper(alone))) return true;
-        if (attribute.name == "media-col") return false;
+        return isTakenPaper(ipp::requestedPaper(alone));
     }
     return std::ranges::all_of(attribute.values, [&](const IPPValue& value) {
         return std::ranges::any_of(supported.values,
@@ -96,12 +95,14 @@ JobTemplate readJobTemplate(const IPPMessage& request)
         std::ranges::find(request.groups, IPPTag::jobAttributes, &IPPAttributeGroup::tag);
     if (group == request.groups.end()) return result;
     const auto known = ipp::jobTemplateAttributes();
+    std::size_t room = maxValues;
     for (const IPPAttribute& attribute : group->attributes) {
         const auto supported =
             std::ranges::find(known, attribute.name + "-supported", &IPPAttribute::name);
-        const bool isKnown = supported != known.end() && isSmall(attribute);
+        const bool isKnown = supported != known.end() && isSmall(attribute, room);
         if (isKnown && isSupported(attribute, *supported)) {
             result.settings.push_back(rebuilt(attribute));
+            room -= attribute.values.size();
         } else if (attribute.name.size() <= maxTextLength &&
                    result.unsupported.attributes.size() < maxUnsupported) {
             result.unsupported.attributes.push_back(

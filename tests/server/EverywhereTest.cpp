@@ -125,7 +125,7 @@ TEST_F(Everywhere, RequestsAreCheckedBeforeTheyAreCarriedOut)
             found == all.end() ? all.push_back(attribute) : void(*found = attribute);
         };
     };
-    const auto ask4 = [&](IPPAttribute attribute, bool fidelity) {
+    const auto wanting = [&](IPPAttribute attribute, bool fidelity) {
         return [attribute, fidelity, set](IPPMessage& message) {
             set(ipp::boolean("ipp-attribute-fidelity", fidelity))(message);
             message.groups.push_back({IPPTag::jobAttributes, {attribute}});
@@ -169,12 +169,14 @@ TEST_F(Everywhere, RequestsAreCheckedBeforeTheyAreCarriedOut)
          set(ipp::mimeMediaType("document-format", {"text/plain"}))},
         {ok, validateJob, set(ipp::keyword("compression", {"gzip"}))},
         {compressionNotSupported, printJob, set(ipp::keyword("compression", {"compress"}))},
-        {substituted, validateJob, ask4(ipp::keyword("sides", {"two-sided-long-edge"}), false)},
-        {valuesNotSupported, printJob, ask4(ipp::keyword("sides", {"two-sided-long-edge"}), true)},
-        {valuesNotSupported, createJob, ask4(ipp::integer("job-stapling", {1}), true)},
-        {ok, validateJob, ask4(ipp::keyword("media", {"custom_card_90x50mm"}), true)},
-        {valuesNotSupported, validateJob, ask4(ipp::keyword("media", {"custom_wall_9x9mm"}), true)},
-        {ok, validateJob, ask4(ipp::integer("copies", {1}), true)},
+        {substituted, validateJob, wanting(ipp::keyword("sides", {"two-sided-long-edge"}), false)},
+        {valuesNotSupported, printJob,
+         wanting(ipp::keyword("sides", {"two-sided-long-edge"}), true)},
+        {valuesNotSupported, createJob, wanting(ipp::integer("job-stapling", {1}), true)},
+        {ok, validateJob, wanting(ipp::keyword("media", {"custom_card_90x50mm"}), true)},
+        {valuesNotSupported, validateJob,
+         wanting(ipp::keyword("media", {"custom_wall_9x9mm"}), true)},
+        {ok, validateJob, wanting(ipp::integer("copies", {1}), true)},
         {badRequest, getJobAttributes, [](auto&) {}},
         {notFound, getJobAttributes, set(ipp::integer("job-id", {1}))},
         {notFound, cancelJob, set(ipp::uri("job-uri", {"ipp://desk/print/1"}))},
