@@ -19,6 +19,7 @@ constexpr std::int32_t normalQuality = 4;
 
 std::vector<IPPAttribute> jobTemplateAttributes()
 {
+    const std::vector<std::int32_t> margins(mediaMargins.begin(), mediaMargins.end());
     IPPAttribute table[] = {
         integer("copies-default", {1}),
         rangeOfInteger("copies-supported", 1, 1),
@@ -31,14 +32,14 @@ std::vector<IPPAttribute> jobTemplateAttributes()
         keyword("media-ready", mediaNames(false)),
         {"media-col-default", {defaultMediaCollection()}},
         keyword("media-col-supported", mediaCollectionMembers()),
-        {"media-col-ready", mediaCollections(false)},
+        {"media-col-ready", readyMediaCollections()},
         {"media-size-supported", mediaSizeCollections()},
         keyword("media-type-supported", {"stationery"}),
         keyword("media-source-supported", {"auto"}),
-        integer("media-top-margin-supported", {0}),
-        integer("media-bottom-margin-supported", {0}),
-        integer("media-left-margin-supported", {0}),
-        integer("media-right-margin-supported", {0}),
+        integer("media-top-margin-supported", margins),
+        integer("media-bottom-margin-supported", margins),
+        integer("media-left-margin-supported", margins),
+        integer("media-right-margin-supported", margins),
 
         integer("number-up-default", {1}),
         integer("number-up-supported", {1}),
@@ -71,7 +72,7 @@ std::vector<IPPAttribute> jobTemplateAttributes()
 
 IPPAttribute mediaDatabase()
 {
-    return {"media-col-database", mediaCollections(true)};
+    return {"media-col-database", allMediaCollections()};
 }
 
 } // namespace korvane::ipp

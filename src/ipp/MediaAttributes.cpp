@@ -3,6 +3,8 @@
 #include "ipp/AttributeBuilders.h"
 #include "ipp/MediaSizes.h"
 
+#include <cstdint>
+
 namespace korvane::ipp {
 
 namespace {
@@ -21,16 +23,16 @@ IPPValue customSizeCollection()
                        {"y-dimension", RangeOfInteger{min.height, max.height}}}};
 }
 
-IPPValue mediaCollection(IPPValue size)
+IPPValue mediaCollection(IPPValue size, std::int32_t margin = 0)
 {
     return Collection{{
         {"media-size", std::move(size)}, // like the margins, in hundredths of a millimeter
         {"media-type", keywordValue("stationery")},
         {"media-source", keywordValue("auto")},
-        {"media-top-margin", Integer{0}},
-        {"media-bottom-margin", Integer{0}},
-        {"media-left-margin", Integer{0}},
-        {"media-right-margin", Integer{0}},
+        {"media-top-margin", Integer{margin}},
+        {"media-bottom-margin", Integer{margin}},
+        {"media-left-margin", Integer{margin}},
+        {"media-right-margin", Integer{margin}},
     }};
 }
 
@@ -57,12 +59,22 @@ std::vector<std::string> mediaNames(bool withCustomSizes)
     return names;
 }
 
-std::vector<IPPValue> mediaCollections(bool withCustomSizes)
+std::vector<IPPValue> readyMediaCollections()
 {
     std::vector<IPPValue> collections;
     for (const MediaSize& media : mediaSizes)
         collections.push_back(mediaCollection(sizeCollection(media.size)));
-    if (withCustomSizes) collections.push_back(mediaCollection(customSizeCollection()));
+    return collections;
+}
+
+std::vector<IPPValue> allMediaCollections()
+{
+    std::vector<IPPValue> collections;
+    for (const MediaSize& media : mediaSizes) {
+        for (const std::int32_t margin : mediaMargins)
+            collections.push_back(mediaCollection(sizeCollection(media.size), margin));
+    }
+    collections.push_back(mediaCollection(customSizeCollection()));
     return collections;
 }
 

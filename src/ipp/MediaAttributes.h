@@ -2,6 +2,8 @@
 
 #include "ipp/IPPMessage.h"
 
+#include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,11 +22,18 @@ std::vector<std::string> mediaCollectionMembers();
  *  them. */
 std::vector<std::string> mediaNames(bool withCustomSizes);
 
-/** As media-col-default for each sheet, in the same order. The last of those with custom sizes
- *  gives ranges. */
-std::vector<IPPValue> mediaCollections(bool withCustomSizes);
+/** In hundredths of a millimeter, on each side. Pages are printed to their edges; but CUPS takes
+ *  sheets without margins for such that are meant for photographs alone, and finds its default
+ *  among the others. So each sheet comes with the thinnest margins there are, too. */
+inline constexpr std::array<std::int32_t, 2> mediaMargins = {0, 1};
 
-/** The media-size member of each of `mediaCollections(true)`. */
+/** As media-col-default for each sheet, in the same order. */
+std::vector<IPPValue> readyMediaCollections();
+
+/** The same with each of `mediaMargins`. The last gives the ranges of custom sizes. */
+std::vector<IPPValue> allMediaCollections();
+
+/** The media-size of each sheet, and last the ranges of custom sizes. */
 std::vector<IPPValue> mediaSizeCollections();
 
 } // namespace korvane::ipp

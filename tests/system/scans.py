@@ -2,11 +2,12 @@
 
 import dataclasses
 import io
+import pathlib
 import random
 
 from PIL import Image, ImageChops, ImageDraw, ImageFilter, ImageFont
 
-from harness import pdf_of, pdf_stream
+from harness import pdf_of, pdf_stream, wait_until
 
 FONT = "/usr/share/fonts/truetype/liberation/LiberationSans-Regular.ttf"
 RESOLUTION = 200
@@ -158,3 +159,23 @@ def tiles(number, distance):
     return [pdf_stream(b"0 0 1 1 re f", "/Type/Pattern/PatternType 1/PaintType 1/TilingType 1"
                        f"/BBox[0 0 1 1]/XStep {distance}/YStep {distance}/Resources<<>>"),
             "<</Type/Font/Subtype/TrueType/BaseFont/LiberationSans>>"]
+
+
+def find_rendering_workers(agent):
+    """The workers that render a page of tiles: the page's font is mapped in them."""
+    found = []
+    for worker in agent.workers():
+        try:
+            if FONT in pathlib.Path(f"/proc/{worker}/maps").read_text():
+                found.append(worker)
+        except OSError:
+            pass  # it has just ended
+    return found
+
+
+def rendering_workers(agent, count=1):
+    """So many of them, once there are."""
+    def find():
+        found = find_rendering_workers(agent)
+        return len(found) >= count and found
+    return wait_until(find)

@@ -7,7 +7,8 @@ import subprocess
 import tempfile
 import unittest
 
-from harness import HANG, Agent, Program, free_port, make_pdf, needs, urf_document
+from harness import HANG, Agent, make_pdf, needs, urf_document
+from scheduler import Scheduler
 
 IPPTOOL_FILES = pathlib.Path("/usr/share/cups/ipptool")
 
@@ -91,68 +92,6 @@ class CUPS(unittest.TestCase):
             self.assertEqual(text.strip(), "Hello from CUPS")
             cups.lines.wait_line("[Job 1] Job completed.")
             self.assertEqual(cups.run("lpstat", "-o", "korvane"), "")
-
-
-class Scheduler(Program):
-    """A CUPS scheduler with a configuration of its own, on loopback."""
-
-    def __init__(self):
-        self.folder = tempfile.TemporaryDirectory(prefix="korvane-cups-")
-        self.root = pathlib.Path(self.folder.name)
-        self.root.chmod(0o755)
-        self.port = free_port()
-        for name in ("etc/ppd", "spool/tmp", "cache", "run/certs", "log"):
-            (self.root / name).mkdir(parents=True)
-        (self.root / "etc/cupsd.conf").write_text(f"""
-Listen 127.0.0.1:{self.port}
-Browsing Off
-DefaultShared No
-WebInterface No
-LogLevel info
-<Location />
-  Order allow,deny
-  Allow all
-</Location>
-<Policy default>
-  JobPrivateAccess default
-  JobPrivateValues none
-  SubscriptionPrivateAccess default
-  SubscriptionPrivateValues none
-  <Limit All>
-    Order allow,deny
-    Allow all
-  </Limit>
-</Policy>
-""")
-        (self.root / "etc/cups-files.conf").write_text(f"""
-ServerRoot {self.root}/etc
-RequestRoot {self.root}/spool
-TempDir {self.root}/spool/tmp
-CacheDir {self.root}/cache
-StateDir {self.root}/run
-AccessLog {self.root}/log/access
-ErrorLog stderr
-PageLog {self.root}/log/page
-FileDevice Yes
-Sandboxing relaxed
-""")
-        subprocess.run(["chown", "-R", "root:lp", str(self.root)], check=True)
-        subprocess.run(["chmod", "-R", "g+rwX", str(self.root / "spool"), str(self.root / "cache")],
-                       check=True)
-        super().__init__("/usr/sbin/cupsd", "-f", "-c", str(self.root / "etc/cupsd.conf"), "-s",
-                         str(self.root / "etc/cups-files.conf"), errors=True)
-        self.lines.wait_line("Full reload complete")
-
-    def __exit__(self, *_):
-        super().__exit__()
-        self.folder.cleanup()
-
-    def run(self, *command):
-        result = subprocess.run(command, env={**os.environ, "CUPS_SERVER": f"127.0.0.1:{self.port}"},
-                                capture_output=True, text=True, timeout=HANG, check=False)
-        if result.returncode != 0 and command[0] != "lpstat":
-            raise AssertionError(f"{command}: {result.stdout}{result.stderr}\n" + "\n".join(self.lines))
-        return result.stdout
 
 
 if __name__ == "__main__":

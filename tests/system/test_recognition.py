@@ -3,7 +3,6 @@ Documents made to do harm cost themselves a while and nobody else anything."""
 
 import functools
 import os
-import pathlib
 import pwd
 import random
 import re
@@ -16,8 +15,8 @@ import zlib
 from degradation import (faint, noise, photographed, shaded, speckled, tilted, with_margin, with_picture)
 from findings import (Comparison, embedded_images, found_words, misplacement, paired, pictures, recognized,
                       text_of)
-from harness import Agent, free_port, make_pdf, needs, pdf_of, pdf_stream, wait_until
-from scans import ENDLESS, FONT, TEXTS, scanned, scanned_pdf, set_text
+from harness import Agent, free_port, make_pdf, needs, pdf_of, pdf_stream
+from scans import ENDLESS, TEXTS, rendering_workers, scanned, scanned_pdf, set_text
 
 PAGE = set_text()
 # With a line that stands on its side.
@@ -51,20 +50,6 @@ def qpdf(document, *options):
     source.write_bytes(document.read_bytes())
     subprocess.run(["qpdf", *options, str(source), str(document)], check=True)
     return document.read_bytes()
-
-
-def rendering_workers(agent, count=1):
-    """So many workers that render a page of tiles: the page's font is mapped in them."""
-    def find():
-        found = []
-        for worker in agent.workers():
-            try:
-                if FONT in pathlib.Path(f"/proc/{worker}/maps").read_text():
-                    found.append(worker)
-            except OSError:
-                pass  # it has just ended
-        return len(found) >= count and found
-    return wait_until(find)
 
 
 @functools.cache
