@@ -8,12 +8,6 @@
 
 namespace korvane {
 
-namespace {
-
-constexpr std::size_t maxSettingsSize = std::size_t{1024} * 1024;
-
-} // namespace
-
 SettingsStore::SettingsStore(std::filesystem::path configHome,
                              const std::optional<std::string>& hostName)
     : configHome_(std::move(configHome))
@@ -28,11 +22,15 @@ std::filesystem::path SettingsStore::supportDirectory() const
     return folder;
 }
 
+SettingsFile SettingsStore::settingsFile() const
+{
+    return SettingsFile(supportDirectory() / "settings.json");
+}
+
 AppSettings SettingsStore::loadSettings() const
 {
-    const auto content = readFile(supportDirectory() / "settings.json", maxSettingsSize);
-    if (!content) return defaults_;
-    return decodeSettings(content->text()).value_or(defaults_);
+    const auto settings = settingsFile().read();
+    return settings && *settings ? **settings : defaults_;
 }
 
 void SettingsStore::writeVersionStamp(std::string_view build, Log& log) const

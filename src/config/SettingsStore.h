@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "config/AppSettings.h"
+#include "config/SettingsFile.h"
 
 #include <filesystem>
 #include <optional>
@@ -11,8 +12,9 @@
 namespace korvane {
 
 /**
- * The agent's support folder and the settings in it, which another program writes and we only read.
- * Nothing is remembered but the defaults: every call reads the file anew. Safe from any thread.
+ * The agent's support folder and the settings in it, which other programs write and the agent
+ * reads. Nothing is remembered but the defaults: every call reads the file anew. Safe from any
+ * thread.
  */
 class SettingsStore {
 public:
@@ -26,6 +28,9 @@ public:
     /** What holds while there are no valid settings: no save folder, so the printer does not run.
      */
     const AppSettings& defaultSettings() const { return defaults_; }
+
+    /** Where the settings are. */
+    SettingsFile settingsFile() const;
 
     /** The settings in settings.json; all the defaults where it is missing, unreadable, larger than
      *  any settings are (1 MiB), or wrong in any one place. */
