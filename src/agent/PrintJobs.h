@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/AgentStatus.h"
 #include "base/Log.h"
 #include "base/SystemError.h"
 #include "config/AppSettings.h"
@@ -10,6 +11,7 @@
 #include "document/UnsavedJob.h"
 #include "document/UnsavedJobs.h"
 #include "event/Queue.h"
+#include "job/PrintJob.h"
 #include "spool/SpooledJob.h"
 
 #include <chrono>
@@ -22,8 +24,8 @@
 namespace korvane {
 
 /** The printer's jobs from the moment in which they are accepted, those of earlier agents included:
- *  hands them to the pipeline, and tells the user what becomes of them. Main queue only, but for
- *  `process`. */
+ *  hands them to the pipeline, and tells the user and the status what becomes of them. Main queue
+ * only, but for `process`. */
 class PrintJobs : public std::enable_shared_from_this<PrintJobs> {
 public:
     using Settings = std::function<AppSettings()>;
@@ -31,7 +33,7 @@ public:
     /** `settings` gives those of the last reload. */
     static std::shared_ptr<PrintJobs> make(JobEnvironment environment,
                                            std::shared_ptr<NotificationManager> notifications,
-                                           Settings settings);
+                                           std::shared_ptr<AgentStatus> status, Settings settings);
     PrintJobs(const PrintJobs&) = delete;
     PrintJobs& operator=(const PrintJobs&) = delete;
     ~PrintJobs() = default;
@@ -40,8 +42,12 @@ public:
      *  they are known, when new ones may be accepted. */
     void recover(Task recovered);
 
-    /** Saves an accepted job. Any thread. */
-    void process(std::shared_ptr<SpooledJob> job) { pipeline_->process(std::move(job)); }
+    /** Saves an accepted job, and tells in its `printJob` how it gets on. Any thread. */
+    void process(std::shared_ptr<SpooledJob> job, std::shared_ptr<PrintJob> printJob)
+    {
+        status_->jobs().add(printJob);
+        pipeline_->process(std::move(job), std::move(printJob));
+    }
 
     /** Tries to save jobs that could not be saved. */
     void retryUnsaved() { unsavedJobs_.tryAgain(); }
@@ -51,9 +57,10 @@ public:
 
 private:
     PrintJobs(JobEnvironment environment, std::shared_ptr<NotificationManager> notifications,
-              Settings settings);
+              std::shared_ptr<AgentStatus> status, Settings settings);
 
     void tellOfUnusableSpool(const SystemError& error);
+    void processAgain(std::shared_ptr<SpooledJob> job);
     void begin(const std::vector<std::shared_ptr<SpooledJob>>& jobs);
     void handleCompletedJob(const CompletedJob& job);
     void handleUnsavedJob(const UnsavedJob& unsaved);
@@ -61,6 +68,7 @@ private:
     const JobEnvironment environment_;
     Log& log_;
     const std::shared_ptr<NotificationManager> notifications_;
+    const std::shared_ptr<AgentStatus> status_;
     const Settings settings_;
     /** Jobs accepted earlier may be for another folder than that of the settings. */
     const std::chrono::system_clock::time_point launch_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/AgentEnvironment.h"
+#include "agent/AgentStatus.h"
 #include "agent/NoteQueue.h"
 #include "agent/PrintJobs.h"
 #include "config/AppSettings.h"
@@ -8,9 +9,11 @@
 #include "ipp/PrinterDescriptor.h"
 #include "server/IPPServer.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,6 +45,9 @@ public:
     /** Stops the server. */
     void stop();
 
+    /** What there is to tell of the agent, kept up to date. */
+    const std::shared_ptr<AgentStatus>& status() const { return status_; }
+
     /** Makes a note of the job, off this queue; when that fails the user is told. */
     void addToNotes(const CompletedJob& job);
 
@@ -55,15 +61,20 @@ private:
     void startServer();
     void stopServer();
     void hostNameChanged();
+    void portUnavailable(std::uint16_t port, const std::string& reason);
+    void tell(PrinterState::Phase phase, std::string problem = {});
+    void tellNetworkName(const std::string& name);
     PrinterCallbacks makeCallbacks();
     PrinterDescriptor makeDescriptor() const;
     Shared shared() const;
     void setAdvertisedPort(std::uint16_t port);
+    void identify(const std::string& message);
 
     const AgentEnvironment environment_;
     Log& log_;
     const std::string printerUUID_;
     const std::shared_ptr<NoteQueue> notes_;
+    const std::shared_ptr<AgentStatus> status_;
     /** Made by `start`. */
     std::shared_ptr<PrintJobs> jobs_;
     /** No job is accepted before those that are in the spool are known. */
@@ -71,6 +82,9 @@ private:
     std::shared_ptr<IPPServer> ippServer_;
     /** Those whose open connections are not finished. */
     std::vector<std::shared_ptr<IPPServer>> stoppedServers_;
+
+    /** When the user was last shown which printer this is. */
+    std::optional<std::chrono::steady_clock::time_point> identified_;
 
     const std::unique_ptr<Subscription> hostNames_;
     mutable std::mutex mutex_;

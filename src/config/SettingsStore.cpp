@@ -3,6 +3,7 @@
 #include "base/AtomicFile.h"
 #include "base/Data.h"
 #include "base/Files.h"
+#include "config/SettingsKeys.h"
 
 #include <utility>
 
@@ -31,6 +32,13 @@ AppSettings SettingsStore::loadSettings() const
 {
     const auto settings = settingsFile().read();
     return settings && *settings ? **settings : defaults_;
+}
+
+std::optional<std::string> SettingsStore::problem() const
+{
+    const auto settings = settingsFile().read();
+    if (!settings) return settings.error().description;
+    return configurationProblem(settings->value_or(defaults_));
 }
 
 void SettingsStore::writeVersionStamp(std::string_view build, Log& log) const

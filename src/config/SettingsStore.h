@@ -36,6 +36,10 @@ public:
      *  any settings are (1 MiB), or wrong in any one place. */
     AppSettings loadSettings() const;
 
+    /** What keeps the printer from running with these settings, in words for the user; nothing
+     * where it runs. */
+    std::optional<std::string> problem() const;
+
     /** Leaves the build's version in agent-version for the settings application. */
     void writeVersionStamp(std::string_view build, Log& log) const;
 

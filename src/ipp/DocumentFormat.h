@@ -25,10 +25,16 @@ struct DocumentFormat {
     bool isBasic = false;
 };
 
+/** What URF documents begin with. */
+inline constexpr std::string_view urfMagic{"UNIRAST\0", 8};
+/** What PWG raster documents begin with (PWG 5102.4). */
+inline constexpr std::string_view pwgRasterMagic = "RaS2";
+
 /** All of them, the default one first. What clients are told and what is taken comes from here. */
 inline constexpr std::array documentFormats = {
     DocumentFormat{"application/pdf", "%PDF", DocumentFormat::Conversion::none, true},
-    DocumentFormat{"image/urf", {"UNIRAST\0", 8}, DocumentFormat::Conversion::raster, true},
+    DocumentFormat{"image/urf", urfMagic, DocumentFormat::Conversion::raster, true},
+    DocumentFormat{"image/pwg-raster", pwgRasterMagic, DocumentFormat::Conversion::raster},
 };
 
 /** The formats that a printer of the profile names to clients. */

@@ -27,11 +27,30 @@ double pointSize(std::size_t pixels, std::size_t resolution)
  * counts the device pixel behind an edge that lies on a pixel boundary as part of the image; it
  * would stretch, and so blur, a page that is rendered at its own resolution.
  */
-std::string pageContent(double width, double height, double pixel)
+std::string pageContent(const RasterPage& page, double width, double height)
 {
-    const double inset = pixel / 10000;
-    return fmt::format("q {0} 0 0 {1} {2} {2} cm /Im0 Do Q", pdfNumber(width - 2 * inset),
-                       pdfNumber(height - 2 * inset), pdfNumber(inset));
+    const auto inset = [](std::size_t resolution) {
+        return pointsPerInch / static_cast<double>(resolution) / 10000;
+    };
+    const double left = inset(page.horizontalResolution);
+    const double bottom = inset(page.verticalResolution);
+    return fmt::format("q {} 0 0 {} {} {} cm /Im0 Do Q", pdfNumber(width - 2 * left),
+                       pdfNumber(height - 2 * bottom), pdfNumber(left), pdfNumber(bottom));
+}
+
+/** What the values of a color that has a profile mean. */
+struct ColorProfile {
+    std::size_t components = 1;
+    Data (*make)() = nullptr;
+};
+
+ColorProfile colorProfile(RasterPage::Color color)
+{
+    switch (color) {
+    case RasterPage::Color::linearGray: return {1, icc::linearGrayProfile};
+    case RasterPage::Color::gamma22Gray: return {1, icc::gamma22GrayProfile};
+    default: return {3, icc::sRGBProfile};
+    }
 }
 
 } // namespace
@@ -44,7 +63,7 @@ RasterPDFWriter::RasterPDFWriter(BufferedOutput::Sink output)
 void RasterPDFWriter::beginPage(const RasterPage& page)
 {
     page_ = page;
-    pixels_.begin(page.width * page.bytesPerPixel() * page.height);
+    pixels_.begin(page.rowSize() * page.height);
 }
 
 void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t count)
@@ -54,11 +73,9 @@ void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t cou
 
 Result<void, SystemError> RasterPDFWriter::endPage()
 {
-    const double width = pointSize(page_.width, page_.resolution);
-    const double height = pointSize(page_.height, page_.resolution);
-    const std::string content =
-        pageContent(width, height, pointsPerInch / static_cast<double>(page_.resolution));
-    pdf_.addPage(width, height, content, addImage());
+    const double width = pointSize(page_.width, page_.horizontalResolution);
+    const double height = pointSize(page_.height, page_.verticalResolution);
+    pdf_.addPage(width, height, pageContent(page_, width, height), addImage());
     return pdf_.status();
 }
 
@@ -67,28 +84,34 @@ Result<void, SystemError> RasterPDFWriter::finish()
     return pdf_.finish();
 }
 
+std::string RasterPDFWriter::colorEntries(RasterPage::Color color)
+{
+    if (color == RasterPage::Color::black)
+        return "/ColorSpace /DeviceGray /BitsPerComponent 1 /Decode [1 0]";
+    return fmt::format("/ColorSpace {} 0 R /BitsPerComponent 8", colorSpace(color));
+}
+
 RasterPDFWriter::ObjectNumber RasterPDFWriter::colorSpace(RasterPage::Color color)
 {
-    std::optional<ObjectNumber>& known = colorSpaces_[static_cast<std::size_t>(color)];
-    if (!known) {
-        known = color == RasterPage::Color::linearGray
-                    ? pdf_.addColorSpace(1, icc::linearGrayProfile().bytes())
-                    : pdf_.addColorSpace(3, icc::sRGBProfile().bytes());
+    const auto [place, isNew] = colorSpaces_.try_emplace(color);
+    if (isNew) {
+        const ColorProfile profile = colorProfile(color);
+        place->second = pdf_.addColorSpace(profile.components, profile.make().bytes());
     }
-    return *known;
+    return place->second;
 }
 
 RasterPDFWriter::ObjectNumber RasterPDFWriter::addImage()
 {
     pixels_.end();
     compressor_.compress(pixels_.bytes(), compressed_);
-    const ObjectNumber image = pdf_.addStream(
-        fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} /ColorSpace {} 0 R"
-                    " /BitsPerComponent 8 /Interpolate true /Filter {}",
-                    page_.width, page_.height, colorSpace(page_.color),
-                    pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
-                                               : "/FlateDecode"),
-        compressed_.bytes());
+    const ObjectNumber image =
+        pdf_.addStream(fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} {}"
+                                   " /Interpolate true /Filter {}",
+                                   page_.width, page_.height, colorEntries(page_.color),
+                                   pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
+                                                              : "/FlateDecode"),
+                       compressed_.bytes());
     compressed_.consume(compressed_.size());
     return image;
 }

@@ -22,8 +22,8 @@ namespace korvane {
 template <typename T>
 using DocumentAnswer = Result<T, DocumentError>;
 
-/** Called once, on a queue of the service's own or, when it has ended, on the calling thread; must
- *  not block. */
+/** Called once, on a queue of the service's own or, when it has ended or the document is cancelled,
+ *  on the calling thread; must not block. */
 template <typename T>
 using DocumentCompletion = std::function<void(DocumentAnswer<T>)>;
 
@@ -55,6 +55,10 @@ public:
     virtual void write(std::vector<PageTextLayer> layers, DocumentInformation information,
                        SharedDescriptor output,
                        std::function<void(Result<void, PDFWriteError>)> completion) = 0;
+
+    /** The document is no longer wanted: requests that are pending, and any made later, fail as
+     *  cancelled, also those that a worker is carrying out. */
+    virtual void cancel() = 0;
 };
 
 /** Opens documents. */

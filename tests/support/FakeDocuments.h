@@ -6,9 +6,11 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -85,7 +87,7 @@ public:
     void recognizePage(std::size_t page, double resolution, std::string language,
                        DocumentCompletion<PageReading> completion) override
     {
-        content_.trials[page].push_back(language);
+        if (!*isCancelled_) content_.trials[page].push_back(language);
         content_.resolution = resolution;
         std::optional<DocumentError> error = content_.pages[page].recognitionError;
         if (content_.damaged.contains(language))
@@ -100,19 +102,25 @@ public:
     {
         content_.layers = std::move(layers);
         content_.information = std::move(information);
-        content_.deliver([&content = content_, output, completion] {
+        content_.deliver([&content = content_, isCancelled = isCancelled_, output, completion] {
+            if (*isCancelled) return completion(failure(PDFWriteError{}));
             if (content.writeError) return completion(failure(*content.writeError));
             content.write(output->get());
             completion({});
         });
     }
 
+    void cancel() override { *isCancelled_ = true; }
+
 private:
     template <typename T>
     void answer(DocumentCompletion<T> completion, T value,
                 const std::optional<DocumentError>& error)
     {
-        content_.deliver([completion, value, error] {
+        content_.deliver([isCancelled = isCancelled_, completion, value, error] {
+            if (*isCancelled)
+                return completion(
+                    failure(DocumentError{.failure = {.kind = WorkerFailure::Kind::cancelled}}));
             if (error) return completion(failure(*error));
             completion(value);
         });
@@ -146,6 +154,8 @@ private:
     }
 
     FakeDocumentContent& content_;
+    const std::shared_ptr<std::atomic<bool>> isCancelled_ =
+        std::make_shared<std::atomic<bool>>(false);
 };
 
 /** Opens the same document whatever it is given. */

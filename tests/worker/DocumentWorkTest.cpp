@@ -1,6 +1,6 @@
 #include "event/SystemQueues.h"
 #include "recognition/WorkerDocuments.h"
-#include "support/DecodedURF.h"
+#include "support/DecodedRaster.h"
 #include "support/RecordingLog.h"
 #include "support/TestDocument.h"
 #include "support/TestPDF.h"
@@ -158,6 +158,9 @@ TEST_F(DocumentWorkTest, MakesPDFOfRastersOrTellsWhyNot)
     ASSERT_TRUE(length) << length.error().description();
     EXPECT_EQ(contentOf({output, *length}), test::decodedURF(raster)->text());
 
+    // The magic decides what a raster document is.
+    EXPECT_EQ(convert(Data::copying("RaS2"), output).error().description(),
+              "PWG raster document is truncated.");
     const auto refused = convert(test::URFBuilder(0).build(), output);
     EXPECT_EQ(refused.error().kind, DocumentError::Kind::conversion);
     EXPECT_EQ(refused.error().description(), "Unsupported URF: zero pages");
