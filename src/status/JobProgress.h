@@ -10,7 +10,7 @@ struct JobProgress {
     /** Counts the jobs of one agent, from 1 on. */
     std::uint64_t number = 0;
     std::string name;
-    /** What is done for it, in words ("Recognizing page 3 of 12"); empty while it waits. */
+    /** What is done for it, in words ("Recognizing page 3 of 12"); may be empty. */
     std::string message;
     std::uint32_t pagesCompleted = 0;
     /** 0 until the document has been opened. */

@@ -65,7 +65,8 @@ std::string describe(const PortConflict& conflict)
 
 std::string describe(const JobProgress& job)
 {
-    return job.message.empty() ? "Waiting" : job.message;
+    if (!job.message.empty()) return job.message;
+    return job.pages == 0 ? "Waiting" : "Saving";
 }
 
 std::string describe(const SavedDocument& document)
