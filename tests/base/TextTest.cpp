@@ -83,9 +83,10 @@ TEST(Text, CountsWhatAReaderTakesForACharacter)
 
 TEST(Text, CountsWordsThatHoldALetterOrANumber)
 {
-    for (const auto& [text, count] :
-         {std::pair{"", 0U}, {" - \u2014\n", 0U}, {"Dear  Ms. O'Neil,\n\n42 caf\u00E9s\u00A0\u2026", 5U},
-          {"\xFF a\xFFz", 1U}})
+    for (const auto& [text, count] : {std::pair{"", 0U},
+                                      {" - \u2014\n", 0U},
+                                      {"Dear  Ms. O'Neil,\n\n42 caf\u00E9s\u00A0\u2026", 5U},
+                                      {"\xFF a\xFFz", 1U}})
         EXPECT_EQ(wordCount(text), count) << PrintToString(text);
 }
 

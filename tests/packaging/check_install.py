@@ -41,7 +41,11 @@ for prefix, (units, autostart) in PREFIXES.items():
     agent = prefix + "/bin/korvane-agent"
     expected = {
         agent: [],
+        prefix + "/bin/korvanectl": [],
         prefix + "/libexec/korvane/korvane-worker": [],
+        prefix + "/share/bash-completion/completions/korvanectl": [],
+        prefix + "/share/dbus-1/interfaces/org.korvane.Agent.xml": [],
+        prefix + "/share/man/man1/korvanectl.1": [],
         units + "/korvane-agent.service": [agent],
         units + "/korvane-agent-lingering.service": ["true"],
         prefix + "/share/doc/korvane/no-user-namespaces.conf": [],

@@ -37,8 +37,11 @@ TEST(LanguageNames, UnderstandsCodesAndLocales)
 
 TEST(LanguageNames, TellsTheCodeOfALanguage)
 {
-    for (const auto& [language, code] : {std::pair{"deu", "de"}, {"chi_sim", "zh-Hans"},
-                                         {"srp_latn", "sr-Latn"}, {"enm", "enm"}, {"xyz", "xyz"}})
+    for (const auto& [language, code] : {std::pair{"deu", "de"},
+                                         {"chi_sim", "zh-Hans"},
+                                         {"srp_latn", "sr-Latn"},
+                                         {"enm", "enm"},
+                                         {"xyz", "xyz"}})
         EXPECT_EQ(codeOfLanguage(language), code);
 }
 

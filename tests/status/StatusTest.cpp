@@ -70,8 +70,8 @@ TEST(StatusWords, SayHowJobsAndDocumentsAre)
 
 TEST(AgentInterface, TellsTheSameOverTheBusAndInAFile)
 {
-    const PrinterState state{Phase::portUnavailable, "Address already in use", 8631, "Desk",
-                             "Desk #2", "desk"};
+    const PrinterState state{
+        Phase::portUnavailable, "Address already in use", 8631, "Desk", "Desk #2", "desk"};
     const SavedDocument document{"Brief \"ß\"\n", 1'795'465'248, "/a/b.pdf", 3, 512, "de"};
     const JobProgress job{std::uint64_t{1} << 40, "Letter", "Saving", 2, 3};
     const auto inFile = [](const BusDictionary& entries) {
@@ -87,12 +87,9 @@ TEST(AgentInterface, TellsTheSameOverTheBusAndInAFile)
 
 TEST(AgentInterface, TakesNoMemberOfAnotherTypeOrSize)
 {
-    const BusEntry wrong[] = {{"pages", std::string("3")},
-                              {"pages", true},
-                              {"pages", std::int64_t{-1}},
-                              {"words", std::uint64_t{1} << 32},
-                              {"name", std::int64_t{1}},
-                              {"path", {}}};
+    const BusEntry wrong[] = {{"pages", std::string("3")}, {"pages", true},
+                              {"pages", std::int64_t{-1}}, {"words", std::uint64_t{1} << 32},
+                              {"name", std::int64_t{1}},   {"path", {}}};
     for (const BusEntry& entry : wrong)
         EXPECT_FALSE(agentInterface::decodeSavedDocument({entry})) << entry.key;
     EXPECT_FALSE(agentInterface::decodePrinterState({{"State", std::string("happy")}}));
@@ -103,7 +100,8 @@ TEST(ListeningPorts, AreReadFromTheKernelsTables)
 {
     // Listening on 8631 and 631, and a connection of port 8080; then garbage.
     const std::string table =
-        "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout\n"
+        "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  "
+        "timeout\n"
         "   0: 00000000:21B7 00000000:0000 0A 00000000:00000000 00:00000000 00000000  1001 0 17 1\n"
         "   1: 0100007F:0277 00000000:0000 0A 00000000:00000000 00:00000000 00000000     0 0 18 1\n"
         "   2: 0100007F:1F90 0100007F:9999 01 00000000:00000000 00:00000000 00000000  1002 0 19 1\n"
