@@ -13,8 +13,10 @@ namespace korvane {
 /** A document format that the printer takes, whatever its profile. */
 struct DocumentFormat {
     /** How a document of the format becomes PDF. */
-    enum class Conversion { none, raster };
+    enum class Conversion { none, raster, jpeg };
 
+    /** As errors name it. */
+    std::string_view name;
     /** As "document-format" and the "pdl" key of the TXT record name it (RFC 8011, section 5.1.10).
      */
     std::string_view mediaType;
@@ -32,9 +34,11 @@ inline constexpr std::string_view pwgRasterMagic = "RaS2";
 
 /** All of them, the default one first. What clients are told and what is taken comes from here. */
 inline constexpr std::array documentFormats = {
-    DocumentFormat{"application/pdf", "%PDF", DocumentFormat::Conversion::none, true},
-    DocumentFormat{"image/urf", urfMagic, DocumentFormat::Conversion::raster, true},
-    DocumentFormat{"image/pwg-raster", pwgRasterMagic, DocumentFormat::Conversion::raster},
+    DocumentFormat{"PDF", "application/pdf", "%PDF", DocumentFormat::Conversion::none, true},
+    DocumentFormat{"URF", "image/urf", urfMagic, DocumentFormat::Conversion::raster, true},
+    DocumentFormat{"PWG raster", "image/pwg-raster", pwgRasterMagic,
+                   DocumentFormat::Conversion::raster},
+    DocumentFormat{"JPEG", "image/jpeg", "\xFF\xD8\xFF", DocumentFormat::Conversion::jpeg},
 };
 
 /** The formats that a printer of the profile names to clients. */

@@ -200,8 +200,9 @@ IPPAttributeGroup makeEverywhereAttributes(const PrinterDescriptor& descriptor,
 
 std::string stateMessage(const PrinterStatus& status)
 {
-    if (status.queuedJobs > 1) return fmt::format("Working on {} documents.", status.queuedJobs);
-    return status.isProcessing ? "Working on a document." : "Ready to print.";
+    if (!status.isProcessing) return "Ready to print.";
+    return status.queuedJobs > 1 ? fmt::format("Working on {} documents.", status.queuedJobs)
+                                 : "Working on a document.";
 }
 
 } // namespace korvane::ipp

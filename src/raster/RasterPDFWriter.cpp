@@ -1,9 +1,11 @@
 #include "raster/RasterPDFWriter.h"
 
 #include "raster/ICCProfile.h"
+#include "raster/RunDeflate.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -14,28 +16,10 @@ namespace {
 /** Measured on pages of text: a level more gains little, and from 8 on costs a multiple. */
 constexpr int compressionLevel = 6;
 
-constexpr double pointsPerInch = 72;
-
 /** In points; the product is exact. */
 double pointSize(std::size_t pixels, std::size_t resolution)
 {
     return static_cast<double>(pixels * 72) / static_cast<double>(resolution);
-}
-
-/**
- * Draws the image over the whole page but for a ten-thousandth of a pixel at each side. Poppler
- * counts the device pixel behind an edge that lies on a pixel boundary as part of the image; it
- * would stretch, and so blur, a page that is rendered at its own resolution.
- */
-std::string pageContent(const RasterPage& page, double width, double height)
-{
-    const auto inset = [](std::size_t resolution) {
-        return pointsPerInch / static_cast<double>(resolution) / 10000;
-    };
-    const double left = inset(page.horizontalResolution);
-    const double bottom = inset(page.verticalResolution);
-    return fmt::format("q {} 0 0 {} {} {} cm /Im0 Do Q", pdfNumber(width - 2 * left),
-                       pdfNumber(height - 2 * bottom), pdfNumber(left), pdfNumber(bottom));
 }
 
 /** What the values of a color that has a profile mean. */
@@ -63,7 +47,7 @@ RasterPDFWriter::RasterPDFWriter(BufferedOutput::Sink output)
 void RasterPDFWriter::beginPage(const RasterPage& page)
 {
     page_ = page;
-    pixels_.begin(page.rowSize() * page.height);
+    pixels_.begin(page);
 }
 
 void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t count)
@@ -73,9 +57,12 @@ void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t cou
 
 Result<void, SystemError> RasterPDFWriter::endPage()
 {
-    const double width = pointSize(page_.width, page_.horizontalResolution);
-    const double height = pointSize(page_.height, page_.verticalResolution);
-    pdf_.addPage(width, height, pageContent(page_, width, height), addImage());
+    const double across = pointSize(1, page_.horizontalResolution);
+    const double down = pointSize(1, page_.verticalResolution);
+    pdf_.addPage({.width = pointSize(page_.width, page_.horizontalResolution),
+                  .height = pointSize(page_.height, page_.verticalResolution),
+                  .pixel = std::min(across, down)},
+                 addImage());
     return pdf_.status();
 }
 
@@ -104,13 +91,19 @@ RasterPDFWriter::ObjectNumber RasterPDFWriter::colorSpace(RasterPage::Color colo
 RasterPDFWriter::ObjectNumber RasterPDFWriter::addImage()
 {
     pixels_.end();
-    compressor_.compress(pixels_.bytes(), compressed_);
+    std::string filter;
+    if (pixels_.isRunLengthCoded()) {
+        filter = "[/FlateDecode /RunLengthDecode]";
+        compressor_.compress(pixels_.bytes(), compressed_);
+    } else {
+        filter = fmt::format("/FlateDecode /DecodeParms << /Predictor 12 /Colors {} /Columns {} >>",
+                             page_.bitsPerPixel() / 8, page_.width);
+        rundeflate::compress(pixels_.bytes(), compressed_);
+    }
     const ObjectNumber image =
         pdf_.addStream(fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} {}"
                                    " /Interpolate true /Filter {}",
-                                   page_.width, page_.height, colorEntries(page_.color),
-                                   pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
-                                                              : "/FlateDecode"),
+                                   page_.width, page_.height, colorEntries(page_.color), filter),
                        compressed_.bytes());
     compressed_.consume(compressed_.size());
     return image;

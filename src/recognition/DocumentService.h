@@ -3,6 +3,7 @@
 #include "base/DocumentFile.h"
 #include "base/FileDescriptor.h"
 #include "base/Result.h"
+#include "ipp/PaperSize.h"
 #include "page/DocumentInformation.h"
 #include "page/PDFWriteError.h"
 #include "page/PageInfo.h"
@@ -73,6 +74,17 @@ public:
      *  how long it is. */
     virtual void convertRaster(const DocumentFile& raster, SharedDescriptor output,
                                DocumentCompletion<std::uint64_t> completion) = 0;
+
+    /** The same for a JPEG file, which becomes one page, no larger than the paper. */
+    virtual void convertPicture(const DocumentFile& picture, const PaperSize& paper,
+                                SharedDescriptor output,
+                                DocumentCompletion<std::uint64_t> completion) = 0;
+
+    /** Writes to `output`, whose former content is replaced, what gzip or deflate made a document
+     *  of, and says how long it is. Fails with ENOSPC when it is longer than `room`. */
+    virtual void decompress(const DocumentFile& compressed, std::uint64_t room,
+                            SharedDescriptor output,
+                            DocumentCompletion<std::uint64_t> completion) = 0;
 
     /** The languages whose data is installed, as Tesseract names them ("deu"), in ascending order;
      *  empty without any. */

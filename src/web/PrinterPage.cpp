@@ -110,7 +110,7 @@ std::string printerPage(const PrinterDescriptor& descriptor, const PrinterStatus
 <section>
 <h2>What this is</h2>
 <p>A printer that makes PDFs. What you print to it is saved as a PDF file on the computer
-{location}; no paper comes out. Scans and photographs of text become searchable.</p>
+<strong>{location}</strong>; no paper comes out. Scans and photographs of text become searchable.</p>
 <p class="soft">It is found by itself on this network and needs no driver. This page shows nothing of
 anybody’s documents.</p>
 </section>

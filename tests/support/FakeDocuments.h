@@ -42,8 +42,11 @@ struct FakeDocumentContent {
     std::optional<DocumentError> readError;
     std::optional<PDFWriteError> writeError;
     std::optional<DocumentError> conversionError;
-    /** What becomes of every raster document. */
+    /** What becomes of every raster document and of every picture. */
     std::string converted = "%PDF-converted";
+    std::optional<DocumentError> decompressionError;
+    /** What becomes of every compressed document. */
+    std::string decompressed;
     /** Writes the searchable document. */
     std::function<void(int output)> write = [](int output) {
         std::ignore = ::write(output, "%PDF-searchable", 15);
@@ -60,6 +63,8 @@ struct FakeDocumentContent {
     /** The languages in which each page was recognized, in order. */
     std::map<std::size_t, std::vector<std::string>> trials;
     double resolution = 0;
+    /** Those that pictures were converted for. */
+    std::vector<PaperSize> papers;
     int languageRequests = 0;
     std::vector<PageTextLayer> layers;
     DocumentInformation information;
@@ -173,11 +178,21 @@ public:
     void convertRaster(const DocumentFile& /*raster*/, SharedDescriptor output,
                        DocumentCompletion<std::uint64_t> completion) override
     {
-        deliver([this, output, completion] {
-            if (conversionError) return completion(failure(*conversionError));
-            std::ignore = ::write(output->get(), converted.data(), converted.size());
-            completion(converted.size());
-        });
+        write(output, converted, conversionError, completion);
+    }
+
+    void convertPicture(const DocumentFile& /*picture*/, const PaperSize& paper,
+                        SharedDescriptor output,
+                        DocumentCompletion<std::uint64_t> completion) override
+    {
+        papers.push_back(paper);
+        write(output, converted, conversionError, completion);
+    }
+
+    void decompress(const DocumentFile& /*compressed*/, std::uint64_t /*room*/,
+                    SharedDescriptor output, DocumentCompletion<std::uint64_t> completion) override
+    {
+        write(output, decompressed, decompressionError, completion);
     }
 
     void languages(DocumentCompletion<std::vector<std::string>> completion) override
@@ -190,6 +205,18 @@ public:
     }
 
     std::size_t parallelism() const override { return 2; }
+
+private:
+    void write(const SharedDescriptor& output, const std::string& content,
+               const std::optional<DocumentError>& error,
+               const DocumentCompletion<std::uint64_t>& completion)
+    {
+        deliver([output, &content, &error, completion] {
+            if (error) return completion(failure(*error));
+            std::ignore = ::write(output->get(), content.data(), content.size());
+            completion(content.size());
+        });
+    }
 };
 
 } // namespace korvane
