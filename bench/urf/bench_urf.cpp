@@ -6,7 +6,7 @@
 // CPU time of one thread; MB are millions of bytes of the page's raster.
 
 #include "lib/deflate/ZlibCompressor.h"
-#include "support/DecodedURF.h"
+#include "support/DecodedRaster.h"
 #include "support/URFBuilder.h"
 
 #include <fmt/format.h>

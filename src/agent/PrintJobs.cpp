@@ -22,7 +22,7 @@ PrintJobs::PrintJobs(JobEnvironment environment, std::shared_ptr<NotificationMan
       notifications_(std::move(notifications)), settings_(std::move(settings)),
       launch_(environment_.clock.now()),
       unsavedJobs_(environment_.queues.main(),
-                   [this](std::shared_ptr<SpooledJob> job) { process(std::move(job)); })
+                   [this](std::shared_ptr<SpooledJob> job) { processAgain(std::move(job)); })
 {
 }
 
@@ -83,10 +83,18 @@ void PrintJobs::begin(const std::vector<std::shared_ptr<SpooledJob>>& jobs)
         if (job->isSetAside()) {
             unsavedJobs_.add(job);
         } else {
-            process(job);
+            processAgain(job);
         }
     }
     unsavedJobs_.tryAgain();
+}
+
+/** A job of an earlier agent, or one that was set aside, which ended it for the client. */
+void PrintJobs::processAgain(std::shared_ptr<SpooledJob> job)
+{
+    auto printJob =
+        std::make_shared<PrintJob>(JobOrigin{.name = job->ticket().jobName}, environment_.clock);
+    process(std::move(job), std::move(printJob));
 }
 
 void PrintJobs::handleCompletedJob(const CompletedJob& job)

@@ -10,6 +10,7 @@
 #include "document/UnsavedJob.h"
 #include "document/UnsavedJobs.h"
 #include "event/Queue.h"
+#include "job/PrintJob.h"
 #include "spool/SpooledJob.h"
 
 #include <chrono>
@@ -40,8 +41,11 @@ public:
      *  they are known, when new ones may be accepted. */
     void recover(Task recovered);
 
-    /** Saves an accepted job. Any thread. */
-    void process(std::shared_ptr<SpooledJob> job) { pipeline_->process(std::move(job)); }
+    /** Saves an accepted job, and tells in its `printJob` how it gets on. Any thread. */
+    void process(std::shared_ptr<SpooledJob> job, std::shared_ptr<PrintJob> printJob)
+    {
+        pipeline_->process(std::move(job), std::move(printJob));
+    }
 
     /** Tries to save jobs that could not be saved. */
     void retryUnsaved() { unsavedJobs_.tryAgain(); }
@@ -54,6 +58,7 @@ private:
               Settings settings);
 
     void tellOfUnusableSpool(const SystemError& error);
+    void processAgain(std::shared_ptr<SpooledJob> job);
     void begin(const std::vector<std::shared_ptr<SpooledJob>>& jobs);
     void handleCompletedJob(const CompletedJob& job);
     void handleUnsavedJob(const UnsavedJob& unsaved);

@@ -2,9 +2,11 @@
 
 #include "config/PrinterIdentity.h"
 #include "document/FileNaming.h"
+#include "web/PrinterSite.h"
 
 #include <fmt/format.h>
 
+#include <optional>
 #include <utility>
 
 namespace korvane {
@@ -12,6 +14,8 @@ namespace korvane {
 namespace {
 
 constexpr const char* resourcePath = "/ipp/print";
+
+constexpr std::chrono::seconds betweenIdentifications{2};
 
 /** What clients see in the moment in which the service is gone and its server is not yet. */
 PrinterDescriptor fallbackDescriptor()
@@ -152,24 +156,37 @@ void PrinterService::startServer()
 PrinterCallbacks PrinterService::makeCallbacks()
 {
     const auto weak = weak_from_this();
-    return {
-        .descriptor =
-            [weak] {
+    return {.descriptor =
+                [weak] {
+                    const auto self = weak.lock();
+                    return self ? self->makeDescriptor() : fallbackDescriptor();
+                },
+            .ticket = [&store = environment_.store, &clock = environment_.server.clock](
+                          const std::string& jobName) { return makeTicket(store, clock, jobName); },
+            .jobAccepted =
+                [weak](std::shared_ptr<SpooledJob> job, std::shared_ptr<PrintJob> printJob) {
+                    if (const auto self = weak.lock())
+                        self->jobs_->process(std::move(job), std::move(printJob));
+                },
+            .documentRefused =
+                [weak,
+                 &main = environment_.server.queues.main()](const std::filesystem::path& document) {
+                    main.async([weak, document] {
+                        if (const auto self = weak.lock())
+                            self->jobs_->handleRefusedDocument(document);
+                    });
+                },
+            .identify =
+                [weak, &main = environment_.server.queues.main()](const std::string& message) {
+                    main.async([weak, message] {
+                        if (const auto self = weak.lock()) self->identify(message);
+                    });
+                },
+            .page = [weak](const std::string& path,
+                           const PrinterStatus& status) -> std::optional<HTTPResponse> {
                 const auto self = weak.lock();
-                return self ? self->makeDescriptor() : fallbackDescriptor();
-            },
-        .ticket = [&store = environment_.store, &clock = environment_.server.clock](
-                      const std::string& jobName) { return makeTicket(store, clock, jobName); },
-        .jobAccepted =
-            [weak](std::shared_ptr<SpooledJob> job, const std::shared_ptr<PrintJob>& /*printJob*/) {
-                if (const auto self = weak.lock()) self->jobs_->process(std::move(job));
-            },
-        .documentRefused =
-            [weak,
-             &main = environment_.server.queues.main()](const std::filesystem::path& document) {
-                main.async([weak, document] {
-                    if (const auto self = weak.lock()) self->jobs_->handleRefusedDocument(document);
-                });
+                if (!self) return std::nullopt;
+                return printerSite(path, self->makeDescriptor(), status);
             }};
 }
 
@@ -206,7 +223,18 @@ PrinterDescriptor PrinterService::makeDescriptor() const
     return {.name = state.settings.printerName,
             .uri = fmt::format("ipp://{}.local.{}{}", host, port, resourcePath),
             .uuid = printerUUID_,
-            .location = host};
+            .location = host,
+            .profile = state.settings.ippEverywhere ? PrinterProfile::ippEverywhere
+                                                    : PrinterProfile::basic};
+}
+
+/** Of many that ask at once one is enough to find the printer. */
+void PrinterService::identify(const std::string& message)
+{
+    const auto now = environment_.server.queues.main().now();
+    if (identified_ && now - *identified_ < betweenIdentifications) return;
+    identified_ = now;
+    environment_.desktop.notifications->showIdentify(shared().settings.printerName, message);
 }
 
 void PrinterService::addToNotes(const CompletedJob& job)

@@ -8,9 +8,11 @@
 #include "ipp/PrinterDescriptor.h"
 #include "server/IPPServer.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -59,6 +61,7 @@ private:
     PrinterDescriptor makeDescriptor() const;
     Shared shared() const;
     void setAdvertisedPort(std::uint16_t port);
+    void identify(const std::string& message);
 
     const AgentEnvironment environment_;
     Log& log_;
@@ -71,6 +74,9 @@ private:
     std::shared_ptr<IPPServer> ippServer_;
     /** Those whose open connections are not finished. */
     std::vector<std::shared_ptr<IPPServer>> stoppedServers_;
+
+    /** When the user was last shown which printer this is. */
+    std::optional<std::chrono::steady_clock::time_point> identified_;
 
     const std::unique_ptr<Subscription> hostNames_;
     mutable std::mutex mutex_;

@@ -38,6 +38,11 @@ bool decode(const JSON& value, bool& flag)
     return true;
 }
 
+bool decodeOptional(const JSON& value, bool& flag)
+{
+    return value.is_null() || decode(value, flag);
+}
+
 /**
  * JSON has one kind of number, so another program may write a port as 8631, 8631.0 or 8.631e3:
  * what counts is that the value is whole, which 8631.5 is not. A double tells all values apart that
@@ -83,7 +88,8 @@ std::optional<AppSettings> decodeSettings(std::string_view json)
                          decode(member(object, "saveDirectoryPath"), settings.saveDirectoryPath) &&
                          decode(member(object, "notesEnabled"), settings.notesEnabled) &&
                          decode(member(object, "notesFolder"), settings.notesFolder) &&
-                         decodePort(member(object, "ippPort"), settings.ippPort);
+                         decodePort(member(object, "ippPort"), settings.ippPort) &&
+                         decodeOptional(member(object, "ippEverywhere"), settings.ippEverywhere);
     if (!isValid) return std::nullopt;
     return settings;
 }

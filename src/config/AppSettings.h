@@ -18,6 +18,8 @@ struct AppSettings {
     /** The Notes folder that receives notes. */
     std::string notesFolder = "Printed";
     std::uint16_t ippPort = 8631;
+    /** Whether the printer answers as IPP Everywhere 1.1 asks (PWG 5100.14). */
+    bool ippEverywhere = false;
 
     friend bool operator==(const AppSettings&, const AppSettings&) = default;
 };
@@ -35,8 +37,8 @@ std::string defaultPrinterName(const std::optional<std::string>& hostName);
 
 /**
  * The settings in a JSON text (RFC 8259), or nothing when one of them breaks a rule: there are no
- * half-valid settings. Every member but ippPort is required; unknown members are ignored; of
- * members of the same name the last counts.
+ * half-valid settings. Every member but ippPort and ippEverywhere is required; unknown members are
+ * ignored; of members of the same name the last counts.
  */
 std::optional<AppSettings> decodeSettings(std::string_view json);
 

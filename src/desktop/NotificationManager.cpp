@@ -149,6 +149,19 @@ void NotificationManager::showRefused(const std::filesystem::path& document)
                  "Notifications: refused-document post failed: ");
 }
 
+/** Says whose words the message is: anybody on the network can send one. */
+void NotificationManager::showIdentify(const std::string& printerName, const std::string& message)
+{
+    std::string body = fmt::format("Somebody on the network is looking for {}.", printerName);
+    if (!message.empty()) body += fmt::format(" The message with it: {}", message);
+    post({.identifier = "KV_IDENTIFY",
+          .content = {.title = "Here I am",
+                      .body = std::move(body),
+                      .playsSound = false,
+                      .event = "device"}},
+         "Notifications: identify post failed: ");
+}
+
 /** The file is shown when the user asks for it, as that of a saved job is. */
 void NotificationManager::postWithFile(const std::string& identifier,
                                        const std::filesystem::path& file,

@@ -60,6 +60,10 @@ public:
     /** Shows where a document is that could not be read. A later notice replaces this one. */
     void showRefused(const std::filesystem::path& document);
 
+    /** Shows which printer this is to somebody on the network who asks for it, with what he has to
+     *  say, if anything. A later notice replaces this one. */
+    void showIdentify(const std::string& printerName, const std::string& message);
+
 private:
     void postWithFile(const std::string& identifier, const std::filesystem::path& file,
                       NotificationContent content, const std::string& failurePrefix);

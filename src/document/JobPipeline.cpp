@@ -18,7 +18,7 @@ JobPipeline::JobPipeline(JobEnvironment environment, JobHandlers handlers)
 {
 }
 
-void JobPipeline::process(std::shared_ptr<SpooledJob> job)
+void JobPipeline::process(std::shared_ptr<SpooledJob> job, std::shared_ptr<PrintJob> printJob)
 {
     const std::filesystem::path folder = job->ticket().saveDirectory;
     {
@@ -26,19 +26,42 @@ void JobPipeline::process(std::shared_ptr<SpooledJob> job)
         ++folders_[folder].begun;
     }
     // The job keeps the pipeline alive.
-    auto saving = std::make_shared<SavingJob>(
-        environment_, std::move(job), handlers_,
+    const auto publication = std::make_shared<JobPublication>(
+        environment_, std::move(job), printJob, handlers_,
         [self = shared_from_this(), folder] { self->jobEnded(folder); });
-    {
-        const std::scoped_lock lock(mutex_);
-        Folder& jobs = folders_[folder];
-        if (jobs.begun > maxBegun) {
-            jobs.waiting.push_back(std::move(saving));
-            --jobs.begun;
-            return;
-        }
-    }
-    saving->begin();
+    const auto saving = std::make_shared<SavingJob>(environment_, publication);
+    printJob->enqueue();
+    const bool isToBegin = admit(folder, saving);
+    printJob->onCancel([weak = weak_from_this(), weakPublication = std::weak_ptr(publication),
+                        weakSaving = std::weak_ptr(saving), folder] {
+        if (const auto canceled = weakPublication.lock()) JobPublication::discard(canceled);
+        const auto canceled = weakSaving.lock();
+        const auto self = weak.lock();
+        if (!canceled || !self) return;
+        canceled->cancel();
+        self->stopWaiting(folder, canceled);
+    });
+    if (isToBegin) saving->begin();
+}
+
+/** Whether the job begins now; else it waits. */
+bool JobPipeline::admit(const std::filesystem::path& folder, const std::shared_ptr<SavingJob>& job)
+{
+    const std::scoped_lock lock(mutex_);
+    Folder& jobs = folders_[folder];
+    if (jobs.begun <= maxBegun) return true;
+    jobs.waiting.push_back(job);
+    --jobs.begun;
+    return false;
+}
+
+/** A job that waited is dropped, and until it has ended one more than usual has begun. */
+void JobPipeline::stopWaiting(const std::filesystem::path& folder,
+                              const std::shared_ptr<SavingJob>& job)
+{
+    const std::scoped_lock lock(mutex_);
+    const auto jobs = folders_.find(folder);
+    if (jobs != folders_.end() && std::erase(jobs->second.waiting, job) > 0) ++jobs->second.begun;
 }
 
 /** The job that waits longest takes the place of the one that has ended. After the last one, what a
@@ -48,13 +71,17 @@ void JobPipeline::jobEnded(const std::filesystem::path& folder) noexcept
     std::shared_ptr<SavingJob> next;
     {
         const std::scoped_lock lock(mutex_);
-        const auto jobs = folders_.find(folder);
-        if (jobs->second.waiting.empty()) {
-            if (--jobs->second.begun == 0) folders_.erase(jobs);
+        const auto entry = folders_.find(folder);
+        Folder& jobs = entry->second;
+        --jobs.begun;
+        if (jobs.begun >= maxBegun) return; // One was canceled while it waited.
+        if (jobs.waiting.empty()) {
+            if (jobs.begun == 0) folders_.erase(entry);
             if (!folders_.empty()) return;
         } else {
-            next = std::move(jobs->second.waiting.front());
-            jobs->second.waiting.pop_front();
+            next = std::move(jobs.waiting.front());
+            jobs.waiting.pop_front();
+            ++jobs.begun;
         }
     }
     try {

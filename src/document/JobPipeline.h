@@ -25,8 +25,10 @@ public:
      * Saves a job as its ticket says, also one that was set aside. Returns at once; any thread.
      * Where recognition or the searchable PDF fails, the document is saved as it was received;
      * where there is no save folder, or that write fails too, the job is set aside.
+     *
+     * `printJob` is told how the job gets on. Canceling it stops the work, and removes the job.
      */
-    void process(std::shared_ptr<SpooledJob> job);
+    void process(std::shared_ptr<SpooledJob> job, std::shared_ptr<PrintJob> printJob);
 
 private:
     /** The jobs of one save folder. A folder that does not answer keeps no other folder's. */
@@ -35,6 +37,8 @@ private:
         std::deque<std::shared_ptr<SavingJob>> waiting;
     };
 
+    bool admit(const std::filesystem::path& folder, const std::shared_ptr<SavingJob>& job);
+    void stopWaiting(const std::filesystem::path& folder, const std::shared_ptr<SavingJob>& job);
     void jobEnded(const std::filesystem::path& folder) noexcept;
 
     const JobEnvironment environment_;

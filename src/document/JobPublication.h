@@ -6,10 +6,12 @@
 #include "document/CompletedJob.h"
 #include "document/JobEnvironment.h"
 #include "document/UnsavedJob.h"
+#include "job/PrintJob.h"
 
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -25,18 +27,23 @@ struct JobHandlers {
 
 /**
  * One job's dealings with its save folder: its PDF goes there or, where that cannot be, the job is
- * set aside. Until one of them is done the job stays in the spool, for the next start.
+ * set aside. Until one of them is done the job stays in the spool, for the next start. How it ends
+ * is told to its PrintJob; of one that is canceled before, nothing is left.
  *
- * All calls are made on the folder's queue.
+ * All calls but `cancel` are made on the folder's queue.
  */
 class JobPublication {
 public:
     /** `ended` is called when this object is destroyed, on any thread; it does not throw. */
     JobPublication(const JobEnvironment& environment, std::shared_ptr<SpooledJob> job,
-                   JobHandlers handlers, std::function<void()> ended);
+                   std::shared_ptr<PrintJob> printJob, JobHandlers handlers,
+                   std::function<void()> ended);
     JobPublication(const JobPublication&) = delete;
     JobPublication& operator=(const JobPublication&) = delete;
     ~JobPublication() { ended_(); }
+
+    const JobTicket& ticket() const { return job_->ticket(); }
+    const std::shared_ptr<PrintJob>& printJob() const { return printJob_; }
 
     /** Opens the document if there is a folder to save it in. Where there is not, or the job is
      *  gone, this was all; a document that cannot be opened is for `publishAsReceived`. */
@@ -49,14 +56,23 @@ public:
     /** Publishes the document, with one more try after a failure. */
     void publishAsReceived(const std::string& plainText);
 
+    /** Has a job whose PrintJob was canceled removed from the spool, in the background: its folder
+     *  may hang. Any thread. */
+    static void discard(const std::shared_ptr<JobPublication>& publication);
+
 private:
+    void removeFromSpool();
     void fallBack(const std::string& error, const std::string& plainText);
     void complete(const std::filesystem::path& file, const std::string& plainText);
     void setAside(std::optional<SystemError> writeError);
 
     const JobEnvironment& environment_;
     Log& log_;
+    /** Held while a job that may be canceled is used: its folder's queue opens it while the
+     *  background queue removes it. */
+    std::mutex mutex_;
     const std::shared_ptr<SpooledJob> job_;
+    const std::shared_ptr<PrintJob> printJob_;
     const bool wasSetAside_;
     const JobHandlers handlers_;
     const std::function<void()> ended_;

@@ -25,18 +25,17 @@ std::string joinedTexts(const std::vector<OCRPageResult>& pages)
 
 } // namespace
 
-SavingJob::SavingJob(const JobEnvironment& environment, std::shared_ptr<SpooledJob> job,
-                     JobHandlers handlers, std::function<void()> ended)
-    : environment_(environment), log_(environment.log), jobName_(job->ticket().jobName),
-      folder_(environment.folders.of(job->ticket().saveDirectory)),
-      publication_(std::make_shared<JobPublication>(environment, std::move(job),
-                                                    std::move(handlers), std::move(ended)))
+SavingJob::SavingJob(const JobEnvironment& environment, std::shared_ptr<JobPublication> publication)
+    : environment_(environment), log_(environment.log), printJob_(publication->printJob()),
+      jobName_(publication->ticket().jobName),
+      folder_(environment.folders.of(publication->ticket().saveDirectory)),
+      publication_(std::move(publication))
 {
 }
 
 SavingJob::~SavingJob()
 {
-    if (!publication_) return;
+    if (!publication_ || printJob_->isCanceled()) return;
     try {
         concludeAsReceived();
     } catch (...) { // NOLINT(bugprone-empty-catch): the job is in the spool
@@ -46,6 +45,12 @@ SavingJob::~SavingJob()
 void SavingJob::begin()
 {
     folder_->async([self = shared_from_this()] { self->open(); });
+}
+
+void SavingJob::cancel()
+{
+    const std::scoped_lock lock(mutex_);
+    if (source_) source_->cancel();
 }
 
 /** Whatever goes wrong in recognition, the document is still to be saved. */
@@ -71,11 +76,18 @@ void SavingJob::takeSource(DocumentAnswer<std::shared_ptr<OpenDocument>> source)
             log_.note("JobPipeline: saving without recognition: " + source.error().description());
         return takePages({});
     }
-    source_ = *std::move(source);
-    environment_.ocr.recognizePages(source_, recognitionResolution,
-                                    [self = shared_from_this()](std::vector<OCRPageResult> pages) {
-                                        self->takePages(std::move(pages));
-                                    });
+    {
+        const std::scoped_lock lock(mutex_);
+        source_ = *std::move(source);
+    }
+    // Either this sees that the job is canceled, or `cancel` sees the document.
+    if (printJob_->isCanceled()) return takePages({});
+    printJob_->process(source_->pageCount());
+    environment_.ocr.recognizePages(
+        source_, recognitionResolution, [printJob = printJob_] { printJob->completePage(); },
+        [self = shared_from_this()](std::vector<OCRPageResult> pages) {
+            self->takePages(std::move(pages));
+        });
 }
 
 void SavingJob::takePages(std::vector<OCRPageResult> pages)
@@ -88,7 +100,7 @@ void SavingJob::write()
 {
     const bool hasSpans =
         std::ranges::any_of(pages_, [](const auto& page) { return !page.spans.empty(); });
-    if (!hasSpans) return concludeAsReceived();
+    if (!hasSpans || printJob_->isCanceled()) return concludeAsReceived();
     PDFEmbedder::writeSearchablePDF(
         *source_, pages_,
         {{"Title", jobName_},

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -16,20 +17,22 @@ namespace korvane {
  * searchable PDF in the spool, and published. Every step ends by asking for the next one, which its
  * completion, the background queue or that of the folder begins. Lives until the last step is done;
  * a job whose next step was dropped, by a queue that has ended or for want of memory, has its
- * document published as it was received.
+ * document published as it was received. One that was canceled takes no further step but the last,
+ * in which nothing is published.
  */
 class SavingJob : public std::enable_shared_from_this<SavingJob> {
 public:
-    /** `ended` is called when nothing is to be done for the job any more, on any thread; it does
-     *  not throw. */
-    SavingJob(const JobEnvironment& environment, std::shared_ptr<SpooledJob> job,
-              JobHandlers handlers, std::function<void()> ended);
+    SavingJob(const JobEnvironment& environment, std::shared_ptr<JobPublication> publication);
     SavingJob(const SavingJob&) = delete;
     SavingJob& operator=(const SavingJob&) = delete;
     ~SavingJob();
 
     /** Returns at once; any thread. */
     void begin();
+
+    /** Stops what workers do for the job, whose PrintJob has been canceled. Returns at once; any
+     *  thread. */
+    void cancel();
 
 private:
     /** The last step, which takes the publication along. */
@@ -44,10 +47,13 @@ private:
 
     const JobEnvironment& environment_;
     Log& log_;
+    const std::shared_ptr<PrintJob> printJob_;
     const std::string jobName_;
     const std::shared_ptr<Queue> folder_;
     /** Null once the last step is on its way. */
     std::shared_ptr<JobPublication> publication_;
+    /** Held to set `source_`, and to use it in `cancel`. */
+    std::mutex mutex_;
     /** Null, and no pages, where the document could not be read. */
     std::shared_ptr<OpenDocument> source_;
     std::vector<OCRPageResult> pages_;

@@ -2,6 +2,7 @@
 #include "ipp/IPPCodec.h"
 #include "text/Text.h"
 
+#include <chrono>
 #include <string_view>
 
 namespace korvane::ipp {
@@ -83,6 +84,24 @@ public:
 
     void operator()(const Text& value) const { appendText(out_, value.tag, name_, value.text); }
 
+    /** In Coordinated Universal Time, as DateAndTime of RFC 2579 has it. */
+    void operator()(const DateTime& value) const
+    {
+        const auto day = std::chrono::floor<std::chrono::days>(value.time);
+        const std::chrono::year_month_day date(day);
+        const std::chrono::hh_mm_ss clock(
+            std::chrono::floor<std::chrono::seconds>(value.time - day));
+        appendRecordHead(out_, IPPTag::dateTime, name_, 11);
+        appendBigEndian<std::uint16_t>(out_, static_cast<std::uint16_t>(int{date.year()}));
+        for (const auto field :
+             {static_cast<long>(unsigned{date.month()}), static_cast<long>(unsigned{date.day()}),
+              clock.hours().count(), clock.minutes().count(), clock.seconds().count(),
+              long{0}, // tenths of a second
+              long{'+'}, long{0}, long{0}}) {
+            out_.append(static_cast<std::uint8_t>(field));
+        }
+    }
+
     /** A collection lies between two records of its own (RFC 8010 section 3.1.6). */
     void operator()(const Collection& value) const
     {
@@ -94,10 +113,7 @@ public:
         appendRecordHead(out_, IPPTag::endCollection, "", 0);
     }
 
-    void operator()(const NoValue& /*value*/) const
-    {
-        appendRecordHead(out_, IPPTag::noValue, name_, 0);
-    }
+    void operator()(const NoValue& value) const { appendRecordHead(out_, value.tag, name_, 0); }
 
 private:
     ByteBuffer& out_;

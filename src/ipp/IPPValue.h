@@ -2,6 +2,7 @@
 
 #include "ipp/IPPTag.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <variant>
@@ -63,16 +64,27 @@ struct Collection {
 };
 bool operator==(const Collection& left, const Collection& right);
 
-/** Stands where the printer has no value to give, whichever out-of-band tag says so. */
+/** A moment, to the second. A received one is a `Text`: nobody asks for it. */
+struct DateTime {
+    std::chrono::system_clock::time_point time;
+
+    friend bool operator==(const DateTime&, const DateTime&) = default;
+};
+
+/** Stands where there is no value to give. In a decoded message it is the same for all out-of-band
+ *  tags. */
 struct NoValue {
+    IPPTag tag = IPPTag::noValue;
+
     friend bool operator==(const NoValue&, const NoValue&) = default;
 };
 
 } // namespace ipp
 
 /** One value of an attribute. */
-using IPPValue = std::variant<ipp::Integer, ipp::Boolean, ipp::EnumValue, ipp::RangeOfInteger,
-                              ipp::Resolution, ipp::Text, ipp::Collection, ipp::NoValue>;
+using IPPValue =
+    std::variant<ipp::Integer, ipp::Boolean, ipp::EnumValue, ipp::RangeOfInteger, ipp::Resolution,
+                 ipp::Text, ipp::DateTime, ipp::Collection, ipp::NoValue>;
 
 /** One member of a collection (RFC 8010 section 3.1.7). */
 struct IPPMember {

@@ -1,7 +1,11 @@
 #include "ipp/PrinterAttributes.h"
 
+#include "ipp/AttributeBuilders.h"
 #include "ipp/DocumentFormat.h"
 #include "ipp/IPPOperation.h"
+#include "ipp/MediaAttributes.h"
+#include "ipp/PrinterModel.h"
+#include "text/Text.h"
 
 #include <algorithm>
 #include <iterator>
@@ -12,71 +16,6 @@
 namespace korvane::ipp {
 
 namespace {
-
-constexpr const char* makeAndModel = "Korvane Virtual Printer";
-
-// The builders are named after the syntax of their values, so that the table below reads like the
-// wire: name, syntax, values.
-
-IPPAttribute keyword(const char* name, std::vector<std::string> values)
-{
-    return makeTextAttribute(name, std::move(values), IPPTag::keyword);
-}
-
-IPPAttribute mimeMediaType(const char* name, std::vector<std::string> values)
-{
-    return makeTextAttribute(name, std::move(values), IPPTag::mimeMediaType);
-}
-
-IPPAttribute uri(const char* name, std::string value)
-{
-    return makeTextAttribute(name, {std::move(value)}, IPPTag::uri);
-}
-
-IPPAttribute nameWithoutLang(const char* name, std::string value)
-{
-    return makeTextAttribute(name, {std::move(value)}, IPPTag::nameWithoutLang);
-}
-
-IPPAttribute textWithoutLang(const char* name, std::string value)
-{
-    return makeTextAttribute(name, {std::move(value)}, IPPTag::textWithoutLang);
-}
-
-IPPAttribute integer(const char* name, const std::vector<std::int32_t>& values)
-{
-    return makeNumberAttribute<Integer>(name, values);
-}
-
-IPPAttribute enumValue(const char* name, const std::vector<std::int32_t>& values)
-{
-    return makeNumberAttribute<EnumValue>(name, values);
-}
-
-IPPAttribute boolean(const char* name, bool value)
-{
-    return {name, {Boolean{value}}};
-}
-
-IPPAttribute rangeOfInteger(const char* name, std::int32_t lower, std::int32_t upper)
-{
-    return {name, {RangeOfInteger{lower, upper}}};
-}
-
-IPPAttribute dotsPerInch(const char* name, std::int32_t dots)
-{
-    return {name, {Resolution{dots, dots, true}}};
-}
-
-IPPAttribute collection(const char* name, std::vector<IPPMember> members)
-{
-    return {name, {Collection{std::move(members)}}};
-}
-
-IPPValue keywordValue(const char* text)
-{
-    return Text{text, IPPTag::keyword};
-}
 
 std::vector<std::int32_t> operationCodes()
 {
@@ -94,36 +33,21 @@ std::int32_t processUpTime()
     return printerUpTime(base, std::chrono::system_clock::now());
 }
 
-/** Plain A4 paper from whichever tray, printable to its edges (PWG 5100.3 section 3.13). */
-std::vector<IPPMember> defaultMedia()
-{
-    const Collection a4{{{"x-dimension", Integer{21000}}, {"y-dimension", Integer{29700}}}};
-    return {
-        {"media-size", a4}, // like the margins, in hundredths of a millimeter
-        {"media-type", keywordValue("stationery")},
-        {"media-source", keywordValue("auto")},
-        {"media-top-margin", Integer{0}},
-        {"media-bottom-margin", Integer{0}},
-        {"media-left-margin", Integer{0}},
-        {"media-right-margin", Integer{0}},
-    };
-}
-
 } // namespace
 
 IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
 {
     IPPAttribute table[] = {
         // Which printer it is, and where.
-        uri("printer-uri-supported", descriptor.uri),
+        uri("printer-uri-supported", {descriptor.uri}),
         keyword("uri-security-supported", {"none"}),
         keyword("uri-authentication-supported", {"none"}),
         nameWithoutLang("printer-name", descriptor.name),
-        uri("printer-uuid", "urn:uuid:" + descriptor.uuid),
+        uri("printer-uuid", {"urn:uuid:" + descriptor.uuid}),
         textWithoutLang("printer-location", descriptor.location),
-        textWithoutLang("printer-info", makeAndModel),
-        textWithoutLang("printer-make-and-model", makeAndModel),
-        uri("printer-more-info", moreInfoURI(descriptor)),
+        textWithoutLang("printer-info", model::makeAndModel),
+        textWithoutLang("printer-make-and-model", model::makeAndModel),
+        uri("printer-more-info", {moreInfoURI(descriptor)}),
 
         // How it is doing: 3 is idle (RFC 8011 section 5.4.11).
         enumValue("printer-state", {3}),
@@ -174,10 +98,8 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
         rangeOfInteger("job-priority-supported", 1, 100),
         keyword("output-bin-default", {"face-down"}),
         keyword("output-bin-supported", {"face-down"}),
-        collection("media-col-default", defaultMedia()),
-        keyword("media-col-supported",
-                {"media-size", "media-type", "media-source", "media-top-margin",
-                 "media-bottom-margin", "media-left-margin", "media-right-margin"}),
+        IPPAttribute{"media-col-default", {defaultMediaCollection()}},
+        keyword("media-col-supported", mediaCollectionMembers()),
 
         // What driverless clients look for besides (PWG 5100.13, 5102.4).
         keyword("pwg-raster-document-type-supported", {"sgray_8", "srgb_8"}),
@@ -203,6 +125,12 @@ std::string moreInfoURI(const PrinterDescriptor& descriptor)
     authority = authority.substr(0, authority.find('/'));
     if (authority.empty()) return "http://localhost/";
     return "http://" + std::string(authority) + "/";
+}
+
+std::string shortText(std::string_view text)
+{
+    constexpr std::size_t maxLength = 127;
+    return std::string(text::prefixOfSequences(text, maxLength));
 }
 
 std::int32_t printerUpTime(std::chrono::system_clock::time_point base,

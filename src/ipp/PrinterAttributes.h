@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace korvane::ipp {
 
@@ -18,6 +19,10 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor);
 /** The page about the printer: the root of the web server behind its "ipp://" URI, or of localhost
  *  when it has no such URI. */
 std::string moreInfoURI(const PrinterDescriptor& descriptor);
+
+/** As much of a printer's name or description as fits the 127 bytes that it may have (RFC 8011
+ *  section 5.4). */
+std::string shortText(std::string_view text);
 
 /** The whole seconds from `base` to `now`, at least 1, as printer-up-time counts them (RFC 8011
  *  section 5.4.29). */

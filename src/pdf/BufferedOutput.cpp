@@ -15,11 +15,8 @@ void BufferedOutput::append(std::span<const std::uint8_t> bytes)
         pass(pending_.bytes());
         pending_.consume(pending_.size());
     }
-    if (bytes.size() > pieceSize) {
-        pass(bytes);
-    } else {
-        pending_.append(bytes);
-    }
+    for (; bytes.size() > pieceSize; bytes = bytes.subspan(pieceSize)) pass(bytes.first(pieceSize));
+    pending_.append(bytes);
 }
 
 void BufferedOutput::append(std::string_view text)

@@ -4,26 +4,44 @@
 
 #include <array>
 #include <charconv>
+#include <string>
 #include <utility>
 
 namespace korvane {
 
 namespace {
 
-std::string_view deviceColorSpace(std::size_t components)
-{
-    if (components == 1) return "/DeviceGray";
-    return components == 3 ? "/DeviceRGB" : "/DeviceCMYK";
-}
-
-} // namespace
-
+/** The shortest decimal number that reads back as `value`; PDF knows no exponents. */
 std::string pdfNumber(double value)
 {
     std::array<char, 400> digits{};
     const auto end =
         std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed).ptr;
     return {digits.begin(), end};
+}
+
+/**
+ * Draws the image over the whole page but for a ten-thousandth of a pixel at each side. Poppler
+ * counts the device pixel behind an edge that lies on a pixel boundary as part of the image; it
+ * would stretch, and so blur, a page that is rendered at its own resolution.
+ */
+std::string pageContent(const ImagePage& page)
+{
+    const double inset = page.pixel / 10000;
+    const double width = page.width - 2 * inset;
+    const double height = page.height - 2 * inset;
+    const auto& [a, b, c, d, e, f] = page.turn;
+    return fmt::format("q {} {} {} {} {} {} cm /Im0 Do Q", pdfNumber(a * width),
+                       pdfNumber(b * height), pdfNumber(c * width), pdfNumber(d * height),
+                       pdfNumber(inset + e * width), pdfNumber(inset + f * height));
+}
+
+} // namespace
+
+std::string_view deviceColorSpace(std::size_t components)
+{
+    if (components == 1) return "/DeviceGray";
+    return components == 3 ? "/DeviceRGB" : "/DeviceCMYK";
 }
 
 PDFObjectWriter::PDFObjectWriter(BufferedOutput::Sink output)
@@ -62,15 +80,15 @@ PDFObjectWriter::ObjectNumber PDFObjectWriter::addColorSpace(std::size_t compone
     return addObject(fmt::format("[/ICCBased {} 0 R]", stream));
 }
 
-void PDFObjectWriter::addPage(double width, double height, std::string_view content,
-                              ObjectNumber image)
+void PDFObjectWriter::addPage(const ImagePage& page, ObjectNumber image)
 {
+    const std::string content = pageContent(page);
     const ObjectNumber contentStream =
         addStream("", {reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
-    pages_.push_back(addObject(
-        fmt::format("<< /Type /Page /Parent {} 0 R /MediaBox [0 0 {} {}]"
-                    " /Resources << /XObject << /Im0 {} 0 R >> >> /Contents {} 0 R >>",
-                    pageTree_, pdfNumber(width), pdfNumber(height), image, contentStream)));
+    pages_.push_back(addObject(fmt::format(
+        "<< /Type /Page /Parent {} 0 R /MediaBox [0 0 {} {}]"
+        " /Resources << /XObject << /Im0 {} 0 R >> >> /Contents {} 0 R >>",
+        pageTree_, pdfNumber(page.width), pdfNumber(page.height), image, contentStream)));
 }
 
 Result<void, SystemError> PDFObjectWriter::finish()

@@ -3,18 +3,18 @@
 #include "base/Result.h"
 #include "base/SystemError.h"
 #include "pdf/BufferedOutput.h"
+#include "pdf/ImagePage.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
 namespace korvane {
 
-/** The shortest decimal number that reads back as `value`; PDF knows no exponents. */
-std::string pdfNumber(double value);
+/** Of 1, 3 or 4 components: gray, RGB or CMYK. */
+std::string_view deviceColorSpace(std::size_t components);
 
 /** Writes a PDF document (ISO 32000-1), object after object, of pages that show one image each.
  *  Throws std::bad_alloc, and the document is lost then. */
@@ -33,8 +33,7 @@ public:
     /** The color space of an ICC profile with 1, 3 or 4 components. */
     ObjectNumber addColorSpace(std::size_t components, std::span<const std::uint8_t> profile);
 
-    /** A page of this size in points, whose content draws the image as /Im0. */
-    void addPage(double width, double height, std::string_view content, ObjectNumber image);
+    void addPage(const ImagePage& page, ObjectNumber image);
 
     /** The bytes written so far. */
     std::uint64_t size() const { return pdf_.size(); }

@@ -5,6 +5,7 @@
 #include <array>
 #include <initializer_list>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace korvane::icc {
@@ -67,6 +68,16 @@ Data sRGBCurve()
     putUInt16(out, 3);
     putUInt16(out, 0);
     putFixed(out, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045});
+    return out.take();
+}
+
+/** x ^ exponent. */
+Data powerCurve(double exponent)
+{
+    ByteBuffer out = element("para");
+    putUInt16(out, 0);
+    putUInt16(out, 0);
+    putFixed(out, {exponent});
     return out.take();
 }
 
@@ -133,6 +144,14 @@ Data profile(std::string_view colorSpace, const std::vector<Tag>& tags)
     return out.take();
 }
 
+Data grayProfile(std::string_view description, Data curve)
+{
+    return profile("GRAY", {{"desc", textElement(description)},
+                            {"cprt", textElement("CC0")},
+                            {"wtpt", whitePoint()},
+                            {"kTRC", std::move(curve)}});
+}
+
 } // namespace
 
 Data sRGBProfile()
@@ -152,10 +171,12 @@ Data sRGBProfile()
 
 Data linearGrayProfile()
 {
-    return profile("GRAY", {{"desc", textElement("Linear gray")},
-                            {"cprt", textElement("CC0")},
-                            {"wtpt", whitePoint()},
-                            {"kTRC", identityCurve()}});
+    return grayProfile("Linear gray", identityCurve());
+}
+
+Data gamma22GrayProfile()
+{
+    return grayProfile("Gray gamma 2.2", powerCurve(2.2));
 }
 
 } // namespace korvane::icc

@@ -14,4 +14,7 @@ Data sRGBProfile();
 /** Gray whose value is proportional to luminance, white being D50. */
 Data linearGrayProfile();
 
+/** Gray whose luminance is the value's power of 2.2, white being D50. */
+Data gamma22GrayProfile();
+
 } // namespace korvane::icc

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -14,24 +15,25 @@ namespace {
 /** Measured on pages of text: a level more gains little, and from 8 on costs a multiple. */
 constexpr int compressionLevel = 6;
 
-constexpr double pointsPerInch = 72;
-
 /** In points; the product is exact. */
 double pointSize(std::size_t pixels, std::size_t resolution)
 {
     return static_cast<double>(pixels * 72) / static_cast<double>(resolution);
 }
 
-/**
- * Draws the image over the whole page but for a ten-thousandth of a pixel at each side. Poppler
- * counts the device pixel behind an edge that lies on a pixel boundary as part of the image; it
- * would stretch, and so blur, a page that is rendered at its own resolution.
- */
-std::string pageContent(double width, double height, double pixel)
+/** What the values of a color that has a profile mean. */
+struct ColorProfile {
+    std::size_t components = 1;
+    Data (*make)() = nullptr;
+};
+
+ColorProfile colorProfile(RasterPage::Color color)
 {
-    const double inset = pixel / 10000;
-    return fmt::format("q {0} 0 0 {1} {2} {2} cm /Im0 Do Q", pdfNumber(width - 2 * inset),
-                       pdfNumber(height - 2 * inset), pdfNumber(inset));
+    switch (color) {
+    case RasterPage::Color::linearGray: return {1, icc::linearGrayProfile};
+    case RasterPage::Color::gamma22Gray: return {1, icc::gamma22GrayProfile};
+    default: return {3, icc::sRGBProfile};
+    }
 }
 
 } // namespace
@@ -44,7 +46,7 @@ RasterPDFWriter::RasterPDFWriter(BufferedOutput::Sink output)
 void RasterPDFWriter::beginPage(const RasterPage& page)
 {
     page_ = page;
-    pixels_.begin(page.width * page.bytesPerPixel() * page.height);
+    pixels_.begin(page.rowSize() * page.height);
 }
 
 void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t count)
@@ -54,11 +56,12 @@ void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t cou
 
 Result<void, SystemError> RasterPDFWriter::endPage()
 {
-    const double width = pointSize(page_.width, page_.resolution);
-    const double height = pointSize(page_.height, page_.resolution);
-    const std::string content =
-        pageContent(width, height, pointsPerInch / static_cast<double>(page_.resolution));
-    pdf_.addPage(width, height, content, addImage());
+    const double across = pointSize(1, page_.horizontalResolution);
+    const double down = pointSize(1, page_.verticalResolution);
+    pdf_.addPage({.width = pointSize(page_.width, page_.horizontalResolution),
+                  .height = pointSize(page_.height, page_.verticalResolution),
+                  .pixel = std::min(across, down)},
+                 addImage());
     return pdf_.status();
 }
 
@@ -67,28 +70,34 @@ Result<void, SystemError> RasterPDFWriter::finish()
     return pdf_.finish();
 }
 
+std::string RasterPDFWriter::colorEntries(RasterPage::Color color)
+{
+    if (color == RasterPage::Color::black)
+        return "/ColorSpace /DeviceGray /BitsPerComponent 1 /Decode [1 0]";
+    return fmt::format("/ColorSpace {} 0 R /BitsPerComponent 8", colorSpace(color));
+}
+
 RasterPDFWriter::ObjectNumber RasterPDFWriter::colorSpace(RasterPage::Color color)
 {
-    std::optional<ObjectNumber>& known = colorSpaces_[static_cast<std::size_t>(color)];
-    if (!known) {
-        known = color == RasterPage::Color::linearGray
-                    ? pdf_.addColorSpace(1, icc::linearGrayProfile().bytes())
-                    : pdf_.addColorSpace(3, icc::sRGBProfile().bytes());
+    const auto [place, isNew] = colorSpaces_.try_emplace(color);
+    if (isNew) {
+        const ColorProfile profile = colorProfile(color);
+        place->second = pdf_.addColorSpace(profile.components, profile.make().bytes());
     }
-    return *known;
+    return place->second;
 }
 
 RasterPDFWriter::ObjectNumber RasterPDFWriter::addImage()
 {
     pixels_.end();
     compressor_.compress(pixels_.bytes(), compressed_);
-    const ObjectNumber image = pdf_.addStream(
-        fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} /ColorSpace {} 0 R"
-                    " /BitsPerComponent 8 /Interpolate true /Filter {}",
-                    page_.width, page_.height, colorSpace(page_.color),
-                    pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
-                                               : "/FlateDecode"),
-        compressed_.bytes());
+    const ObjectNumber image =
+        pdf_.addStream(fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} {}"
+                                   " /Interpolate true /Filter {}",
+                                   page_.width, page_.height, colorEntries(page_.color),
+                                   pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
+                                                              : "/FlateDecode"),
+                       compressed_.bytes());
     compressed_.consume(compressed_.size());
     return image;
 }

@@ -6,31 +6,15 @@
 #include "lib/deflate/ZlibCompressor.h"
 #include "pdf/PDFObjectWriter.h"
 #include "raster/PixelStream.h"
+#include "raster/RasterPage.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <map>
 #include <span>
+#include <string>
 
 namespace korvane {
-
-/** A page that consists of one raster image. */
-struct RasterPage {
-    enum class Color {
-        sRGB,       ///< three bytes a pixel: red, green, blue
-        linearGray, ///< one byte a pixel, proportional to luminance
-    };
-
-    Color color = Color::sRGB;
-    /** In pixels, both at least 1. */
-    std::size_t width = 0;
-    std::size_t height = 0;
-    /** Pixels per inch, at least 1. */
-    std::size_t resolution = 0;
-
-    std::size_t bytesPerPixel() const { return color == Color::sRGB ? 3 : 1; }
-};
 
 /**
  * Writes a PDF document (ISO 32000-1) of raster pages, keeping no more than one page in memory.
@@ -43,8 +27,8 @@ public:
 
     void beginPage(const RasterPage& page);
 
-    /** The next `count` rows of the page from the top, all alike and each exactly as long as the
-     * page is wide. */
+    /** The next `count` rows of the page from the top, all alike and each of the page's row size.
+     */
     void addRows(std::span<const std::uint8_t> row, std::size_t count);
 
     /** Ends the page, all of whose rows have been added. Fails once the output has failed. */
@@ -59,11 +43,13 @@ public:
 private:
     using ObjectNumber = PDFObjectWriter::ObjectNumber;
 
+    /** The entries of an image that say what its values mean. */
+    std::string colorEntries(RasterPage::Color color);
     ObjectNumber colorSpace(RasterPage::Color color);
     ObjectNumber addImage();
 
     PDFObjectWriter pdf_;
-    std::array<std::optional<ObjectNumber>, 2> colorSpaces_;
+    std::map<RasterPage::Color, ObjectNumber> colorSpaces_;
     RasterPage page_;
     PixelStream pixels_;
     ByteBuffer compressed_;

@@ -15,7 +15,7 @@ struct DocumentError {
         needsPassword, ///< encrypted for those who know the password
         noPage,        ///< the page does not exist or cannot be rendered
         recognition,   ///< the recognizer failed; `detail` is its message
-        conversion,    ///< no raster document, or a damaged one; `detail` tells why
+        conversion,    ///< damaged, or not of the kind that it was taken for; `detail` tells why
         cannotWrite,   ///< what was made of it could not be written, as `system` tells
         worker,        ///< the request to a worker failed, as `failure` tells
     };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ipp/PaperSize.h"
 #include "page/BitmapSize.h"
 #include "page/PDFRect.h"
 #include "page/PDFWriteError.h"
@@ -50,6 +51,12 @@ void fields(auto& coder, FieldsOf<PDFRect> auto& rect)
     coder.number(rect.y, -bounds::coordinate, bounds::coordinate);
     coder.number(rect.width, -bounds::coordinate, bounds::coordinate);
     coder.number(rect.height, -bounds::coordinate, bounds::coordinate);
+}
+
+void fields(auto& coder, FieldsOf<PaperSize> auto& paper)
+{
+    coder.number(paper.width, 1, INT32_MAX);
+    coder.number(paper.height, 1, INT32_MAX);
 }
 
 void fields(auto& coder, FieldsOf<PageInfo> auto& page)

@@ -2,6 +2,7 @@
 
 #include "base/DocumentFile.h"
 #include "base/FileDescriptor.h"
+#include "ipp/PaperSize.h"
 #include "page/DocumentInformation.h"
 #include "page/PDFWriteError.h"
 #include "page/PageInfo.h"
@@ -144,16 +145,23 @@ void fields(auto& coder, FieldsOf<WriteDocument::Answer> auto& answer)
     coder.optional(answer.error);
 }
 
+/** A document was written. */
+struct WrittenDocument {
+    std::uint64_t length = 0;
+};
+
+void fields(auto& coder, FieldsOf<WrittenDocument> auto& answer)
+{
+    coder.number(answer.length, 0, INT64_MAX);
+}
+
 /** Makes PDF of a raster document. */
 struct ConvertRaster {
     DocumentFile raster;
     /** Written to from where it stands. */
     SharedDescriptor output;
 
-    struct Answer {
-        /** Of the PDF. */
-        std::uint64_t length = 0;
-    };
+    using Answer = WrittenDocument;
 };
 
 void fields(auto& coder, FieldsOf<ConvertRaster> auto& request)
@@ -162,9 +170,39 @@ void fields(auto& coder, FieldsOf<ConvertRaster> auto& request)
     coder.descriptor(request.output);
 }
 
-void fields(auto& coder, FieldsOf<ConvertRaster::Answer> auto& answer)
+/** Makes PDF of a JPEG file. */
+struct ConvertPicture {
+    DocumentFile picture;
+    PaperSize paper;
+    /** Written to from where it stands. */
+    SharedDescriptor output;
+
+    using Answer = WrittenDocument;
+};
+
+void fields(auto& coder, FieldsOf<ConvertPicture> auto& request)
 {
-    coder.number(answer.length, 0, INT64_MAX);
+    coder.document(request.picture);
+    fields(coder, request.paper);
+    coder.descriptor(request.output);
+}
+
+/** Decompresses a document. */
+struct Decompress {
+    DocumentFile compressed;
+    /** Bytes that may be written; where that is too few, the answer is ENOSPC. */
+    std::uint64_t room = 0;
+    /** Written to from where it stands. */
+    SharedDescriptor output;
+
+    using Answer = WrittenDocument;
+};
+
+void fields(auto& coder, FieldsOf<Decompress> auto& request)
+{
+    coder.document(request.compressed);
+    coder.number(request.room, 0, INT64_MAX);
+    coder.descriptor(request.output);
 }
 
 /** The document and the bitmap of the latest requests are not needed any more. */
@@ -176,7 +214,7 @@ void fields(auto& /*coder*/, FieldsOf<ReleaseDocument> auto& /*request*/) {}
 
 /** All of them. The code of a request is its place here, counted from 1. */
 using All = std::tuple<ListLanguages, OpenDocument, ReadPages, RecognizePage, WriteDocument,
-                       ReleaseDocument, ConvertRaster>;
+                       ReleaseDocument, ConvertRaster, ConvertPicture, Decompress>;
 
 template <typename Request>
 consteval std::uint16_t codeOf()

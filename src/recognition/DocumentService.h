@@ -3,6 +3,7 @@
 #include "base/DocumentFile.h"
 #include "base/FileDescriptor.h"
 #include "base/Result.h"
+#include "ipp/PaperSize.h"
 #include "page/DocumentInformation.h"
 #include "page/PDFWriteError.h"
 #include "page/PageInfo.h"
@@ -22,8 +23,8 @@ namespace korvane {
 template <typename T>
 using DocumentAnswer = Result<T, DocumentError>;
 
-/** Called once, on a queue of the service's own or, when it has ended, on the calling thread; must
- *  not block. */
+/** Called once, on a queue of the service's own or, when it has ended or the document is cancelled,
+ *  on the calling thread; must not block. */
 template <typename T>
 using DocumentCompletion = std::function<void(DocumentAnswer<T>)>;
 
@@ -55,6 +56,10 @@ public:
     virtual void write(std::vector<PageTextLayer> layers, DocumentInformation information,
                        SharedDescriptor output,
                        std::function<void(Result<void, PDFWriteError>)> completion) = 0;
+
+    /** The document is no longer wanted: requests that are pending, and any made later, fail as
+     *  cancelled, also those that a worker is carrying out. */
+    virtual void cancel() = 0;
 };
 
 /** Opens documents. */
@@ -69,6 +74,17 @@ public:
      *  how long it is. */
     virtual void convertRaster(const DocumentFile& raster, SharedDescriptor output,
                                DocumentCompletion<std::uint64_t> completion) = 0;
+
+    /** The same for a JPEG file, which becomes one page, no larger than the paper. */
+    virtual void convertPicture(const DocumentFile& picture, const PaperSize& paper,
+                                SharedDescriptor output,
+                                DocumentCompletion<std::uint64_t> completion) = 0;
+
+    /** Writes to `output`, whose former content is replaced, what gzip or deflate made a document
+     *  of, and says how long it is. Fails with ENOSPC when it is longer than `room`. */
+    virtual void decompress(const DocumentFile& compressed, std::uint64_t room,
+                            SharedDescriptor output,
+                            DocumentCompletion<std::uint64_t> completion) = 0;
 
     /** The languages whose data is installed, as Tesseract names them ("deu"), in ascending order;
      *  empty without any. */

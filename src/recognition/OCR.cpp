@@ -17,10 +17,11 @@ OCR::OCR(Queues& queues, DocumentService& documents, std::vector<std::string> us
 {
 }
 
-void OCR::recognizePages(std::shared_ptr<OpenDocument> document, double dpi, Completion completion)
+void OCR::recognizePages(std::shared_ptr<OpenDocument> document, double dpi, PageDone pageDone,
+                         Completion completion)
 {
-    const auto run =
-        std::make_shared<RecognitionRun>(context_, std::move(document), dpi, std::move(completion));
+    const auto run = std::make_shared<RecognitionRun>(context_, std::move(document), dpi,
+                                                      std::move(pageDone), std::move(completion));
     context_->queue->async([run] { run->start(); });
 }
 

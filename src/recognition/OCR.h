@@ -24,6 +24,10 @@ public:
      *  counted) has a text layer. */
     static constexpr std::size_t textLayerMinimumCharacters = 24;
 
+    /** Called on OCR's queue for each page that needs nothing more: it has its text, or will have
+     *  none. Pages are done in any order. */
+    using PageDone = std::function<void()>;
+
     /** Called once, on OCR's queue or, when that has ended, on any thread; must not block. */
     using Completion = std::function<void(std::vector<OCRPageResult>)>;
 
@@ -36,9 +40,10 @@ public:
      * One result for each page, in order, with spans and the page's size at `dpi` pixels per inch
      * for those that were recognized. Errors are logged: a page that failed has no text, and a
      * document that cannot be read no results. What has not been recognized when the agent shuts
-     * down has no text either, which is not logged.
+     * down, or the document is cancelled, has no text either, which is not logged.
      */
-    void recognizePages(std::shared_ptr<OpenDocument> document, double dpi, Completion completion);
+    void recognizePages(std::shared_ptr<OpenDocument> document, double dpi, PageDone pageDone,
+                        Completion completion);
 
 private:
     std::shared_ptr<struct RecognitionContext> context_;

@@ -46,9 +46,10 @@ std::size_t sizeInMessage(const TextLine& line)
 
 RecognitionRun::RecognitionRun(std::shared_ptr<RecognitionContext> context,
                                std::shared_ptr<OpenDocument> document, double dpi,
-                               OCR::Completion completion)
+                               OCR::PageDone pageDone, OCR::Completion completion)
     : context_(std::move(context)), log_(context_->log), document_(std::move(document)), dpi_(dpi),
-      pageCount_(document_->pageCount()), completion_(std::move(completion))
+      pageCount_(document_->pageCount()), pageDone_(std::move(pageDone)),
+      completion_(std::move(completion))
 {
 }
 
@@ -121,13 +122,14 @@ void RecognitionRun::takePage(const PageInfo& page)
     const std::string_view text = text::trimmingSpace(page.text);
     const std::size_t characters = text::characterCount(text);
     if (characters < OCR::textLayerMinimumCharacters) {
-        if (page.exists) withoutText_.push_back(index);
+        page.exists ? withoutText_.push_back(index) : pageDone_();
         return;
     }
     log_.note(fmt::format("OCR: page {} already has a text layer ({} chars); skipping OCR",
                           index + 1, characters));
     result.plainText = text::prefixOfSequences(text, maxText - textKept_);
     textKept_ += result.plainText.size();
+    pageDone_();
 }
 
 /** What shows on it may still be recognized. */
@@ -145,6 +147,7 @@ void RecognitionRun::askForLanguages()
     if (withoutText_.size() > maxRecognized) {
         log_.note(fmt::format("OCR: {} pages are without text; recognizing the first {}",
                               withoutText_.size(), maxRecognized));
+        for (std::size_t page = maxRecognized; page < withoutText_.size(); ++page) pageDone_();
         withoutText_.resize(maxRecognized);
     }
     context_->documents.languages(onQueue<std::vector<std::string>>(
@@ -172,7 +175,11 @@ void RecognitionRun::recognizeMore()
     const std::size_t maxPending = context_->documents.parallelism() + 1;
     while (pending_ < maxPending && next_ < withoutText_.size()) {
         const auto page = std::make_shared<Page>(Page{.index = withoutText_[next_++]});
-        if (recognizeInNextLanguage(page)) ++pending_;
+        if (recognizeInNextLanguage(page)) {
+            ++pending_;
+        } else {
+            pageDone_();
+        }
     }
     if (pending_ == 0) finish();
 }
@@ -212,6 +219,7 @@ void RecognitionRun::takeReading(const std::shared_ptr<Page>& page,
         problems_.add(page->index, Kind::notRecognized, error.what());
     }
     --pending_;
+    pageDone_();
     recognizeMore();
 }
 
@@ -270,7 +278,7 @@ void RecognitionRun::fail(std::size_t page, const DocumentError& error)
         results_[page].pageImage = sizeAt(dpi_, results_[page].pageRect);
 }
 
-/** The agent shuts down: pages have what was recognized until now. */
+/** The agent shuts down, or the document is cancelled: pages have what was recognized until now. */
 void RecognitionRun::stop()
 {
     results_.resize(pageCount_);

@@ -23,7 +23,8 @@ namespace korvane {
 class RecognitionRun : public std::enable_shared_from_this<RecognitionRun> {
 public:
     RecognitionRun(std::shared_ptr<RecognitionContext> context,
-                   std::shared_ptr<OpenDocument> document, double dpi, OCR::Completion completion);
+                   std::shared_ptr<OpenDocument> document, double dpi, OCR::PageDone pageDone,
+                   OCR::Completion completion);
     RecognitionRun(const RecognitionRun&) = delete;
     RecognitionRun& operator=(const RecognitionRun&) = delete;
     /** A queue that has ended drops its tasks: what was recognized until then is the result. */
@@ -66,6 +67,7 @@ private:
     const std::shared_ptr<OpenDocument> document_;
     const double dpi_;
     const std::size_t pageCount_;
+    const OCR::PageDone pageDone_;
     OCR::Completion completion_;
 
     std::vector<OCRPageResult> results_;

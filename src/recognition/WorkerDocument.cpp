@@ -57,32 +57,52 @@ WorkerDocument::WorkerDocument(WorkerService& workers, DocumentFile pdf)
 
 WorkerDocument::~WorkerDocument()
 {
+    endRequests();
+}
+
+void WorkerDocument::cancel()
+{
+    isCancelled_ = true;
+    endRequests();
+}
+
+void WorkerDocument::endRequests()
+{
     workers_.end(job_, requests::codeOf<requests::ReleaseDocument>());
+}
+
+template <typename Request>
+void WorkerDocument::ask(const Request& request, WorkerRequest terms,
+                         DocumentCompletion<typename Request::Answer> completion)
+{
+    if (isCancelled_) return completion(failure(workerError({WorkerFailure::Kind::cancelled})));
+    call(workers_, job_, request, std::move(terms), std::move(completion));
+    // Another thread's `cancel` may have come too early for this one.
+    if (isCancelled_) endRequests();
 }
 
 void WorkerDocument::readPages(std::size_t first, std::size_t count,
                                DocumentCompletion<std::vector<PageInfo>> completion)
 {
-    call(workers_, job_, requests::ReadPages{.document = source(), .first = first, .count = count},
-         {.limit = stepLimit},
-         [count,
-          completion = std::move(completion)](DocumentAnswer<requests::ReadPages::Answer> answer) {
-             if (!answer) return completion(failure(std::move(answer).error()));
-             if (answer->pages.size() != count)
-                 return completion(failure(workerError({WorkerFailure::Kind::invalidResponse})));
-             completion(std::move(answer->pages));
-         });
+    ask(requests::ReadPages{.document = source(), .first = first, .count = count},
+        {.limit = stepLimit},
+        [count,
+         completion = std::move(completion)](DocumentAnswer<requests::ReadPages::Answer> answer) {
+            if (!answer) return completion(failure(std::move(answer).error()));
+            if (answer->pages.size() != count)
+                return completion(failure(workerError({WorkerFailure::Kind::invalidResponse})));
+            completion(std::move(answer->pages));
+        });
 }
 
 void WorkerDocument::recognizePage(std::size_t page, double resolution, std::string language,
                                    DocumentCompletion<PageReading> completion)
 {
-    call(workers_, job_,
-         requests::RecognizePage{.document = source(),
-                                 .page = page,
-                                 .resolution = resolution,
-                                 .language = std::move(language)},
-         {.limit = recognitionLimit, .page = page}, std::move(completion));
+    ask(requests::RecognizePage{.document = source(),
+                                .page = page,
+                                .resolution = resolution,
+                                .language = std::move(language)},
+        {.limit = recognitionLimit, .page = page}, std::move(completion));
 }
 
 void WorkerDocument::write(std::vector<PageTextLayer> layers, DocumentInformation information,
@@ -93,18 +113,17 @@ void WorkerDocument::write(std::vector<PageTextLayer> layers, DocumentInformatio
         return completion(failure(PDFWriteError{.kind = PDFWriteError::Kind::cannotWrite,
                                                 .detail = SystemError::last().description()}));
     const std::chrono::seconds copyingTime(pdf_.length / bytesCopiedPerSecond);
-    call(workers_, job_,
-         requests::WriteDocument{.document = source(),
-                                 .layers = std::move(layers),
-                                 .information = std::move(information),
-                                 .output = output},
-         {.limit = stepLimit + copyingTime,
-          .reservedTime = writeReservedTime + copyingTime,
-          .beforeRetry = [output] { return truncateAndRewind(*output); }},
-         [completion = std::move(completion)](
-             const DocumentAnswer<requests::WriteDocument::Answer>& answer) {
-             completion(writeResult(answer));
-         });
+    ask(requests::WriteDocument{.document = source(),
+                                .layers = std::move(layers),
+                                .information = std::move(information),
+                                .output = output},
+        {.limit = stepLimit + copyingTime,
+         .reservedTime = writeReservedTime + copyingTime,
+         .beforeRetry = [output] { return truncateAndRewind(*output); }},
+        [completion =
+             std::move(completion)](const DocumentAnswer<requests::WriteDocument::Answer>& answer) {
+            completion(writeResult(answer));
+        });
 }
 
 } // namespace korvane

@@ -5,6 +5,7 @@
 #include "recognition/DocumentService.h"
 #include "workerpool/WorkerService.h"
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -36,8 +37,14 @@ public:
     void write(std::vector<PageTextLayer> layers, DocumentInformation information,
                SharedDescriptor output,
                std::function<void(Result<void, PDFWriteError>)> completion) override;
+    void cancel() override;
 
 private:
+    template <typename Request>
+    void ask(const Request& request, WorkerRequest terms,
+             DocumentCompletion<typename Request::Answer> completion);
+    void endRequests();
+
     requests::SourceDocument source() const { return {.number = job_.number, .content = pdf_}; }
 
     WorkerService& workers_;
@@ -45,6 +52,7 @@ private:
     /** All requests share it. */
     const DocumentFile pdf_;
     std::size_t pageCount_ = 0;
+    std::atomic<bool> isCancelled_ = false;
 };
 
 } // namespace korvane

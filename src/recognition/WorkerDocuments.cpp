@@ -11,9 +11,36 @@ namespace korvane {
 
 namespace {
 
+using std::chrono::minutes;
+
 /** For the most pixels that a document may have, 16 GiB, at 20 MiB a second: noise, which is the
  *  slowest to compress, on a slow computer. */
-constexpr std::chrono::milliseconds conversionLimit = std::chrono::minutes(14);
+constexpr minutes rasterLimit(14);
+
+/** For 4 GiB at 14 MiB a second, which slow disks write. */
+constexpr minutes copyLimit(5);
+
+/** Has a worker write a file, whose former content is replaced, and checks how long it is. */
+template <typename Request>
+void write(WorkerService& workers, const Request& request, std::chrono::milliseconds limit,
+           DocumentCompletion<std::uint64_t> completion)
+{
+    const SharedDescriptor output = request.output;
+    if (!truncateAndRewind(*output))
+        return completion(failure(DocumentError{.kind = DocumentError::Kind::cannotWrite,
+                                                .system = SystemError::last()}));
+    call(workers, workers.makeJob(), request,
+         {.limit = limit,
+          .reservedTime = limit,
+          .beforeRetry = [output] { return truncateAndRewind(*output); }},
+         [output, completion = std::move(completion)](
+             const DocumentAnswer<requests::WrittenDocument>& answer) {
+             if (!answer) return completion(failure(answer.error()));
+             if (!hasLength(*output, answer->length))
+                 return completion(failure(workerError({WorkerFailure::Kind::invalidResponse})));
+             completion(answer->length);
+         });
+}
 
 } // namespace
 
@@ -26,20 +53,26 @@ void WorkerDocuments::open(const DocumentFile& pdf,
 void WorkerDocuments::convertRaster(const DocumentFile& raster, SharedDescriptor output,
                                     DocumentCompletion<std::uint64_t> completion)
 {
-    if (!truncateAndRewind(*output))
-        return completion(failure(DocumentError{.kind = DocumentError::Kind::cannotWrite,
-                                                .system = SystemError::last()}));
-    call(workers_, workers_.makeJob(), requests::ConvertRaster{.raster = raster, .output = output},
-         {.limit = conversionLimit,
-          .reservedTime = conversionLimit,
-          .beforeRetry = [output] { return truncateAndRewind(*output); }},
-         [output, completion = std::move(completion)](
-             const DocumentAnswer<requests::ConvertRaster::Answer>& answer) {
-             if (!answer) return completion(failure(answer.error()));
-             if (!hasLength(*output, answer->length))
-                 return completion(failure(workerError({WorkerFailure::Kind::invalidResponse})));
-             completion(answer->length);
-         });
+    write(workers_, requests::ConvertRaster{.raster = raster, .output = std::move(output)},
+          rasterLimit, std::move(completion));
+}
+
+void WorkerDocuments::convertPicture(const DocumentFile& picture, const PaperSize& paper,
+                                     SharedDescriptor output,
+                                     DocumentCompletion<std::uint64_t> completion)
+{
+    write(workers_,
+          requests::ConvertPicture{.picture = picture, .paper = paper, .output = std::move(output)},
+          copyLimit, std::move(completion));
+}
+
+void WorkerDocuments::decompress(const DocumentFile& compressed, std::uint64_t room,
+                                 SharedDescriptor output,
+                                 DocumentCompletion<std::uint64_t> completion)
+{
+    write(workers_,
+          requests::Decompress{.compressed = compressed, .room = room, .output = std::move(output)},
+          copyLimit, std::move(completion));
 }
 
 void WorkerDocuments::languages(DocumentCompletion<std::vector<std::string>> completion)

@@ -18,6 +18,11 @@ public:
               DocumentCompletion<std::shared_ptr<OpenDocument>> completion) override;
     void convertRaster(const DocumentFile& raster, SharedDescriptor output,
                        DocumentCompletion<std::uint64_t> completion) override;
+    void convertPicture(const DocumentFile& picture, const PaperSize& paper,
+                        SharedDescriptor output,
+                        DocumentCompletion<std::uint64_t> completion) override;
+    void decompress(const DocumentFile& compressed, std::uint64_t room, SharedDescriptor output,
+                    DocumentCompletion<std::uint64_t> completion) override;
     void languages(DocumentCompletion<std::vector<std::string>> completion) override;
     std::size_t parallelism() const override { return workers_.parallelism(); }
 

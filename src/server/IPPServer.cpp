@@ -16,8 +16,6 @@ namespace korvane {
 
 namespace {
 
-constexpr const char* serviceType = "_ipp._tcp,_universal";
-
 bool carriesIPP(const HTTPRequest& request)
 {
     const std::string contentType = text::lowercased(request.header("content-type"));
@@ -271,7 +269,7 @@ void IPPServer::publish(const PrinterDescriptor& descriptor, std::uint16_t port)
     log_.note(fmt::format("IPPServer: publishing \"{}\" on port {} via {}", descriptor.name, port,
                           choice.description()));
     bonjour_.registerService({.name = descriptor.name,
-                              .type = serviceType,
+                              .type = serviceType(descriptor.profile),
                               .port = port,
                               .txt = makeTXTRecord(descriptor),
                               .interfaceIndex = choice.interfaceIndex});

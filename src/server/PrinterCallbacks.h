@@ -1,13 +1,16 @@
 #pragma once
 
 #include "ipp/PrinterDescriptor.h"
+#include "ipp/PrinterStatus.h"
 #include "job/PrintJob.h"
+#include "server/HTTPMessage.h"
 #include "spool/JobTicket.h"
 #include "spool/SpooledJob.h"
 
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace korvane {
@@ -28,6 +31,9 @@ struct PrinterCallbacks {
     /** Shows the user which printer this is, with what a client wants to say of it; may be empty.
      *  Called on the server's queue. */
     std::function<void(const std::string& message)> identify;
+    /** What the printer's web server shows a browser at a path, such as "/", if there is something;
+     *  may be empty. Called on the server's queue. */
+    std::function<std::optional<HTTPResponse>(const std::string& path, const PrinterStatus&)> page;
 };
 
 } // namespace korvane

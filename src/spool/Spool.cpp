@@ -94,6 +94,12 @@ std::optional<pid_t> Spool::owner() const
     return folders_->owner();
 }
 
+std::uint64_t Spool::room() const
+{
+    const std::uint64_t free = freeSpace_(folders_->spool());
+    return free - std::min(free, limits_.reserve);
+}
+
 bool Spool::hasRoom(std::uint64_t bytes) const
 {
     const std::uint64_t free = freeSpace_(folders_->spool());

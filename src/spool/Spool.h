@@ -58,7 +58,10 @@ public:
     /** While another agent has the spool: its process, if that is known. */
     std::optional<pid_t> owner() const;
 
-    /** Whether so many bytes more can be written and leave the reserve free. */
+    /** How many bytes more can be written and leave the reserve free. */
+    std::uint64_t room() const;
+
+    /** Whether so many bytes can. */
     bool hasRoom(std::uint64_t bytes) const;
 
     /** A new file without a name, to be written and read; it is gone when it is closed. */

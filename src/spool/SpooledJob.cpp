@@ -137,6 +137,11 @@ void SpooledJob::remove()
 {
     // In this order: a record alone means nothing.
     ::unlink(path().c_str());
+    removeRecords();
+}
+
+void SpooledJob::removeRecords()
+{
     if (const auto* unsaved = std::get_if<Unsaved>(&place_))
         ::unlink(folders_->unsavedRecord(unsaved->name).c_str());
     ::unlink(folders_->jobRecord(id_).c_str());
@@ -185,6 +190,13 @@ Result<void, SystemError> SpooledJob::restore()
     return writeRecord(folders_->jobRecord(id_), record_)
         .and_then([&] { return move(Spooled{}); })
         .map([&] { ::unlink(unsavedRecord.c_str()); });
+}
+
+Result<void, SystemError> SpooledJob::discard()
+{
+    if (::unlink(path().c_str()) != 0 && errno != ENOENT) return failure(SystemError::last());
+    removeRecords();
+    return folders_->synchronizeSpool();
 }
 
 } // namespace korvane

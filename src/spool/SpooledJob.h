@@ -64,6 +64,10 @@ public:
      *  more. */
     Result<void, SystemError> restore();
 
+    /** Removes the job and its document, wherever they are. What an interrupted `publish` left in
+     *  the save folder is `Spool::removeStrays`'s. */
+    Result<void, SystemError> discard();
+
 private:
     using Add = std::function<Result<void, SystemError>(SaveFolder&, const std::string&)>;
 
@@ -73,6 +77,7 @@ private:
     Result<void, SystemError> cutRecord(int file) const;
     Result<void, SystemError> move(Place place);
     void remove();
+    void removeRecords();
 
     const std::shared_ptr<const SpoolFolders> folders_;
     const std::string id_;

@@ -1,4 +1,6 @@
+#include "worker/DecompressionWork.h"
 #include "worker/DocumentWork.h"
+#include "worker/PictureWork.h"
 #include "worker/RasterWork.h"
 #include "worker/WorkerMain.h"
 
@@ -10,5 +12,7 @@ int main()
     RequestTable table;
     work.serve(table);
     serveRasters(table);
+    servePictures(table);
+    serveDecompression(table);
     return serveWorker(table);
 }

@@ -40,6 +40,7 @@ struct Chosen {
     std::string folder;
     int port = 8631;
     bool notes = false;
+    bool everywhere = false;
 };
 
 /** Shows files, notes and warnings by remembering them. */
@@ -99,10 +100,10 @@ protected:
         home.write("Korvane/settings.json",
                    fmt::format(R"({{"printerName": "{}", "saveDirectoryPath": "{}",
                                     "notesEnabled": {}, "notesFolder": "Paper",
-                                    "ippPort": {}}})",
+                                    "ippPort": {}, "ippEverywhere": {}}})",
                                chosen.name,
                                chosen.folder.empty() ? scans.path().string() : chosen.folder,
-                               chosen.notes, chosen.port));
+                               chosen.notes, chosen.port, chosen.everywhere));
     }
 
     void listenerIsReady()

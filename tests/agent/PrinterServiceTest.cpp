@@ -82,6 +82,19 @@ TEST_F(PrinterServiceTest, NamesTheHostAsItIsFoundOnTheNetwork)
     EXPECT_EQ(log.count("PrinterService: this host is now desk-2.local, advertising again"), 1);
 }
 
+TEST_F(PrinterServiceTest, IsAdvertisedAgainWhenItBecomesAnotherKindOfPrinter)
+{
+    startPrinter();
+    for (const bool everywhere : {true, false}) {
+        choose({.everywhere = everywhere});
+        reload();
+        EXPECT_EQ(network.listeners.size(), 1U);
+        EXPECT_EQ(directory.asked.back().type,
+                  everywhere ? "_ipp._tcp,_universal,_print" : "_ipp._tcp,_universal");
+        EXPECT_EQ(directory.asked.back().txt.contains("printer-type"), !everywhere);
+    }
+}
+
 TEST_F(PrinterServiceTest, MovesToAnotherPort)
 {
     startPrinter();

@@ -24,6 +24,7 @@ FOREIGN = {
     "systemd": r"systemd/",
     "tesseract": r"tesseract/",
     "utf8proc": r"utf8proc\.h$",
+    "zlib": r"zlib\.h$",
 }
 # Those that a folder of ours is built on; the others have a folder of their own.
 HOMES = {"asio": "event", "nlohmann-json": "config", "utf8proc": "text"}

@@ -36,6 +36,21 @@ TEST(SettingsDecoder, TakesAPortThatIsAWholeNumberInRangeOrNone)
     }
 }
 
+TEST(SettingsDecoder, IsIPPEverywhereOnlyWhereThatIsSaid)
+{
+    for (const auto& [value, expected] :
+         {std::pair{"true", true}, {"false", false}, {"null", false}}) {
+        const auto settings =
+            decodeSettings(withMember(fmt::format("\"ippEverywhere\": {}", value)));
+        ASSERT_TRUE(settings) << value;
+        EXPECT_EQ(settings->ippEverywhere, expected) << value;
+    }
+    for (const std::string_view value : {"1", "\"true\"", "{}"}) {
+        EXPECT_FALSE(decodeSettings(withMember(fmt::format("\"ippEverywhere\": {}", value))))
+            << value;
+    }
+}
+
 TEST(SettingsDecoder, IgnoresWhatItDoesNotKnowAndTakesTheLastOfEqualMembers)
 {
     for (const std::string& json :

@@ -104,5 +104,20 @@ TEST(TXTRecord, HoldsTwentyThreePairsWithThePrintersOwnNames)
     EXPECT_EQ(txt.at("product"), "(Korvane Virtual Printer)");
 }
 
+TEST(TXTRecord, OfIPPEverywhereTellsWhatClientsNeedAndTheirRegistrationKeeps)
+{
+    const auto txt = makeTXTRecord({.name = std::string(300, 'n'),
+                                    .uri = "ipp://desk.local.:8631/ipp/print",
+                                    .uuid = "0a0b",
+                                    .location = std::string(300, 'l'),
+                                    .profile = PrinterProfile::ippEverywhere});
+    // CUPS takes a record with printer-type for a queue that another CUPS server shares.
+    for (const char* absent : {"printer-type", "printer-state"}) EXPECT_FALSE(txt.contains(absent));
+    for (const char* required : {"rp", "ty", "note", "pdl", "UUID", "URF", "adminurl"})
+        EXPECT_TRUE(txt.contains(required)) << required;
+    EXPECT_EQ(txt.at("adminurl"), "http://desk.local.:8631/");
+    for (const auto& [key, value] : txt) EXPECT_LT(key.size() + value.size() + 1, 256U) << key;
+}
+
 } // namespace
 } // namespace korvane

@@ -13,8 +13,11 @@
 #include <cstdlib>
 #include <ctime>
 #include <future>
+#include <set>
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 namespace korvane {
@@ -70,8 +73,10 @@ protected:
             JobEnvironment{queues, folders, *spool, clock, log, documents, ocr, "ann"},
             JobHandlers{[this](const CompletedJob& job) { completed.push_back(job.jobName); },
                         [](const UnsavedJob& /*job*/) { FAIL(); }});
-        for (int job = 0; job < jobCount; ++job)
-            pipeline->process(spool.accept(std::to_string(job), folder.path()));
+        for (int job = 0; job < jobCount; ++job) {
+            printJobs.push_back(std::make_shared<PrintJob>(JobOrigin(), clock));
+            pipeline->process(spool.accept(std::to_string(job), folder.path()), printJobs.back());
+        }
     }
 
     void expectAllSavedAsReceived() const
@@ -92,6 +97,7 @@ protected:
     SystemQueues queues{log};
     FolderQueues folders{queues.background()};
     std::shared_ptr<JobPipeline> pipeline;
+    std::vector<std::shared_ptr<PrintJob>> printJobs;
 };
 
 TEST_F(AgentEndTest, SavesJobsThatAreBeingOpenedAndThoseThatWait)
@@ -128,6 +134,33 @@ TEST_F(AgentEndTest, SavesJobsWhateverStepTheyAreAt)
     });
     queues.runMain();
     expectAllSavedAsReceived();
+}
+
+TEST_F(AgentEndTest, SavesEachJobThatWasNotCanceledBefore)
+{
+    const auto workers = queues.makeSerial("workers");
+    FakeDocuments documents;
+    documents.pages.assign(3, {.recognitionError = DocumentError{DocumentError::Kind::noPage}});
+    documents.deliver = [&](Task answer) { workers->async(std::move(answer)); };
+    OCR ocr(queues, documents, {"eng"}, log);
+    std::set<int> canceled;
+    std::thread client;
+    queues.main().async([&] {
+        print(documents, ocr);
+        client = std::thread([&] {
+            for (int job = jobCount; job-- > 0;)
+                if (printJobs[static_cast<std::size_t>(job)]->cancel()) canceled.insert(job);
+            queues.main().async([&] { queues.stopMain(); });
+        });
+    });
+    queues.runMain();
+    client.join();
+    for (int job = 0; job < jobCount; ++job)
+        EXPECT_NE(std::filesystem::exists(folder.path() / (std::to_string(job) + ".pdf")),
+                  canceled.contains(job));
+    EXPECT_EQ(completed.size() + canceled.size(), std::size_t{jobCount});
+    EXPECT_EQ(log.lines().size(), canceled.size());
+    EXPECT_EQ(spool.jobCount(), 0);
 }
 
 TEST(FolderQueues, KeepAFoldersTasksInTheirOrderAndNoOtherFoldersWaiting)

@@ -4,7 +4,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/TestDocument.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cerrno>
 #include <optional>
@@ -17,7 +17,7 @@ protected:
     Result<DocumentFile, DocumentNormalizer::NormalizeError> normalize(const DocumentFile& document)
     {
         std::optional<Result<DocumentFile, DocumentNormalizer::NormalizeError>> normalized;
-        DocumentNormalizer::normalize(document, {}, documents, isSpoolBusy ? otherSpool : spool,
+        DocumentNormalizer::normalize(document, traits, documents, isSpoolBusy ? otherSpool : spool,
                                       [&](auto result) { normalized = std::move(result); });
         return *std::move(normalized);
     }
@@ -35,11 +35,13 @@ protected:
     Spool spool{folder.path()};
     Spool otherSpool{folder.path()};
     FakeDocuments documents;
+    DocumentTraits traits;
     bool isSpoolBusy = false;
     bool workersFail = false;
 };
 
 constexpr std::string_view raster("UNIRAST\0\0\0\0\1", 12);
+constexpr std::string_view picture("\xFF\xD8\xFF\xE0");
 
 TEST_F(DocumentNormalizerTest, HandsPDFOnUntouched)
 {
@@ -81,6 +83,37 @@ TEST_F(DocumentNormalizerTest, HasAWorkerConvertRastersAndTellsARefusalFromAFail
     EXPECT_EQ(refusalOf(raster), "No space left on device");
     isSpoolBusy = true;
     EXPECT_EQ(refusalOf(raster), "Device or resource busy");
+}
+
+TEST_F(DocumentNormalizerTest, HasAWorkerConvertPicturesForThePaperOfTheJob)
+{
+    traits.paper = {.width = 10000, .height = 15000};
+    EXPECT_EQ(contentOf(*normalize(documentFile(picture))), "%PDF-converted");
+    EXPECT_THAT(documents.papers, testing::ElementsAre(traits.paper));
+    documents.conversionError = DocumentError{DocumentError::Kind::conversion, "it has no picture"};
+    EXPECT_EQ(refusalOf(picture), "JPEG conversion failed: it has no picture");
+}
+
+TEST_F(DocumentNormalizerTest, DecompressesWhatIsSaidToBeCompressedAndOfNoKnownFormat)
+{
+    using Kind = DocumentError::Kind;
+    documents.decompressed = "not a known format";
+    EXPECT_EQ(contentOf(*normalize(documentFile("%PDF-plain"))), "%PDF-plain");
+    EXPECT_EQ(refusalOf("\x1F\x8B"), "Unrecognized document format (first bytes: 1F 8B)");
+    traits.compression = Compression::gzip;
+    EXPECT_EQ(contentOf(*normalize(documentFile("%PDF-plain"))), "%PDF-plain");
+    EXPECT_EQ(refusalOf("\x1F\x8B"),
+              "Unrecognized document format (first bytes: 6E 6F 74 20 61 20 6B 6E)");
+    documents.decompressed = "%PDF-packed";
+    EXPECT_EQ(contentOf(*normalize(documentFile("\x1F\x8B"))), "%PDF-packed");
+    documents.decompressed = picture;
+    EXPECT_EQ(contentOf(*normalize(documentFile("\x1F\x8B"))), "%PDF-converted");
+    documents.decompressionError =
+        DocumentError{Kind::conversion, "the compressed data is damaged"};
+    EXPECT_EQ(refusalOf("\x1F\x8B"), "Decompression failed: the compressed data is damaged");
+    workersFail = true;
+    documents.decompressionError = DocumentError{.kind = Kind::cannotWrite, .system = {ENOSPC}};
+    EXPECT_EQ(refusalOf("\x1F\x8B"), "No space left on device");
 }
 
 } // namespace

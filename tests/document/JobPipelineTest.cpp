@@ -63,9 +63,19 @@ class JobPipelineTest : public testing::Test {
 protected:
     JobPipelineTest() { ::setenv("TZ", "UTC", 1); }
 
-    void process(const std::string& name, const std::string& document = "%PDF received")
+    /** What becomes of the job is told there. */
+    std::shared_ptr<PrintJob> process(std::shared_ptr<SpooledJob> job)
     {
-        pipeline->process(spool.accept(name, folder.path(), document));
+        const auto printJob =
+            std::make_shared<PrintJob>(JobOrigin{.name = job->ticket().jobName}, clock);
+        pipeline->process(std::move(job), printJob);
+        return printJob;
+    }
+
+    std::shared_ptr<PrintJob> process(const std::string& name,
+                                      const std::string& document = "%PDF received")
+    {
+        return process(spool.accept(name, folder.path(), document));
     }
 
     /** Keeps the workers' answers back from now on. */
@@ -74,13 +84,20 @@ protected:
         documents.deliver = [this](Task answer) { held.push_back(std::move(answer)); };
     }
 
-    void release()
+    void deliver(std::size_t index = 0)
     {
-        Task answer = std::move(held.front());
-        held.erase(held.begin());
+        Task answer = std::move(held.at(index));
+        held.erase(held.begin() + static_cast<std::ptrdiff_t>(index));
         std::exchange(answer, nullptr)();
+    }
+
+    void release(std::size_t index = 0)
+    {
+        deliver(index);
         queues.run();
     }
+
+    static std::string messageOf(const PrintJob& job) { return job.status().message; }
 
     ManualQueues queues;
     ManualClock clock;
@@ -168,7 +185,7 @@ TEST_F(JobPipelineTest, SavesWhatItReceivedWhereTheSearchableDocumentCannotBeWri
 TEST_F(JobPipelineTest, SetsAJobAsideThatCannotBeWrittenAfterOneMoreTry)
 {
     holdAnswers();
-    process("Kept");
+    const auto printJob = process("Kept");
     queues.run();
     std::filesystem::remove(folder.path());
     documents.openError = DocumentError{DocumentError::Kind::needsPassword};
@@ -182,24 +199,31 @@ TEST_F(JobPipelineTest, SetsAJobAsideThatCannotBeWrittenAfterOneMoreTry)
     EXPECT_EQ(unsaved[0].writeError, SystemError{ENOENT});
     EXPECT_EQ(unsaved[0].document, spool->unsavedFolder() / "Kept.pdf");
     EXPECT_EQ(spool.state.read("unsaved/Kept.pdf"), "%PDF received");
+    EXPECT_EQ(printJob->status().reason, "job-completed-with-errors");
+    EXPECT_EQ(messageOf(*printJob),
+              "The document could not be saved yet (No such file or directory): it is kept, and "
+              "saving it will be tried again");
 }
 
 TEST_F(JobPipelineTest, SetsAJobAsideWithoutRecognitionWhileThereIsNoFolder)
 {
     std::filesystem::remove(folder.path());
-    process("Letter");
+    const auto printJob = process("Letter");
     queues.run();
+    EXPECT_EQ(printJob->status().state, JobState::completed);
+    EXPECT_EQ(messageOf(*printJob), "The save folder is missing: the document is kept and will be "
+                                    "saved when the folder is back");
     ASSERT_EQ(unsaved.size(), 1U);
     EXPECT_FALSE(unsaved[0].writeError);
     EXPECT_FALSE(unsaved[0].wasSetAside);
     EXPECT_EQ(spool.state.read("unsaved/Letter.pdf"), "%PDF received");
     const std::shared_ptr<SpooledJob> job = unsaved[0].job;
-    pipeline->process(job);
+    process(job);
     queues.run();
     EXPECT_TRUE(unsaved.at(1).wasSetAside);
     EXPECT_TRUE(documents.reads.empty());
     std::filesystem::create_directory(folder.path());
-    pipeline->process(job);
+    process(job);
     queues.run();
     EXPECT_EQ(folder.read("Letter.pdf"), "%PDF received");
     EXPECT_TRUE(std::filesystem::is_empty(spool->unsavedFolder()));
@@ -210,8 +234,9 @@ TEST_F(JobPipelineTest, ForgetsAJobWhoseDocumentTheUserHasTaken)
 {
     auto job = spool.accept("Letter", folder.path());
     std::filesystem::remove(*job->setAside());
-    pipeline->process(std::move(job));
+    const auto printJob = process(std::move(job));
     queues.run();
+    EXPECT_EQ(printJob->status().state, JobState::aborted);
     EXPECT_EQ(folder.entryCount(), 0);
     EXPECT_TRUE(completed.empty());
     EXPECT_TRUE(unsaved.empty());
@@ -259,7 +284,7 @@ TEST_F(JobPipelineTest, WorksOnABoundedNumberOfAFoldersJobsAndOnTheOthersInTheir
     queues.run();
     EXPECT_EQ(held.size(), 64U);
     const TemporaryFolder other;
-    pipeline->process(spool.accept("Letter", other.path()));
+    process(spool.accept("Letter", other.path()));
     queues.run();
     ASSERT_EQ(held.size(), 65U);
     std::swap(held.front(), held.back());
@@ -271,6 +296,103 @@ TEST_F(JobPipelineTest, WorksOnABoundedNumberOfAFoldersJobsAndOnTheOthersInTheir
     while (!held.empty()) release();
     EXPECT_EQ(completed.size(), 67U);
     EXPECT_EQ(folder.entryCount(), 66);
+}
+
+TEST_F(JobPipelineTest, TellsHowManyPagesAreDoneInWhateverOrder)
+{
+    documents.pages = {
+        {.lines = {"one"}}, {.text = "A page that can be copied."}, {}, {.lines = {"four"}}};
+    holdAnswers();
+    const auto printJob = process("Letter");
+    queues.run();
+    EXPECT_EQ(printJob->status().state, JobState::pending);
+    release(); // The document is open.
+    EXPECT_EQ(messageOf(*printJob), "Recognizing page 1 of 4");
+    release(); // Its text has been read.
+    EXPECT_EQ(messageOf(*printJob), "Recognizing page 2 of 4");
+    release(); // The languages are known.
+    release(2);
+    EXPECT_EQ(messageOf(*printJob), "Recognizing page 3 of 4");
+    release();
+    EXPECT_EQ(messageOf(*printJob), "Recognizing page 4 of 4");
+    release();
+    EXPECT_EQ(printJob->status().state, JobState::processing);
+    EXPECT_EQ(printJob->status().pagesCompleted, 4U);
+    EXPECT_EQ(messageOf(*printJob), "");
+    release(); // The searchable PDF is written.
+    EXPECT_EQ(printJob->status().state, JobState::completed);
+    EXPECT_EQ(printJob->status().reason, "job-completed-successfully");
+    EXPECT_EQ(folder.read("Letter.pdf"), "%PDF-searchable");
+}
+
+TEST_F(JobPipelineTest, LeavesNothingOfAJobThatIsCanceledAtWhateverStep)
+{
+    documents.pages = {{.lines = {"word"}}};
+    holdAnswers();
+    // While it is opened, read, recognized and written, and between these steps.
+    for (int moment = 0; moment <= 10; ++moment) {
+        SCOPED_TRACE(moment);
+        log.clear();
+        documents.trials.clear();
+        documents.information.clear();
+        const auto printJob = process("Letter");
+        for (int answers = moment / 2; answers > 0; --answers) {
+            queues.run();
+            deliver();
+        }
+        if (moment % 2 == 1) queues.run();
+        queues.background().async([&] { EXPECT_TRUE(printJob->cancel()); });
+        queues.run();
+        EXPECT_EQ(spool.jobCount(), 0) << "it does not wait for workers";
+        while (!held.empty()) release();
+        EXPECT_EQ(documents.trials.empty(), moment < 7) << "nothing more is asked of workers";
+        EXPECT_EQ(documents.information.empty(), moment < 9);
+        EXPECT_EQ(folder.entryCount(), 0);
+        EXPECT_THAT(log.lines(), testing::ElementsAre("JobPipeline: job \"Letter\" canceled"));
+        EXPECT_EQ(printJob->status().state, JobState::canceled);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(spool->unsavedFolder()));
+    EXPECT_TRUE(completed.empty());
+    EXPECT_TRUE(unsaved.empty());
+    process("Next");
+    queues.run();
+    while (!held.empty()) release();
+    EXPECT_EQ(folder.read("Next.pdf"), "%PDF-searchable");
+}
+
+TEST_F(JobPipelineTest, LeavesNothingOfACanceledJobThatHadBeenSetAside)
+{
+    auto job = spool.accept("Letter", folder.path());
+    ASSERT_TRUE(job->setAside());
+    EXPECT_TRUE(process(std::move(job))->cancel());
+    queues.run();
+    EXPECT_EQ(spool.jobCount(), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(spool->unsavedFolder()));
+    EXPECT_EQ(folder.entryCount(), 0);
+}
+
+TEST_F(JobPipelineTest, FreesThePlaceOfCanceledJobsAndTheMemoryOfThoseThatWait)
+{
+    documents.openError = DocumentError{DocumentError::Kind::needsPassword};
+    holdAnswers();
+    std::vector<std::shared_ptr<PrintJob>> printJobs;
+    for (int job = 0; job < 65; ++job) printJobs.push_back(process("Job " + std::to_string(job)));
+    auto waiting = spool.accept("Waiting", folder.path());
+    const std::weak_ptr<SpooledJob> kept = waiting;
+    const auto canceled = process(std::move(waiting));
+    process("Last");
+    queues.run();
+    EXPECT_TRUE(canceled->cancel());
+    queues.run();
+    EXPECT_TRUE(kept.expired());
+    EXPECT_EQ(held.size(), 64U) << "it had no place that it could free";
+    EXPECT_TRUE(printJobs[0]->cancel());
+    release();
+    EXPECT_EQ(held.size(), 64U);
+    while (!held.empty()) release();
+    EXPECT_EQ(completed.size(), 65U);
+    EXPECT_EQ(folder.entryCount(), 65);
+    EXPECT_EQ(completed.back().jobName, "Last");
 }
 
 } // namespace

@@ -1,14 +1,12 @@
 #include "raster/URFDecoder.h"
 
-#include "support/DecodedURF.h"
-#include "support/TemporaryFolder.h"
+#include "support/DecodedRaster.h"
+#include "support/Rendering.h"
 #include "support/URFBuilder.h"
 
 #include <gmock/gmock.h>
 
-#include <cmath>
 #include <random>
-#include <sstream>
 
 namespace korvane {
 
@@ -16,6 +14,7 @@ namespace {
 
 using test::decodedURF;
 using test::Raster;
+using test::shownGray;
 using test::URFBuilder;
 using test::URFPage;
 using testing::HasSubstr;
@@ -52,56 +51,18 @@ Raster printed(std::uint32_t width, std::uint32_t height, std::size_t bytesPerPi
     return raster;
 }
 
-/** What a screen, whose colors are sRGB, shows for pixels that are sRGB or linear gray. */
+/** What a screen shows for pixels that are sRGB or linear gray. */
 std::vector<std::uint8_t> shown(const Raster& raster)
 {
     std::vector<std::uint8_t> pixels;
     for (const std::uint8_t value : raster.pixels) {
-        const double linear = value / 255.0;
-        const double encoded =
-            linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
         const bool isGray = raster.bytesPerPixel == 1;
-        pixels.insert(pixels.end(), isGray ? 3 : 1,
-                      isGray ? static_cast<std::uint8_t>(std::lround(255 * encoded)) : value);
+        pixels.insert(pixels.end(), isGray ? 3 : 1, isGray ? shownGray(value, 1) : value);
     }
     return pixels;
 }
 
-bool runs(const std::string& command)
-{
-    return std::system((command + " 2> /dev/null").c_str()) == 0;
-}
-
-/** What other programs make of our documents. */
-class URFRendering : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        if (!runs("qpdf --version > /dev/null && pdftoppm -v"))
-            GTEST_SKIP() << "needs qpdf and poppler-utils";
-    }
-
-    /** The pages as poppler shows them at their own resolution, in RGB. */
-    static std::vector<Raster> render(const Data& pdf, std::uint32_t resolution = 72)
-    {
-        const TemporaryFolder folder;
-        const std::string file = folder.write("document.pdf", pdf.text());
-        EXPECT_TRUE(runs("qpdf --check " + file + " > /dev/null"));
-        EXPECT_TRUE(
-            runs("pdftoppm -r " + std::to_string(resolution) + " " + file + " > " + file + ".ppm"));
-        std::istringstream stream(folder.read("document.pdf.ppm"));
-        std::vector<Raster> pages;
-        std::string word;
-        for (Raster page; stream >> word >> page.width >> page.height >> word;
-             pages.push_back(page)) {
-            page.pixels.resize(page.rowSize() * page.height);
-            stream.get();
-            stream.read(reinterpret_cast<char*>(page.pixels.data()),
-                        static_cast<std::streamsize>(page.pixels.size()));
-        }
-        return pages;
-    }
-};
+class URFRendering : public test::Rendering {};
 
 } // namespace
 

@@ -27,8 +27,10 @@ protected:
     void begin(double dpi = 200)
     {
         results.reset();
-        ocr().recognizePages(std::make_shared<FakeDocument>(documents), dpi,
-                             [this](Results found) { results = std::move(found); });
+        pagesDone = 0;
+        ocr().recognizePages(
+            std::make_shared<FakeDocument>(documents), dpi, [this] { ++pagesDone; },
+            [this](Results found) { results = std::move(found); });
         queues.run();
     }
 
@@ -72,6 +74,7 @@ protected:
     RecordingLog log;
     std::vector<Task> held;
     std::optional<Results> results;
+    std::size_t pagesDone = 0;
 
 private:
     std::unique_ptr<OCR> ocr_;
@@ -101,6 +104,7 @@ TEST_F(OCRTest, TakesTheTextOfPagesThatHaveAtLeast24CharactersOfIt)
     EXPECT_THAT(log.lines(),
                 ElementsAre("OCR: page 1 already has a text layer (24 chars); skipping OCR"));
     EXPECT_THAT(recognized(), ElementsAre(1, 2));
+    EXPECT_EQ(pagesDone, 3U);
 }
 
 TEST_F(OCRTest, GivesSpansWhereTheLinesAreAndJoinsTheirTexts)
@@ -150,10 +154,12 @@ TEST_F(OCRTest, KeepsOnePageMoreThanThereAreWorkersInWork)
     release(0); // the text
     release(0); // the languages
     EXPECT_THAT(recognized(), ElementsAre(0, 1, 2));
+    EXPECT_EQ(pagesDone, 0U);
     release(2);
     EXPECT_THAT(recognized(), ElementsAre(0, 1, 2, 3));
-    for (int rest = 0; rest < 4; ++rest) {
+    for (std::size_t rest = 0; rest < 4; ++rest) {
         EXPECT_FALSE(results);
+        EXPECT_EQ(pagesDone, rest + 1);
         release(0);
     }
     ASSERT_EQ(results->size(), 5U);
@@ -193,6 +199,7 @@ TEST_F(OCRTest, NamesEveryPageThatFailsAndKeepsItsPlace)
                     "of the document",
                     "OCR: Vision perform failed: page 9: the worker crashed with signal 9"));
     EXPECT_EQ(log.errors().size(), 5U);
+    EXPECT_EQ(pagesDone, 9U);
     EXPECT_EQ(documents.trials[4].size(), 1U) << "what broke down is not tried in other languages";
 }
 
@@ -334,6 +341,7 @@ TEST_F(OCRTest, PassesOverALanguageWhoseDataIsDamaged)
     EXPECT_THAT(log.lines(), IsEmpty());
     documents.damaged = {"deu", "eng", "fra", "rus"};
     EXPECT_EQ(recognize().at(0).plainText, "");
+    EXPECT_EQ(pagesDone, 5U);
     EXPECT_THAT(log.errors(), ElementsAre("OCR: Vision perform failed: pages 1 to 5: no engine"));
 }
 

@@ -158,17 +158,29 @@ TEST_F(WorkerDocumentTest, MayBeWrittenWhateverItsPagesHaveLost)
     EXPECT_EQ(workers.take().request.reservedTime, 0s);
 }
 
-TEST_F(WorkerDocumentTest, EndsItsRequestsWhenItIsDestroyed)
+TEST_F(WorkerDocumentTest, EndsItsRequestsWhenItIsDestroyedOrCancelledAndThoseMadeLater)
 {
     auto document = open(1);
     std::optional<DocumentAnswer<PageReading>> reading;
     document->recognizePage(0, 300, "eng", keep(reading));
+    EXPECT_THAT(workers.ended, IsEmpty());
+    document->cancel();
+    const std::pair ending(workers.submitted.front().job,
+                           requests::codeOf<requests::ReleaseDocument>());
+    EXPECT_THAT(workers.ended, ElementsAre(ending));
+    std::optional<DocumentAnswer<PageReading>> late;
+    document->recognizePage(1, 300, "eng", keep(late));
+    EXPECT_TRUE(late->error().stopped());
     document.reset();
-    EXPECT_THAT(workers.ended,
-                ElementsAre(std::pair(workers.submitted.front().job,
-                                      requests::codeOf<requests::ReleaseDocument>())));
+    EXPECT_THAT(workers.ended, ElementsAre(ending, ending));
     fail(Kind::cancelled);
     EXPECT_TRUE(reading->error().stopped());
+    EXPECT_THAT(workers.submitted, IsEmpty());
+
+    document = open(1);
+    workers.beforeSubmit = [&] { document->cancel(); };
+    document->recognizePage(0, 300, "eng", keep(reading));
+    EXPECT_THAT(workers.ended, SizeIs(4)) << "once more, after the request";
 }
 
 TEST_F(WorkerDocumentTest, ConvertsARasterIntoAFileThatIsAsLongAsTheWorkerSays)

@@ -228,6 +228,18 @@ TEST_F(SpoolTest, SetsJobsAsideWhereTheUserCanOpenThem)
     EXPECT_THAT(names(unsaved), IsEmpty());
 }
 
+TEST_F(SpoolTest, ForgetsDiscardedJobsWhereverTheyAre)
+{
+    const std::vector jobs = {accept(), accept(), accept()};
+    ASSERT_TRUE(jobs[1]->setAside());
+    ASSERT_TRUE(jobs[2]->setAside());
+    ASSERT_TRUE(jobs[2]->restore());
+    for (const auto& job : jobs) EXPECT_TRUE(job->discard());
+    EXPECT_TRUE(jobs[0]->discard()) << "the user may have removed it";
+    EXPECT_THAT(spooled(), IsEmpty());
+    EXPECT_TRUE(std::filesystem::is_empty(state.path() / "unsaved")) << "records included";
+}
+
 /** An agent that was killed then has left the record behind the document. */
 TEST_F(SpoolTest, RestoresTheDocumentAloneWhenSettingAsideWasInterrupted)
 {

@@ -6,9 +6,11 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -40,8 +42,11 @@ struct FakeDocumentContent {
     std::optional<DocumentError> readError;
     std::optional<PDFWriteError> writeError;
     std::optional<DocumentError> conversionError;
-    /** What becomes of every raster document. */
+    /** What becomes of every raster document and of every picture. */
     std::string converted = "%PDF-converted";
+    std::optional<DocumentError> decompressionError;
+    /** What becomes of every compressed document. */
+    std::string decompressed;
     /** Writes the searchable document. */
     std::function<void(int output)> write = [](int output) {
         std::ignore = ::write(output, "%PDF-searchable", 15);
@@ -58,6 +63,8 @@ struct FakeDocumentContent {
     /** The languages in which each page was recognized, in order. */
     std::map<std::size_t, std::vector<std::string>> trials;
     double resolution = 0;
+    /** Those that pictures were converted for. */
+    std::vector<PaperSize> papers;
     int languageRequests = 0;
     std::vector<PageTextLayer> layers;
     DocumentInformation information;
@@ -85,7 +92,7 @@ public:
     void recognizePage(std::size_t page, double resolution, std::string language,
                        DocumentCompletion<PageReading> completion) override
     {
-        content_.trials[page].push_back(language);
+        if (!*isCancelled_) content_.trials[page].push_back(language);
         content_.resolution = resolution;
         std::optional<DocumentError> error = content_.pages[page].recognitionError;
         if (content_.damaged.contains(language))
@@ -100,19 +107,25 @@ public:
     {
         content_.layers = std::move(layers);
         content_.information = std::move(information);
-        content_.deliver([&content = content_, output, completion] {
+        content_.deliver([&content = content_, isCancelled = isCancelled_, output, completion] {
+            if (*isCancelled) return completion(failure(PDFWriteError{}));
             if (content.writeError) return completion(failure(*content.writeError));
             content.write(output->get());
             completion({});
         });
     }
 
+    void cancel() override { *isCancelled_ = true; }
+
 private:
     template <typename T>
     void answer(DocumentCompletion<T> completion, T value,
                 const std::optional<DocumentError>& error)
     {
-        content_.deliver([completion, value, error] {
+        content_.deliver([isCancelled = isCancelled_, completion, value, error] {
+            if (*isCancelled)
+                return completion(
+                    failure(DocumentError{.failure = {.kind = WorkerFailure::Kind::cancelled}}));
             if (error) return completion(failure(*error));
             completion(value);
         });
@@ -146,6 +159,8 @@ private:
     }
 
     FakeDocumentContent& content_;
+    const std::shared_ptr<std::atomic<bool>> isCancelled_ =
+        std::make_shared<std::atomic<bool>>(false);
 };
 
 /** Opens the same document whatever it is given. */
@@ -163,11 +178,21 @@ public:
     void convertRaster(const DocumentFile& /*raster*/, SharedDescriptor output,
                        DocumentCompletion<std::uint64_t> completion) override
     {
-        deliver([this, output, completion] {
-            if (conversionError) return completion(failure(*conversionError));
-            std::ignore = ::write(output->get(), converted.data(), converted.size());
-            completion(converted.size());
-        });
+        write(output, converted, conversionError, completion);
+    }
+
+    void convertPicture(const DocumentFile& /*picture*/, const PaperSize& paper,
+                        SharedDescriptor output,
+                        DocumentCompletion<std::uint64_t> completion) override
+    {
+        papers.push_back(paper);
+        write(output, converted, conversionError, completion);
+    }
+
+    void decompress(const DocumentFile& /*compressed*/, std::uint64_t /*room*/,
+                    SharedDescriptor output, DocumentCompletion<std::uint64_t> completion) override
+    {
+        write(output, decompressed, decompressionError, completion);
     }
 
     void languages(DocumentCompletion<std::vector<std::string>> completion) override
@@ -180,6 +205,18 @@ public:
     }
 
     std::size_t parallelism() const override { return 2; }
+
+private:
+    void write(const SharedDescriptor& output, const std::string& content,
+               const std::optional<DocumentError>& error,
+               const DocumentCompletion<std::uint64_t>& completion)
+    {
+        deliver([output, &content, &error, completion] {
+            if (error) return completion(failure(*error));
+            std::ignore = ::write(output->get(), content.data(), content.size());
+            completion(content.size());
+        });
+    }
 };
 
 } // namespace korvane

@@ -25,6 +25,7 @@ public:
     void submit(JobKey job, WorkerRequest request, Completion completion) override
     {
         if (std::exchange(isOutOfMemory, false)) throw std::bad_alloc();
+        if (const auto task = std::exchange(beforeSubmit, nullptr)) task();
         submitted.push_back({job, std::move(request), std::move(completion)});
     }
 
@@ -44,6 +45,8 @@ public:
 
     /** Whether the next request is refused for want of memory. */
     bool isOutOfMemory = false;
+    /** Called when the next request arrives. */
+    std::function<void()> beforeSubmit;
     /** What has no answer yet. */
     std::vector<Submitted> submitted;
     /** The jobs, and how their workers were told. */

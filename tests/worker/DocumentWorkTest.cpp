@@ -1,6 +1,7 @@
 #include "event/SystemQueues.h"
 #include "recognition/WorkerDocuments.h"
-#include "support/DecodedURF.h"
+#include "support/DecodedRaster.h"
+#include "support/JPEGBuilder.h"
 #include "support/RecordingLog.h"
 #include "support/TestDocument.h"
 #include "support/TestPDF.h"
@@ -12,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <future>
 
 namespace korvane {
@@ -158,11 +160,40 @@ TEST_F(DocumentWorkTest, MakesPDFOfRastersOrTellsWhyNot)
     ASSERT_TRUE(length) << length.error().description();
     EXPECT_EQ(contentOf({output, *length}), test::decodedURF(raster)->text());
 
+    // The magic decides what a raster document is.
+    EXPECT_EQ(convert(Data::copying("RaS2"), output).error().description(),
+              "PWG raster document is truncated.");
     const auto refused = convert(test::URFBuilder(0).build(), output);
     EXPECT_EQ(refused.error().kind, DocumentError::Kind::conversion);
     EXPECT_EQ(refused.error().description(), "Unsupported URF: zero pages");
     ASSERT_EQ(::fcntl(output->get(), F_ADD_SEALS, F_SEAL_GROW), 0);
     EXPECT_EQ(convert(raster, output).error().system, SystemError{EPERM});
+}
+
+TEST_F(DocumentWorkTest, MakesPDFOfPicturesAndDecompressesOrTellsWhyNot)
+{
+    const SharedDescriptor output = unnamedFile();
+    const std::string picture = test::jpeg(test::frame() + test::quantization() + test::scan());
+    const auto convert = [&](std::string_view document) {
+        return get<DocumentAnswer<std::uint64_t>>([&](auto completion) {
+            documents.convertPicture(documentFile(document), {}, output, completion);
+        });
+    };
+    const auto length = convert(picture);
+    ASSERT_TRUE(length) << length.error().description();
+    EXPECT_THAT(contentOf({output, *length}), HasSubstr("stream\n" + picture + "\nendstream"));
+    EXPECT_EQ(convert("\xFF\xD8\xFF\xD9").error().description(), "it has no picture");
+
+    // RFC 1951: one stored block of three bytes.
+    const std::string compressed("\1\3\0\xFC\xFFPDF", 8);
+    const auto decompress = [&](std::string_view document, std::uint64_t room) {
+        return get<DocumentAnswer<std::uint64_t>>([&](auto completion) {
+            documents.decompress(documentFile(document), room, output, completion);
+        });
+    };
+    EXPECT_EQ(contentOf({output, decompress(compressed, 3).value()}), "PDF");
+    EXPECT_EQ(decompress(compressed, 2).error().system, SystemError{ENOSPC});
+    EXPECT_EQ(decompress("\1\3", 3).error().kind, DocumentError::Kind::conversion);
 }
 
 TEST_F(DocumentWorkTest, KeepsDocumentsApart)
