@@ -1,29 +1,35 @@
-// How fast a printed page becomes PDF, and how large the PDF is:
+// How fast printed pages become PDF, in each layout that they may come in, and how large the PDF
+// is:
 //
-//     bench_urf [page.ppm [runs]]
+//     bench_urf [page.ppm [runs [photograph.ppm]]]
 //
-// The page is a binary PPM (P6) file, or a page of text-like marks when none is given. Times are
-// CPU time of one thread; MB are millions of bytes of the page's raster.
+// The pages are binary PPM (P6) files, or made here when none are given: text-like marks, and a
+// picture of soft shapes with the grain of a sensor. Times are CPU time of one thread; MB are
+// millions of bytes of the page's raster; the PDF is thrown away. The layouts take turns, so that
+// their ratio holds on a machine that is busy with other things.
 
-#include "lib/deflate/ZlibCompressor.h"
-#include "support/DecodedRaster.h"
+#include "raster/PWGDecoder.h"
+#include "raster/URFDecoder.h"
+#include "support/CupsRaster.h"
 #include "support/URFBuilder.h"
 
 #include <fmt/format.h>
 #include <zlib.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
 namespace {
 
-using korvane::ByteBuffer;
 using korvane::Data;
+using korvane::test::CupsRaster;
 using korvane::test::Raster;
 
 double cpuSeconds()
@@ -85,34 +91,64 @@ Raster syntheticPage()
     return raster;
 }
 
-struct Times {
-    double best = 0;
-    double median = 0;
-};
-
-template <typename Work>
-Times measure(std::size_t runs, Work work)
+Raster noise()
 {
-    std::vector<double> times(runs);
-    for (double& time : times) {
-        const double start = cpuSeconds();
-        work();
-        time = cpuSeconds() - start;
-    }
-    std::ranges::sort(times);
-    return {times.front(), times[runs / 2]};
+    Raster raster{.width = 2560, .height = 3300};
+    std::mt19937 random(1); // NOLINT: the same pixels in every run
+    for (std::uint8_t& value : raster.pixels) value = static_cast<std::uint8_t>(random());
+    return raster;
 }
 
-/** What the page image's Flate stream holds, which is what there was to compress. */
-std::vector<std::uint8_t> compressedInput(const Data& pdf, std::size_t largest)
+/** Soft shapes, no two neighboring pixels quite alike. */
+Raster syntheticPhotograph()
 {
-    const std::size_t stream = pdf.text().find("stream\n", pdf.text().find("/Subtype /Image")) + 7;
-    std::vector<std::uint8_t> content(largest);
-    uLongf size = largest;
-    uLong used = pdf.size() - stream;
-    uncompress2(content.data(), &size, pdf.bytes().data() + stream, &used);
-    content.resize(size);
-    return content;
+    Raster raster{.width = 2560, .height = 3300};
+    std::mt19937 random(1); // NOLINT: the same pixels in every run
+    std::normal_distribution grain(0.0, 1.5);
+    for (std::size_t y = 0; y < raster.height; ++y) {
+        for (std::size_t x = 0; x < raster.width; ++x) {
+            const auto across = static_cast<double>(x);
+            const auto down = static_cast<double>(y);
+            const double shade =
+                60 * std::sin(across / 210) + 40 * std::cos(down / 170 + across / 900);
+            for (std::size_t channel = 0; channel < 3; ++channel) {
+                const double tint = 12 * std::sin(down / 400 + static_cast<double>(channel));
+                raster.pixels[y * raster.rowSize() + 3 * x + channel] = static_cast<std::uint8_t>(
+                    std::clamp(std::lround(128 + shade + tint + grain(random)), 0L, 255L));
+            }
+        }
+    }
+    return raster;
+}
+
+/** A page in one of the layouts, and how long it took to become PDF, a time for each run. */
+struct Conversion {
+    std::string layout;
+    Data document;
+    decltype(&korvane::URFDecoder::decodeToPDF) decode;
+    std::vector<double> times;
+    std::uint64_t pdfSize = 0;
+
+    double best() const { return *std::ranges::min_element(times); }
+    double median() const
+    {
+        std::vector<double> sorted = times;
+        std::ranges::sort(sorted);
+        return sorted[sorted.size() / 2];
+    }
+};
+
+std::vector<Conversion> conversions(const Raster& page)
+{
+    const CupsRaster::Page color{CUPS_CSPACE_SRGB, page.width, page.height, 300, 300};
+    const auto cups = [&](cups_mode_t mode) {
+        return CupsRaster(mode).page(color, page.pixels).document();
+    };
+    constexpr auto urf = korvane::URFDecoder::decodeToPDF;
+    constexpr auto pwg = korvane::PWGDecoder::decodeToPDF;
+    return {{"URF, 28-byte headers", korvane::test::URFBuilder(1).page(page, 300).build(), urf, {}},
+            {"URF, 32-byte headers", cups(CUPS_RASTER_WRITE_APPLE), urf, {}},
+            {"PWG raster", cups(CUPS_RASTER_WRITE_PWG), pwg, {}}};
 }
 
 std::size_t zlibSize(const std::vector<std::uint8_t>& pixels)
@@ -123,41 +159,60 @@ std::size_t zlibSize(const std::vector<std::uint8_t>& pixels)
     return size;
 }
 
+korvane::Result<void, korvane::SystemError> discard(std::span<const std::uint8_t> /*bytes*/)
+{
+    return {};
+}
+
+bool measure(const std::string& name, const Raster& page, std::size_t runs)
+{
+    const auto megabytes = static_cast<double>(page.pixels.size()) / 1e6;
+    fmt::print("{}: {} x {}, {:.1f} MB of raster, {} runs\n", name, page.width, page.height,
+               megabytes, runs);
+    std::vector<Conversion> all = conversions(page);
+    for (std::size_t run = 0; run < runs; ++run) {
+        for (Conversion& each : all) {
+            const double start = cpuSeconds();
+            const auto pdfSize = each.decode(each.document, discard, {});
+            each.times.push_back(cpuSeconds() - start);
+            if (!pdfSize) {
+                fmt::print(stderr, "{}\n", pdfSize.error().errorDescription());
+                return false;
+            }
+            each.pdfSize = *pdfSize;
+        }
+    }
+    const std::size_t zlib = zlibSize(page.pixels);
+    for (const Conversion& each : all) {
+        fmt::print("  {:<21} best {:.0f} MB/s, median {:.0f} MB/s, {:.2f} of the first; {} bytes,"
+                   " PDF {} bytes, {:.3f} of zlib level 6\n",
+                   each.layout, megabytes / each.best(), megabytes / each.median(),
+                   all[0].median() / each.median(), each.document.size(), each.pdfSize,
+                   static_cast<double>(each.pdfSize) / static_cast<double>(zlib));
+    }
+    return true;
+}
+
+/** The PPM file that an argument names, or the page made here when there is no argument. */
+std::optional<Raster> pageFrom(const char* path, Raster (*make)())
+{
+    return path == nullptr ? make() : readPPM(path);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const std::optional<Raster> page = argc > 1 ? readPPM(argv[1]) : syntheticPage();
-    if (!page) {
-        fmt::print(stderr, "{}: not a binary 8-bit PPM file\n", argv[1]);
+    const auto argument = [&](int index) { return argc > index ? argv[index] : nullptr; };
+    const std::optional<Raster> text = pageFrom(argument(1), syntheticPage);
+    const std::optional<Raster> photograph = pageFrom(argument(3), syntheticPhotograph);
+    if (!text || !photograph) {
+        fmt::print(stderr, "{}: not a binary 8-bit PPM file\n", argv[text ? 3 : 1]);
         return EXIT_FAILURE;
     }
     const std::size_t runs = argc > 2 ? std::max(1UL, std::strtoul(argv[2], nullptr, 10)) : 30;
-    const Data document = korvane::test::URFBuilder(1).page(*page, 300).build();
-
-    korvane::Result<Data, korvane::URFDecoder::Error> pdf;
-    const Times conversion = measure(runs, [&] { pdf = korvane::test::decodedURF(document); });
-    if (!pdf) {
-        fmt::print(stderr, "{}\n", pdf.error().errorDescription());
-        return EXIT_FAILURE;
-    }
-    const std::vector<std::uint8_t> input = compressedInput(*pdf, 2 * page->pixels.size() + 2);
-    korvane::ZlibCompressor compressor(6);
-    ByteBuffer compressed;
-    const Times compression = measure(runs, [&] {
-        compressed.consume(compressed.size());
-        compressor.compress(input, compressed);
-    });
-
-    const auto megabytes = static_cast<double>(page->pixels.size()) / 1e6;
-    const std::size_t zlib = zlibSize(page->pixels);
-    fmt::print("page         {} x {}, {:.1f} MB of raster, {} bytes of URF\n", page->width,
-               page->height, megabytes, document.size());
-    fmt::print("URF to PDF   best {:.0f} MB/s, median {:.0f} MB/s of raster ({} runs)\n",
-               megabytes / conversion.best, megabytes / conversion.median, runs);
-    fmt::print("compression  {:.0f} % of that time, {} bytes to deflate\n",
-               100 * compression.median / conversion.median, input.size());
-    fmt::print("PDF          {} bytes, {:.3f} of zlib level 6 ({} bytes)\n", pdf->size(),
-               static_cast<double>(pdf->size()) / static_cast<double>(zlib), zlib);
-    return EXIT_SUCCESS;
+    const bool measured = measure("text", *text, runs) &&
+                          measure("photograph", *photograph, runs / 4 + 1) &&
+                          measure("noise", noise(), runs / 4 + 1);
+    return measured ? EXIT_SUCCESS : EXIT_FAILURE;
 }

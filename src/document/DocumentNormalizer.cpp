@@ -90,20 +90,36 @@ private:
 
     void convert(const DocumentFile& document, const DocumentFormat& format)
     {
-        if (format.conversion == DocumentFormat::Conversion::none) return completion_(document);
+        if (format.conversion == DocumentFormat::Conversion::none) return finish(document);
         const bool isPicture = format.conversion == DocumentFormat::Conversion::jpeg;
         const auto output = makeFile(isPicture ? document.length : 0);
         if (!output) return;
         const Step step = Step::conversion(format);
         auto written = whenWritten(output, step, [this, step](const DocumentFile& pdf) {
             if (!beginsLikePDF(pdf)) return fail(step.workerFailure(outputIsNoPDF));
-            completion_(pdf);
+            finish(pdf);
         });
         if (isPicture) {
             documents_.convertPicture(document, traits_.paper, output, std::move(written));
         } else {
             documents_.convertRaster(document, output, std::move(written));
         }
+    }
+
+    /** Leaves out the pages that are not wanted. What cannot be copied in part, because it is
+     * signed or has none of the pages that are wanted, stays whole. */
+    void finish(const DocumentFile& pdf)
+    {
+        if (traits_.pages.empty()) return completion_(pdf);
+        const auto output = makeFile(pdf.length);
+        if (!output) return;
+        documents_.selectPages(
+            pdf, traits_.pages, output,
+            [self = shared_from_this(), pdf, output](const DocumentAnswer<std::uint64_t>& length) {
+                if (!length && length.error().kind == DocumentError::Kind::cannotWrite)
+                    return self->fail({NormalizeError::StorageFailed{length.error().system}});
+                self->completion_(length ? DocumentFile{.file = output, .length = *length} : pdf);
+            });
     }
 
     /** For a worker to write so many bytes and more; nothing when that failed. */

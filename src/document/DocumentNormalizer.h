@@ -55,9 +55,9 @@ using Completion = std::function<void(Result<DocumentFile, NormalizeError>)>;
 /**
  * Gives the document as PDF. PDF comes back as it is, without being looked into; other formats are
  * converted by a worker into a file of the spool, in time in proportion to the document's pixels,
- * pictures for the paper of the job. What is of no known format is decompressed before if the
- * traits say that it is compressed. Called where files may be waited for; `documents` and `spool`
- * outlive the completion.
+ * pictures for the paper of the job. Of a PDF only the pages that are wanted are left. What is of
+ * no known format is decompressed before if the traits say that it is compressed. Called where
+ * files may be waited for; `documents` and `spool` outlive the completion.
  */
 void normalize(const DocumentFile& document, const DocumentTraits& traits,
                DocumentService& documents, const Spool& spool, const Completion& completion);

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "ipp/PaperSize.h"
+#include "page/PageRange.h"
+
+#include <vector>
 
 namespace korvane {
 
@@ -12,6 +15,8 @@ struct DocumentTraits {
     Compression compression = Compression::none;
     /** The paper of the job; the default one where the job names none. */
     PaperSize paper = {};
+    /** The pages that are wanted; all of them where it is empty. */
+    std::vector<PageRange> pages = {};
 };
 
 } // namespace korvane

@@ -1,6 +1,7 @@
 #include "raster/RasterPDFWriter.h"
 
 #include "raster/ICCProfile.h"
+#include "raster/RunDeflate.h"
 
 #include <fmt/format.h>
 
@@ -46,7 +47,7 @@ RasterPDFWriter::RasterPDFWriter(BufferedOutput::Sink output)
 void RasterPDFWriter::beginPage(const RasterPage& page)
 {
     page_ = page;
-    pixels_.begin(page.rowSize() * page.height);
+    pixels_.begin(page);
 }
 
 void RasterPDFWriter::addRows(std::span<const std::uint8_t> row, std::size_t count)
@@ -90,13 +91,19 @@ RasterPDFWriter::ObjectNumber RasterPDFWriter::colorSpace(RasterPage::Color colo
 RasterPDFWriter::ObjectNumber RasterPDFWriter::addImage()
 {
     pixels_.end();
-    compressor_.compress(pixels_.bytes(), compressed_);
+    std::string filter;
+    if (pixels_.isRunLengthCoded()) {
+        filter = "[/FlateDecode /RunLengthDecode]";
+        compressor_.compress(pixels_.bytes(), compressed_);
+    } else {
+        filter = fmt::format("/FlateDecode /DecodeParms << /Predictor 12 /Colors {} /Columns {} >>",
+                             page_.bitsPerPixel() / 8, page_.width);
+        rundeflate::compress(pixels_.bytes(), compressed_);
+    }
     const ObjectNumber image =
         pdf_.addStream(fmt::format("/Type /XObject /Subtype /Image /Width {} /Height {} {}"
                                    " /Interpolate true /Filter {}",
-                                   page_.width, page_.height, colorEntries(page_.color),
-                                   pixels_.isRunLengthCoded() ? "[/FlateDecode /RunLengthDecode]"
-                                                              : "/FlateDecode"),
+                                   page_.width, page_.height, colorEntries(page_.color), filter),
                        compressed_.bytes());
     compressed_.consume(compressed_.size());
     return image;

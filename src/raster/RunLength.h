@@ -26,6 +26,12 @@ inline void repeatPrefix(std::span<std::uint8_t> room, std::size_t size)
 /** The run-length coding of PDF's RunLengthDecode filter (ISO 32000-1, 7.4.5). */
 namespace korvane::runlength {
 
+/** How many bytes from `begin` on, at least one, are the same. */
+std::ptrdiff_t runAt(const std::uint8_t* begin, const std::uint8_t* end);
+
+/** The next place from `position` on where three bytes are the same; `end` when there is none. */
+const std::uint8_t* nextRun(const std::uint8_t* position, const std::uint8_t* end);
+
 /** Ends the coded data. */
 constexpr std::uint8_t endOfData = 128;
 
@@ -39,7 +45,8 @@ constexpr std::size_t bound(std::size_t size)
  */
 std::size_t encode(std::span<const std::uint8_t> bytes, std::span<std::uint8_t> room);
 
-/** Appends to `output` the bytes that `coded`, made by `encode`, stands for. */
-void decode(std::span<const std::uint8_t> coded, ByteBuffer& output);
+/** Decodes all of `bytes` from the front of `coded`, which is what `encode` made of them, and
+ *  removes that from it. */
+void decode(std::span<const std::uint8_t>& coded, std::span<std::uint8_t> bytes);
 
 } // namespace korvane::runlength

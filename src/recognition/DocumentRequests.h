@@ -6,6 +6,7 @@
 #include "page/DocumentInformation.h"
 #include "page/PDFWriteError.h"
 #include "page/PageInfo.h"
+#include "page/PageRange.h"
 #include "page/PageTextLayer.h"
 #include "page/Recognition.h"
 #include "recognition/DocumentFields.h"
@@ -205,6 +206,28 @@ void fields(auto& coder, FieldsOf<Decompress> auto& request)
     coder.descriptor(request.output);
 }
 
+/** Copies some pages of a PDF. */
+struct SelectPages {
+    static constexpr std::uint64_t maxRanges = 64;
+
+    DocumentFile pdf;
+    std::vector<PageRange> pages;
+    /** Written to from where it stands. */
+    SharedDescriptor output;
+
+    using Answer = WrittenDocument;
+};
+
+void fields(auto& coder, FieldsOf<SelectPages> auto& request)
+{
+    coder.document(request.pdf);
+    coder.list(request.pages, SelectPages::maxRanges, [&](auto& range) {
+        coder.number(range.first, 1, INT32_MAX);
+        coder.number(range.last, 1, INT32_MAX);
+    });
+    coder.descriptor(request.output);
+}
+
 /** The document and the bitmap of the latest requests are not needed any more. */
 struct ReleaseDocument {
     using Answer = Nothing;
@@ -214,7 +237,7 @@ void fields(auto& /*coder*/, FieldsOf<ReleaseDocument> auto& /*request*/) {}
 
 /** All of them. The code of a request is its place here, counted from 1. */
 using All = std::tuple<ListLanguages, OpenDocument, ReadPages, RecognizePage, WriteDocument,
-                       ReleaseDocument, ConvertRaster, ConvertPicture, Decompress>;
+                       ReleaseDocument, ConvertRaster, ConvertPicture, Decompress, SelectPages>;
 
 template <typename Request>
 consteval std::uint16_t codeOf()

@@ -7,6 +7,7 @@
 #include "page/DocumentInformation.h"
 #include "page/PDFWriteError.h"
 #include "page/PageInfo.h"
+#include "page/PageRange.h"
 #include "page/PageTextLayer.h"
 #include "page/Recognition.h"
 #include "recognition/DocumentError.h"
@@ -85,6 +86,12 @@ public:
     virtual void decompress(const DocumentFile& compressed, std::uint64_t room,
                             SharedDescriptor output,
                             DocumentCompletion<std::uint64_t> completion) = 0;
+
+    /** Writes to `output`, whose former content is replaced, those pages of a PDF that lie in one
+     * of at most 64 ranges, and says how long it is. */
+    virtual void selectPages(const DocumentFile& pdf, std::vector<PageRange> pages,
+                             SharedDescriptor output,
+                             DocumentCompletion<std::uint64_t> completion) = 0;
 
     /** The languages whose data is installed, as Tesseract names them ("deu"), in ascending order;
      *  empty without any. */

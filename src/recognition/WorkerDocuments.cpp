@@ -75,6 +75,15 @@ void WorkerDocuments::decompress(const DocumentFile& compressed, std::uint64_t r
           copyLimit, std::move(completion));
 }
 
+void WorkerDocuments::selectPages(const DocumentFile& pdf, std::vector<PageRange> pages,
+                                  SharedDescriptor output,
+                                  DocumentCompletion<std::uint64_t> completion)
+{
+    write(workers_,
+          requests::SelectPages{.pdf = pdf, .pages = std::move(pages), .output = std::move(output)},
+          copyLimit, std::move(completion));
+}
+
 void WorkerDocuments::languages(DocumentCompletion<std::vector<std::string>> completion)
 {
     languages_->get(workers_, std::move(completion));

@@ -23,6 +23,8 @@ public:
                         DocumentCompletion<std::uint64_t> completion) override;
     void decompress(const DocumentFile& compressed, std::uint64_t room, SharedDescriptor output,
                     DocumentCompletion<std::uint64_t> completion) override;
+    void selectPages(const DocumentFile& pdf, std::vector<PageRange> pages, SharedDescriptor output,
+                     DocumentCompletion<std::uint64_t> completion) override;
     void languages(DocumentCompletion<std::vector<std::string>> completion) override;
     std::size_t parallelism() const override { return workers_.parallelism(); }
 

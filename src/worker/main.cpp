@@ -1,5 +1,6 @@
 #include "worker/DecompressionWork.h"
 #include "worker/DocumentWork.h"
+#include "worker/PageWork.h"
 #include "worker/PictureWork.h"
 #include "worker/RasterWork.h"
 #include "worker/WorkerMain.h"
@@ -14,5 +15,6 @@ int main()
     serveRasters(table);
     servePictures(table);
     serveDecompression(table);
+    servePages(table);
     return serveWorker(table);
 }

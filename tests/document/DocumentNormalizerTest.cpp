@@ -116,5 +116,19 @@ TEST_F(DocumentNormalizerTest, DecompressesWhatIsSaidToBeCompressedAndOfNoKnownF
     EXPECT_EQ(refusalOf("\x1F\x8B"), "No space left on device");
 }
 
+TEST_F(DocumentNormalizerTest, HasAWorkerCopyThePagesThatAreWantedOrKeepsAll)
+{
+    traits.pages = {{2, 3}};
+    for (const std::string_view document : {std::string_view("%PDF-whole"), raster})
+        EXPECT_EQ(contentOf(*normalize(documentFile(document))), "%PDF-selected");
+    EXPECT_THAT(documents.selections, testing::ElementsAre(traits.pages, traits.pages));
+    documents.selectionError = DocumentError{DocumentError::Kind::conversion, "it is signed"};
+    EXPECT_EQ(contentOf(*normalize(documentFile("%PDF-whole"))), "%PDF-whole");
+    workersFail = true;
+    documents.selectionError =
+        DocumentError{.kind = DocumentError::Kind::cannotWrite, .system = {ENOSPC}};
+    EXPECT_EQ(refusalOf("%PDF-whole"), "No space left on device");
+}
+
 } // namespace
 } // namespace korvane

@@ -45,6 +45,10 @@ struct FakeDocumentContent {
     /** What becomes of every raster document and of every picture. */
     std::string converted = "%PDF-converted";
     std::optional<DocumentError> decompressionError;
+    /** What `selectPages` was asked for, what it writes, and why it fails, if it does. */
+    std::vector<std::vector<PageRange>> selections;
+    std::string selected = "%PDF-selected";
+    std::optional<DocumentError> selectionError;
     /** What becomes of every compressed document. */
     std::string decompressed;
     /** Writes the searchable document. */
@@ -193,6 +197,13 @@ public:
                     SharedDescriptor output, DocumentCompletion<std::uint64_t> completion) override
     {
         write(output, decompressed, decompressionError, completion);
+    }
+
+    void selectPages(const DocumentFile& /*pdf*/, std::vector<PageRange> wanted,
+                     SharedDescriptor output, DocumentCompletion<std::uint64_t> completion) override
+    {
+        selections.push_back(std::move(wanted));
+        write(output, selected, selectionError, completion);
     }
 
     void languages(DocumentCompletion<std::vector<std::string>> completion) override

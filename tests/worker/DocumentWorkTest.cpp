@@ -196,6 +196,22 @@ TEST_F(DocumentWorkTest, MakesPDFOfPicturesAndDecompressesOrTellsWhyNot)
     EXPECT_EQ(decompress("\1\3", 3).error().kind, DocumentError::Kind::conversion);
 }
 
+TEST_F(DocumentWorkTest, CopiesPagesOrTellsWhyNot)
+{
+    const SharedDescriptor output = unnamedFile();
+    const auto select = [&](const std::string& document, std::uint64_t page) {
+        return get<DocumentAnswer<std::uint64_t>>([&](auto completion) {
+            documents.selectPages(documentFile(document), {{page, page}}, output, completion);
+        });
+    };
+    const auto length = select(makeDocument(), 1);
+    ASSERT_TRUE(length) << length.error().description();
+    EXPECT_EQ(open(contentOf({output, *length})).value()->pageCount(), 1U);
+    EXPECT_EQ(select(makeDocument(), 3).error().kind, DocumentError::Kind::conversion);
+    ASSERT_EQ(::fcntl(output->get(), F_ADD_SEALS, F_SEAL_GROW), 0);
+    EXPECT_EQ(select(makeDocument(), 2).error().system, SystemError{EPERM});
+}
+
 TEST_F(DocumentWorkTest, KeepsDocumentsApart)
 {
     const auto first = open(makeDocument()).value();

@@ -3,95 +3,21 @@
 #include "lib/qpdf/DocumentSafety.h"
 #include "lib/qpdf/LayerDrawing.h"
 #include "lib/qpdf/Metadata.h"
-#include "lib/qpdf/PageTree.h"
-#include "lib/qpdf/QPDFHeaders.h"
-#include "lib/qpdf/SinkPipeline.h"
+#include "lib/qpdf/PDFCopy.h"
 
 #include <cstddef>
-#include <exception>
-#include <new>
-#include <set>
-#include <string>
-#include <utility>
 
 namespace korvane {
 
 namespace {
 
-using Kind = PDFWriteError::Kind;
-
-auto cannotOpen(std::string why)
-{
-    return failure(PDFWriteError{Kind::cannotOpenSource, std::move(why)});
-}
-
-void open(QPDF& pdf, const Data& source)
-{
-    const auto silent = QPDFLogger::create();
-    silent->setInfo(silent->discard());
-    silent->setWarn(silent->discard());
-    silent->setError(silent->discard());
-    pdf.setLogger(silent);
-    pdf.setSuppressWarnings(true);
-    const std::string_view bytes = source.text();
-    pdf.processMemoryFile("", bytes.data(), bytes.size());
-}
-
-/** Why a document may not be rewritten, if so. */
+/** Whether the layers are those of the document's pages as they were read. */
 Result<void, PDFWriteError> check(QPDF& pdf, std::size_t pageCount, std::size_t layerCount)
 {
-    if (!readObjects(pdf)) return cannotOpen("too many objects or too damaged");
-    if (isSigned(pdf)) return failure(PDFWriteError{Kind::sourceIsSigned, ""});
     if (layerCount > pageCount) return cannotOpen("there are fewer pages than were read");
     if (!pdf.anyWarnings()) return {};
     if (pageCount != layerCount || lacksObjects(pdf)) return cannotOpen("the file is damaged");
     return {};
-}
-
-/** Leaves what the standard knows (ISO 32000-1, 7.5.5); QPDF writes the size only where it finds
- *  one, and keeps all else that a repair may have taken for an entry. */
-void tidyTrailer(QPDF& pdf)
-{
-    QPDFObjectHandle trailer = pdf.getTrailer();
-    const std::set<std::string> known = {"/Root", "/Encrypt", "/Info", "/ID"};
-    for (const std::string& key : trailer.getKeys()) {
-        if (!known.contains(key)) trailer.removeKey(key);
-    }
-    trailer.replaceKey("/Size", QPDFObjectHandle::newInteger(0));
-}
-
-Result<void, PDFWriteError> write(QPDF& pdf, const PDFSink& sink)
-{
-    SinkPipeline output(sink);
-    QPDFWriter writer(pdf);
-    writer.setOutputPipeline(&output);
-    writer.setDecodeLevel(qpdf_dl_none);
-    writer.setObjectStreamMode(qpdf_o_preserve);
-    writer.setMinimumPDFVersion("1.3");
-    const std::size_t warnings = pdf.numWarnings();
-    writer.write();
-    if (pdf.numWarnings() != warnings) return cannotOpen("the file is damaged");
-    return output.close().map_error([](const SystemError& error) {
-        return PDFWriteError{Kind::cannotWrite, error.description()};
-    });
-}
-
-Result<void, PDFWriteError> rewrite(QPDF& pdf, std::span<const PageTextLayer> layers,
-                                    const DocumentInformation& information, const PDFSink& sink)
-{
-    const auto pages = readPages(pdf);
-    if (!pages) return failure(pages.error());
-    if (auto fine = check(pdf, pages->size(), layers.size()); !fine) return fine;
-    keepStreams(pdf);
-
-    LayerDrawing drawing(pdf, layers);
-    for (std::size_t index = 0; index < layers.size(); ++index) {
-        if (layers[index].lines.empty()) continue;
-        if (auto drawn = drawing.draw((*pages)[index], layers[index]); !drawn) return drawn;
-    }
-    tidyTrailer(pdf);
-    updateMetadata(pdf, information);
-    return write(pdf, sink);
 }
 
 } // namespace
@@ -101,17 +27,18 @@ Result<void, PDFWriteError> writeSearchablePDF(const Data& source,
                                                const DocumentInformation& information,
                                                const PDFSink& sink)
 {
-    try {
-        QPDF pdf;
-        open(pdf, source);
-        return rewrite(pdf, layers, information, sink);
-    } catch (const std::bad_alloc&) {
-        return cannotOpen("it takes too much memory");
-    } catch (const QPDFExc& exception) {
-        return cannotOpen(exception.getMessageDetail());
-    } catch (const std::exception& exception) {
-        return cannotOpen(exception.what());
-    }
+    const auto addLayers =
+        [&](QPDF& pdf, const std::vector<SourcePage>& pages) -> Result<void, PDFWriteError> {
+        if (auto fine = check(pdf, pages.size(), layers.size()); !fine) return fine;
+        LayerDrawing drawing(pdf, layers);
+        for (std::size_t index = 0; index < layers.size(); ++index) {
+            if (layers[index].lines.empty()) continue;
+            if (auto drawn = drawing.draw(pages[index], layers[index]); !drawn) return drawn;
+        }
+        updateMetadata(pdf, information);
+        return {};
+    };
+    return copyPDF(source, addLayers, sink);
 }
 
 } // namespace korvane
