@@ -43,7 +43,10 @@ for prefix, (systemd, autostart) in PREFIXES.items():
     agent = prefix + "/bin/korvane-agent"
     expected = {
         agent: [],
+        prefix + "/bin/korvanectl": [],
         prefix + "/libexec/korvane/korvane-worker": [],
+        prefix + "/share/bash-completion/completions/korvanectl": [],
+        prefix + "/share/dbus-1/interfaces/org.korvane.Agent.xml": [],
         systemd + "/user/korvane-agent.service": [agent],
         systemd + "/user/korvane-agent-lingering.service": ["true"],
         prefix + "/share/korvane/no-user-namespaces.conf": [],
@@ -53,6 +56,7 @@ for prefix, (systemd, autostart) in PREFIXES.items():
         prefix + "/share/applications/org.korvane.Agent.desktop": [agent],
         prefix + "/share/icons/hicolor/scalable/apps/org.korvane.Agent.svg": [],
         prefix + "/share/man/man1/korvane-agent.1.gz": [],
+        prefix + "/share/man/man1/korvanectl.1.gz": [],
         prefix + "/share/man/man8/korvane-worker.8.gz": [],
         prefix + "/share/metainfo/org.korvane.Agent.metainfo.xml": [],
     }
