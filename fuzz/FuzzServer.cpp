@@ -1,6 +1,7 @@
 // Several clients of a whole server, over socket pairs. The input is cut at 0xFF 0xFE; of each
-// piece the first byte says which client does what, and the rest is what it sends. Whatever they
-// do, each gets one answer at most, and no connection outlives its time.
+// piece the first byte says which client does what, and the rest is what it sends. The
+// highest bit of the first one says as which profile the printer answers. Whatever they do, each
+// gets one answer at most, and no connection outlives its time.
 
 #include "base/Lifetime.h"
 #include "net/SocketConnection.h"
@@ -210,20 +211,32 @@ void publish(SpooledJob& job)
 
 void run(std::string_view script, Spool& spool, const std::filesystem::path& saved)
 {
+    const PrinterProfile profile = !script.empty() && (script.front() & 0x80) != 0
+                                       ? PrinterProfile::ippEverywhere
+                                       : PrinterProfile::basic;
     FuzzQueues queues;
     FuzzNetwork network;
     ManualClock clock;
     RecordingLog log;
     FakeDocuments documents;
     PrinterCallbacks printer{
-        .descriptor = [] { return PrinterDescriptor{.name = "Fuzz", .uri = "ipp://desk"}; },
+        .descriptor =
+            [profile] {
+                return PrinterDescriptor{
+                    .name = "Fuzz", .uri = "ipp://desk/ipp/print", .profile = profile};
+            },
         .ticket =
             [&](const std::string& name) {
                 return JobTicket{.jobName = name, .saveDirectory = saved, .fileName = "job.pdf"};
             },
         .jobAccepted = [](const std::shared_ptr<SpooledJob>& job,
                           const std::shared_ptr<PrintJob>&) { publish(*job); },
-        .documentRefused = [](const std::filesystem::path&) {}};
+        .documentRefused = [](const std::filesystem::path&) {},
+        .identify = [](const std::string& message) { require(message.size() <= 127); },
+        .page = [](const std::string& path, const PrinterStatus&) -> std::optional<HTTPResponse> {
+            if (path != "/") return {};
+            return HTTPResponse{.status = "200 OK", .body = Data::copying("page")};
+        }};
     const auto server =
         IPPServer::make(8631, std::move(printer),
                         {.queues = queues,

@@ -57,10 +57,10 @@ inline std::vector<std::string> supportedMediaTypes(PrinterProfile profile)
 inline constexpr std::array<std::string_view, 5> urfCapabilities = {"SRGB24", "W8", "RS300", "DM1",
                                                                     "V1.4"};
 
-/** The same as IPP Everywhere names it: what the decoder takes, in one copy, whatever the quality.
+/** The same as IPP Everywhere names it: what the decoder takes, in one copy and one quality.
  *  Without "DM", which would offer two sides. */
 inline constexpr std::array<std::string_view, 6> everywhereURFCapabilities = {
-    "V1.4", "CP1", "PQ3-4-5", "RS300", "SRGB24", "W8"};
+    "V1.4", "CP1", "PQ4", "RS300", "SRGB24", "W8"};
 
 /** The format of a document by its first bytes alone; null when it is none of the above. */
 inline const DocumentFormat* recognizeFormat(std::string_view document)

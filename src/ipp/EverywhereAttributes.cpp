@@ -104,8 +104,7 @@ Attributes protocol()
 {
     return {
         keyword("ipp-versions-supported", {"1.1", "2.0"}),
-        enumValue("operations-supported",
-                  {0x02, 0x04, 0x05, 0x06, 0x08, 0x09, 0x0A, 0x0B, 0x39, 0x3B, 0x3C}),
+        enumValue("operations-supported", supportedOperations(PrinterProfile::ippEverywhere)),
         charset("charset-configured", {"utf-8"}),
         charset("charset-supported", {"utf-8"}),
         naturalLanguage("natural-language-configured", {"en"}),
@@ -121,7 +120,9 @@ Attributes protocol()
         boolean("preferred-attributes-supported", false),
         // Others than the host that sent a job see neither its name nor whose it is.
         keyword("job-privacy-attributes",
-                {"job-name", "job-originating-user-name", "job-state-message"}),
+                {"compression-supplied", "document-format-supplied", "document-name-supplied",
+                 "job-k-octets", "job-name", "job-originating-user-name", "job-state-message",
+                 "job-template", "number-of-documents"}),
         keyword("job-privacy-scope", {"owner"}),
         keyword("job-creation-attributes-supported", {"compression",
                                                       "copies",

@@ -17,15 +17,6 @@ namespace korvane::ipp {
 
 namespace {
 
-std::vector<std::int32_t> operationCodes()
-{
-    std::vector<std::int32_t> codes;
-    codes.reserve(ippOperations.size());
-    for (const IPPOperationName& known : ippOperations)
-        codes.push_back(static_cast<std::int32_t>(known.operation));
-    return codes;
-}
-
 /** The printer-up-time of this process, from when it was first asked for. */
 std::int32_t processUpTime()
 {
@@ -59,7 +50,7 @@ IPPAttributeGroup makePrinterAttributes(const PrinterDescriptor& descriptor)
         // Protocol versions, operations, charsets. Charsets and languages travel as keywords;
         // clients go by the name.
         keyword("ipp-versions-supported", {"1.1", "2.0"}),
-        enumValue("operations-supported", operationCodes()),
+        enumValue("operations-supported", supportedOperations(PrinterProfile::basic)),
         keyword("charset-configured", {"utf-8"}),
         keyword("charset-supported", {"utf-8"}),
         keyword("natural-language-configured", {"en"}),

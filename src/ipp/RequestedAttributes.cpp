@@ -6,6 +6,11 @@ namespace korvane {
 
 namespace {
 
+/** As long as a keyword may be (RFC 8011 section 5.1.4). */
+constexpr std::size_t maxKeyword = 255;
+/** More than there are attributes. */
+constexpr std::size_t maxNames = 1000;
+
 std::string_view groupName(AttributeKind kind)
 {
     switch (kind) {
@@ -29,7 +34,9 @@ RequestedAttributes::RequestedAttributes(const IPPMessage& request,
         return;
     }
     for (const IPPValue& value : requested->values) {
-        if (const auto* name = std::get_if<ipp::Text>(&value)) names_.insert(name->text);
+        const auto* name = std::get_if<ipp::Text>(&value);
+        if (name != nullptr && name->text.size() <= maxKeyword && names_.size() < maxNames)
+            names_.insert(name->text);
     }
 }
 

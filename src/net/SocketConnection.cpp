@@ -22,6 +22,22 @@ bool wouldBlock(int error)
     return error == EAGAIN || error == EWOULDBLOCK;
 }
 
+/** The bytes of an address of the socket, without its port; `name` is the call that gives it. */
+std::string addressOf(int socket, int (*name)(int, sockaddr*, socklen_t*) noexcept)
+{
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    if (name(socket, reinterpret_cast<sockaddr*>(&address), &length) != 0) return {};
+    const auto bytesOf = [](const auto& field) {
+        return std::string(reinterpret_cast<const char*>(&field), sizeof field);
+    };
+    if (address.ss_family == AF_INET)
+        return bytesOf(reinterpret_cast<const sockaddr_in&>(address).sin_addr);
+    if (address.ss_family == AF_INET6)
+        return bytesOf(reinterpret_cast<const sockaddr_in6&>(address).sin6_addr);
+    return {};
+}
+
 } // namespace
 
 SocketConnection::SocketConnection(FileDescriptor socket, SerialQueue& queue,
@@ -32,18 +48,14 @@ SocketConnection::SocketConnection(FileDescriptor socket, SerialQueue& queue,
 
 std::string SocketConnection::peerAddress() const
 {
-    sockaddr_storage address{};
-    socklen_t length = sizeof address;
-    if (::getpeername(socket_.get(), reinterpret_cast<sockaddr*>(&address), &length) != 0)
-        return {};
-    const auto bytesOf = [](const auto& field) {
-        return std::string(reinterpret_cast<const char*>(&field), sizeof field);
-    };
-    if (address.ss_family == AF_INET)
-        return bytesOf(reinterpret_cast<const sockaddr_in&>(address).sin_addr);
-    if (address.ss_family == AF_INET6)
-        return bytesOf(reinterpret_cast<const sockaddr_in6&>(address).sin6_addr);
-    return {};
+    return addressOf(socket_.get(), ::getpeername);
+}
+
+/** The system gives connections to an address of its own that same address to come from. */
+bool SocketConnection::isPeerLocal() const
+{
+    const std::string peer = peerAddress();
+    return !peer.empty() && peer == addressOf(socket_.get(), ::getsockname);
 }
 
 DescriptorWatch& SocketConnection::watch()

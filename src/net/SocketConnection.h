@@ -21,6 +21,7 @@ public:
     SocketConnection(FileDescriptor socket, SerialQueue& queue, std::shared_ptr<ReadBuffer> buffer);
 
     std::string peerAddress() const override;
+    bool isPeerLocal() const override;
     void receive(std::size_t maximum, ReceiveHandler handler) override;
     void send(std::vector<Data> pieces, SendHandler handler) override;
     void finishSending() override;

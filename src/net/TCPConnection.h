@@ -37,6 +37,9 @@ public:
      */
     virtual std::string peerAddress() const = 0;
 
+    /** Whether the peer is a program of this machine, whichever of its addresses it has used. */
+    virtual bool isPeerLocal() const = 0;
+
     /** Reads once, between 1 and `maximum` bytes; one read at a time. */
     virtual void receive(std::size_t maximum, ReceiveHandler handler) = 0;
 

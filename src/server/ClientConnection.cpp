@@ -19,6 +19,9 @@ constexpr std::size_t maxDrainedBytes = std::size_t{16} << 20;
 /** What a client that greets us in TLS sends first: a handshake record (RFC 8446 section 5.1). */
 constexpr std::uint8_t handshakeRecord = 0x16;
 
+/** The host of local clients, whichever address they use; no address looks like it. */
+constexpr const char* thisComputer = "this computer";
+
 const Data& interimContinue()
 {
     static const Data bytes = Data::copying("HTTP/1.1 100 Continue\r\n\r\n");
@@ -29,13 +32,14 @@ const Data& interimContinue()
  *  The connection is closed after every answer, and the header says so. */
 std::string header(const HTTPResponse& response)
 {
-    return fmt::format("HTTP/1.1 {}\r\n"
-                       "Server: Korvane/0.1\r\n"
-                       "Content-Type: {}\r\n"
-                       "Content-Length: {}\r\n"
-                       "Connection: close\r\n"
-                       "\r\n",
-                       response.status, response.contentType, response.body.size());
+    std::string lines = fmt::format("HTTP/1.1 {}\r\n"
+                                    "Server: Korvane/0.1\r\n"
+                                    "Content-Type: {}\r\n"
+                                    "Content-Length: {}\r\n"
+                                    "Connection: close\r\n",
+                                    response.status, response.contentType, response.body.size());
+    for (const std::string& line : response.headers) lines += line + "\r\n";
+    return lines + "\r\n";
 }
 
 } // namespace
@@ -148,7 +152,8 @@ void ClientConnection::handle(const HTTPRequestParser::Head& head)
                .readOn =
                    [weak = weak_from_this()] {
                        if (const auto self = weak.lock()) self->readOn();
-                   }});
+                   },
+               .host = connection_->isPeerLocal() ? thisComputer : connection_->peerAddress()});
     if (auto* body = std::get_if<ReceivingBody>(&state_)) body->reader = std::move(reader);
 }
 
@@ -207,7 +212,7 @@ void ClientConnection::sendResponse(const HTTPResponse& response)
     if (std::holds_alternative<Lingering>(state_)) return; // refused meanwhile
     state_ = Lingering{};
     table_.beginLingering(*this);
-    connection_->send({Data::copying(header(response)), response.body},
+    connection_->send({Data::copying(header(response)), response.hasBody ? response.body : Data()},
                       [weak = weak_from_this()](const std::optional<SystemError>& error) {
                           const auto self = weak.lock();
                           if (self) error ? self->close() : self->linger();

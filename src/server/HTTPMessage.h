@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace korvane {
 
@@ -35,6 +36,11 @@ struct HTTPResponse {
     std::string status;
     std::string contentType = "application/ipp";
     Data body;
+    /** Further header lines, without their ends. */
+    std::vector<std::string> headers = {};
+    /** Whether the body is sent: the answer to HEAD only tells its length (RFC 9110 section 9.3.2).
+     */
+    bool hasBody = true;
 };
 
 } // namespace korvane

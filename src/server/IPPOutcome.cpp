@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
+#include <utility>
 
 namespace korvane {
 
@@ -19,6 +20,10 @@ HTTPResponse makeResponse(const IPPRequest& request, IPPOutcome outcome)
          .attributes = {ipp::makeTextAttribute("attributes-charset", {"utf-8"}, IPPTag::charset),
                         ipp::makeTextAttribute("attributes-natural-language", {"en"},
                                                IPPTag::naturalLanguage)}});
+    if (!outcome.message.empty()) {
+        response.groups.front().attributes.push_back(ipp::makeTextAttribute(
+            "status-message", {std::move(outcome.message)}, IPPTag::textWithoutLang));
+    }
     std::ranges::move(outcome.groups, std::back_inserter(response.groups));
     return {.status = "200 OK", .body = ipp::encode(response)};
 }

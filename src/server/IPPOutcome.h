@@ -6,6 +6,7 @@
 #include "server/IPPRequest.h"
 #include "server/IPPStatus.h"
 
+#include <string>
 #include <vector>
 
 namespace korvane {
@@ -14,6 +15,8 @@ namespace korvane {
 struct IPPOutcome {
     IPPStatus status = IPPStatus::successfulOk;
     std::vector<IPPAttributeGroup> groups = {};
+    /** The status in words, for people; may be empty. */
+    std::string message = {};
 };
 
 /** The outcome as the answer to a request. */

@@ -1,32 +1,53 @@
 #include "server/IPPRequest.h"
 
-#include <optional>
-#include <variant>
+#include "ipp/RequestedPages.h"
+#include "ipp/RequestedPaper.h"
+#include "text/Text.h"
+
+#include <utility>
 
 namespace korvane {
 
 namespace {
 
-/** The first value of an operation attribute, if it is there and of that kind. */
-template <typename Value>
-std::optional<Value> firstOperationValue(const IPPMessage& request, std::string_view name)
+/** As long as a name may be (RFC 8011 section 5.1.3). */
+constexpr std::size_t maxUserName = 255;
+
+Compression compressionOf(const IPPMessage& message)
 {
-    const IPPAttribute* attribute = ipp::findAttribute(request, name, IPPTag::operationAttributes);
-    if (attribute == nullptr || attribute->values.empty()) return {};
-    if (const auto* value = std::get_if<Value>(&attribute->values.front())) return *value;
-    return {};
+    const std::string compression = operationText(message, "compression");
+    if (compression == "gzip") return Compression::gzip;
+    return compression == "deflate" ? Compression::deflate : Compression::none;
+}
+
+/** The basic profile saves every document as it came. */
+std::vector<PageRange> pagesOf(const IPPMessage& message, PrinterProfile profile)
+{
+    if (profile == PrinterProfile::basic) return {};
+    return ipp::requestedPages(message);
 }
 
 } // namespace
 
-IPPRequest::IPPRequest(const IPPMessage& message)
+std::string operationText(const IPPMessage& request, std::string_view name)
+{
+    return operationValue<ipp::Text>(request, name).value_or(ipp::Text{}).text;
+}
+
+IPPRequest::IPPRequest(const IPPMessage& message, PrinterProfile profile, std::string hostName)
     : versionMajor(message.versionMajor), versionMinor(message.versionMinor), code(message.code),
-      requestID(message.requestID), operation(findIPPOperation(message.code)),
-      jobName(firstOperationValue<ipp::Text>(message, "job-name").value_or(ipp::Text{}).text),
-      jobID(firstOperationValue<ipp::Integer>(message, "job-id").value_or(ipp::Integer{0}).value),
-      isLastDocument(firstOperationValue<ipp::Boolean>(message, "last-document")
+      requestID(message.requestID), operation(findIPPOperation(message.code, profile)),
+      jobName(operationText(message, "job-name")),
+      userName(
+          text::prefixOfSequences(operationText(message, "requesting-user-name"), maxUserName)),
+      host(std::move(hostName)),
+      jobID(operationValue<ipp::Integer>(message, "job-id").value_or(ipp::Integer{0}).value),
+      isLastDocument(operationValue<ipp::Boolean>(message, "last-document")
                          .value_or(ipp::Boolean{true})
-                         .value)
+                         .value),
+      traits{.compression = compressionOf(message),
+             .paper = ipp::requestedPaper(message).value_or(PaperSize()),
+             .pages = pagesOf(message, profile)}
 {
 }
 

@@ -6,9 +6,9 @@
 
 namespace korvane {
 
-IPPRequestReader::IPPRequestReader(std::shared_ptr<IPPOperations> operations,
-                                   std::optional<std::uint64_t> bodyLength, RequestClient client)
-    : operations_(std::move(operations)), bodyLength_(bodyLength), client_(std::move(client))
+IPPRequestReader::IPPRequestReader(Printer printer, std::optional<std::uint64_t> bodyLength,
+                                   RequestClient client)
+    : printer_(std::move(printer)), bodyLength_(bodyLength), client_(std::move(client))
 {
 }
 
@@ -25,8 +25,8 @@ void IPPRequestReader::append(std::span<const std::uint8_t> bytes)
     auto* operation = std::get_if<Operation>(&state_);
     if (operation == nullptr) return;
     operation->documentBytes += bytes.size();
-    if (!operation->document) return;
-    operation->document->content->append(bytes);
+    if (!operation->prepared.document) return;
+    operation->prepared.document->append(bytes);
     checkDocument(*operation);
 }
 
@@ -38,17 +38,20 @@ void IPPRequestReader::decodeAttributes(bool isMoreToCome)
         state_ = Malformed{message.error()};
         return;
     }
-    Operation operation{.request = IPPRequest(*message), .documentBytes = 0, .document = {}};
-    if (isMoreToCome) {
-        operation.document =
-            operations_->beginDocument(operation.request, [weak = weak_from_this()] {
-                if (const auto self = weak.lock()) self->handleWritten();
-            });
-    }
-    if (operation.document) {
+    IPPRequest request(*message, printer_.profile, client_.host);
+    Operation operation{
+        .request = request,
+        .prepared = printer_.operations->prepare({.message = *message,
+                                                  .responder = {std::move(request), client_.answer},
+                                                  .isMoreToCome = isMoreToCome,
+                                                  .onWritten = [weak = weak_from_this()] {
+                                                      if (const auto self = weak.lock())
+                                                          self->handleWritten();
+                                                  }})};
+    if (operation.prepared.document) {
         auto rest = bodyLength_;
         if (rest) *rest -= bodyBytes_;
-        operation.document->content->expect(rest);
+        operation.prepared.document->expect(rest);
     }
     state_ = std::move(operation);
 }
@@ -62,34 +65,33 @@ void IPPRequestReader::finish()
 
 void IPPRequestReader::finish(const Malformed& malformed)
 {
-    operations_->log().error(fmt::format("IPPServer: IPP decode failed ({} body bytes): {}",
-                                         bodyBytes_, malformed.error.description()));
+    printer_.log.error(fmt::format("IPPServer: IPP decode failed ({} body bytes): {}", bodyBytes_,
+                                   malformed.error.description()));
     client_.answer({.status = "400 Bad Request", .body = {}});
 }
 
 void IPPRequestReader::finish(Operation operation)
 {
     const IPPRequest& request = operation.request;
-    operations_->log().note(fmt::format("IPPServer: op={} reqID={} bodyBytes={} docBytes={}",
-                                        request.operation ? std::string(request.operation->name)
-                                                          : fmt::format("0x{:x}", request.code),
-                                        request.requestID, bodyBytes_, operation.documentBytes));
-    operations_->perform(request, operation.documentBytes, std::move(operation.document),
-                         client_.answer);
+    printer_.log.note(fmt::format("IPPServer: op={} reqID={} bodyBytes={} docBytes={}",
+                                  request.operation ? std::string(request.operation->name)
+                                                    : fmt::format("0x{:x}", request.code),
+                                  request.requestID, bodyBytes_, operation.documentBytes));
+    operation.prepared.perform(operation.documentBytes);
 }
 
 void IPPRequestReader::checkDocument(const Operation& operation)
 {
-    const auto& error = operation.document->content->error();
+    const auto& error = operation.prepared.document->error();
     if (!error) return;
-    operations_->log().error("IPPServer: refusing a document: " + error->description());
-    client_.answer(makeResponse(operation.request, *error));
+    printer_.log.error("IPPServer: refusing a document: " + error->description());
+    operation.prepared.refuse(*error);
 }
 
 void IPPRequestReader::handleWritten()
 {
     const auto* operation = std::get_if<Operation>(&state_);
-    if (operation == nullptr || !operation->document) return;
+    if (operation == nullptr || !operation->prepared.document) return;
     checkDocument(*operation);
     client_.readOn();
 }
@@ -97,7 +99,7 @@ void IPPRequestReader::handleWritten()
 const ReceivedDocument* IPPRequestReader::document() const
 {
     const auto* operation = std::get_if<Operation>(&state_);
-    return operation && operation->document ? operation->document->content.get() : nullptr;
+    return operation != nullptr ? operation->prepared.document.get() : nullptr;
 }
 
 std::size_t IPPRequestReader::bytesHeld() const
@@ -110,8 +112,8 @@ std::size_t IPPRequestReader::bytesHeld() const
 bool IPPRequestReader::releaseMemory()
 {
     const auto* operation = std::get_if<Operation>(&state_);
-    if (operation == nullptr || !operation->document) return false;
-    return operation->document->content->writeOut();
+    if (operation == nullptr || !operation->prepared.document) return false;
+    return operation->prepared.document->writeOut();
 }
 
 bool IPPRequestReader::isBusy() const

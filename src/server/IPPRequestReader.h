@@ -1,9 +1,11 @@
 #pragma once
 
 #include "base/ByteBuffer.h"
+#include "base/Log.h"
 #include "ipp/AttributeSection.h"
 #include "ipp/IPPCodec.h"
-#include "server/IPPOperations.h"
+#include "ipp/PrinterProfile.h"
+#include "server/IPPProfile.h"
 #include "server/IPPRequest.h"
 #include "server/RequestReader.h"
 
@@ -21,8 +23,16 @@ namespace korvane {
 class IPPRequestReader final : public RequestReader,
                                public std::enable_shared_from_this<IPPRequestReader> {
 public:
-    IPPRequestReader(std::shared_ptr<IPPOperations> operations,
-                     std::optional<std::uint64_t> bodyLength, RequestClient client);
+    /** As which printer a request is answered. */
+    struct Printer {
+        PrinterProfile profile;
+        std::shared_ptr<IPPProfile> operations;
+        /** Outlives the reader. */
+        Log& log;
+    };
+
+    IPPRequestReader(Printer printer, std::optional<std::uint64_t> bodyLength,
+                     RequestClient client);
 
     void append(std::span<const std::uint8_t> bytes) override;
     void finish() override;
@@ -41,8 +51,8 @@ private:
     };
     struct Operation {
         IPPRequest request;
+        PreparedRequest prepared;
         std::uint64_t documentBytes = 0;
-        std::optional<ArrivingDocument> document;
     };
 
     void decodeAttributes(bool isMoreToCome);
@@ -53,7 +63,7 @@ private:
     void handleWritten();
     const ReceivedDocument* document() const;
 
-    const std::shared_ptr<IPPOperations> operations_;
+    const Printer printer_;
     const std::optional<std::uint64_t> bodyLength_;
     const RequestClient client_;
     std::uint64_t bodyBytes_ = 0;

@@ -1,10 +1,12 @@
 #include "server/IPPServer.h"
 
 #include "discovery/TXTRecord.h"
+#include "server/BasicProfile.h"
+#include "server/EverywhereProfile.h"
 #include "server/FixedAnswerReader.h"
-#include "server/IPPOperations.h"
 #include "server/IPPRequestReader.h"
 #include "server/JobIntake.h"
+#include "server/JobReception.h"
 #include "text/Text.h"
 
 #include <fmt/format.h>
@@ -34,29 +36,30 @@ bool isPortUnavailable(const SystemError& error)
     return error.code == EADDRINUSE || error.code == EACCES;
 }
 
-/** Tells requests that carry IPP from others by their content type, before their method. */
-ClientConnection::Router makeRouter(std::shared_ptr<IPPOperations> operations)
+/** Tells requests that carry IPP from others by their content type, before their method. As which
+ *  printer it answers is asked anew for each: the user may change it. */
+ClientConnection::Router makeRouter(std::shared_ptr<JobReception> jobs)
 {
-    return [operations =
-                std::move(operations)](const HTTPRequestParser::Head& head,
-                                       RequestClient client) -> std::shared_ptr<RequestReader> {
+    const std::shared_ptr<IPPProfile> basic = std::make_shared<BasicProfile>(jobs);
+    const std::shared_ptr<IPPProfile> everywhere = std::make_shared<EverywhereProfile>(jobs);
+    return [jobs = std::move(jobs), basic,
+            everywhere](const HTTPRequestParser::Head& head,
+                        RequestClient client) -> std::shared_ptr<RequestReader> {
         const HTTPRequest& request = head.request;
-        if (carriesIPP(request)) {
-            if (!isFromWebPage(request)) {
-                return std::make_shared<IPPRequestReader>(operations, head.bodyLength,
-                                                          std::move(client));
-            }
-            operations->log().error("IPPServer: refusing a request of a web page");
+        const PrinterProfile profile = jobs->printer().descriptor().profile;
+        const auto& operations = profile == PrinterProfile::basic ? basic : everywhere;
+        if (!carriesIPP(request)) {
+            return std::make_shared<FixedAnswerReader>(operations->answer(request),
+                                                       std::move(client));
+        }
+        if (isFromWebPage(request)) {
+            jobs->log().error("IPPServer: refusing a request of a web page");
             client.answer({.status = "403 Forbidden", .body = {}});
             return nullptr;
         }
-        HTTPResponse response{.status = "415 Unsupported Media Type", .body = {}};
-        if (request.method == "GET") {
-            response = {.status = "200 OK",
-                        .contentType = "text/plain",
-                        .body = Data::copying("Korvane IPP endpoint\n")};
-        }
-        return std::make_shared<FixedAnswerReader>(std::move(response), std::move(client));
+        return std::make_shared<IPPRequestReader>(
+            IPPRequestReader::Printer{profile, operations, jobs->log()}, head.bodyLength,
+            std::move(client));
     };
 }
 
@@ -97,7 +100,7 @@ IPPServer::IPPServer(std::uint16_t configuredPort, PrinterCallbacks printer,
                                    .log = environment.log};
     connections_ = std::make_unique<ConnectionTable>(
         queue_, log_, environment.limits,
-        makeRouter(std::make_shared<IPPOperations>(
+        makeRouter(std::make_shared<JobReception>(
             std::make_shared<JobIntake>(intake, std::move(printer)), environment.clock)));
 }
 

@@ -12,7 +12,30 @@ IntakeError storageError(const SystemError& error)
     return {.description = error.description(), .storage = error};
 }
 
+IntakeError::Kind kindOf(const DocumentNormalizer::NormalizeError& error)
+{
+    using Error = DocumentNormalizer::NormalizeError;
+    if (!error.isRefusal()) return IntakeError::Kind::notKept;
+    if (std::holds_alternative<Error::UnrecognizedFormat>(error.value))
+        return IntakeError::Kind::unknownFormat;
+    return std::holds_alternative<Error::DecompressionFailed>(error.value)
+               ? IntakeError::Kind::compression
+               : IntakeError::Kind::damaged;
+}
+
 } // namespace
+
+std::string_view IntakeError::reason() const
+{
+    switch (kind) {
+    case Kind::unknownFormat: return "unsupported-document-format";
+    case Kind::damaged: return "document-format-error";
+    case Kind::compression: return "compression-error";
+    case Kind::notKept:
+    case Kind::canceled: break;
+    }
+    return "aborted-by-system";
+}
 
 JobIntake::JobIntake(IntakeEnvironment environment, PrinterCallbacks printer)
     : environment_(std::move(environment)), printer_(std::move(printer))
@@ -42,6 +65,10 @@ void JobIntake::take(const ArrivedJob& arrived, const Result<DocumentFile, Syste
 JobIntake::Taken JobIntake::accept(const ArrivedJob& arrived, const DocumentFile& document,
                                    const Normalized& pdf) const
 {
+    if (arrived.job->isCanceled()) {
+        return failure(IntakeError{.kind = IntakeError::Kind::canceled,
+                                   .description = "canceled while its document arrived"});
+    }
     if (!pdf) return failure(refuse(arrived, document, pdf.error()));
     return environment_.spool.accept(printer_.ticket(arrived.name()), *pdf).map_error(storageError);
 }
@@ -49,11 +76,11 @@ JobIntake::Taken JobIntake::accept(const ArrivedJob& arrived, const DocumentFile
 IntakeError JobIntake::refuse(const ArrivedJob& arrived, const DocumentFile& document,
                               const DocumentNormalizer::NormalizeError& error) const
 {
-    IntakeError refusal{.description = error.description(), .isRefusal = error.isRefusal()};
+    IntakeError refusal{.kind = kindOf(error), .description = error.description()};
     using StorageFailed = DocumentNormalizer::NormalizeError::StorageFailed;
     if (const auto* storage = std::get_if<StorageFailed>(&error.value))
         refusal.storage = storage->error;
-    if (!refusal.isRefusal || document.length == 0) return refusal;
+    if (!refusal.isRefusal() || document.length == 0) return refusal;
     const std::filesystem::path savedName = printer_.ticket(arrived.name()).fileName;
     const auto kept = environment_.spool.keepRefused(savedName.stem(), document);
     if (kept) {
@@ -71,9 +98,12 @@ void JobIntake::report(const ArrivedJob& arrived, const Taken& taken,
 {
     environment_.queue->async([self = shared_from_this(), arrived, taken, completion] {
         if (taken) {
+            arrived.job->enqueue();
             self->printer_.jobAccepted(*taken, arrived.job);
-        } else if (taken.error().keptAt) {
-            self->printer_.documentRefused(*taken.error().keptAt);
+        } else {
+            const IntakeError& error = taken.error();
+            arrived.job->abort(error.reason(), error.description);
+            if (error.keptAt) self->printer_.documentRefused(*error.keptAt);
         }
         completion(taken);
     });

@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace korvane {
 
@@ -40,13 +41,24 @@ struct ArrivedJob {
 
 /** Why a job was not taken. */
 struct IntakeError {
+    enum class Kind {
+        unknownFormat, ///< the document is in no format that we read
+        damaged,       ///< the document is, or it uses what cannot be converted
+        compression,   ///< the document cannot be decompressed
+        notKept,       ///< no worker, no room: it may go well another time
+        canceled,      ///< the job was canceled meanwhile
+    };
+    Kind kind = Kind::notKept;
     std::string description;
-    /** Whether the document is none that we read, now or ever. */
-    bool isRefusal = false;
     /** What the disk said, if it was that. */
     std::optional<SystemError> storage = {};
     /** Where the refused document is kept. */
     std::optional<std::filesystem::path> keptAt = {};
+
+    /** Whether the document is none that we read, now or ever. */
+    bool isRefusal() const { return kind < Kind::notKept; }
+    /** A keyword of job-state-reasons (RFC 8011 section 5.3.8). */
+    std::string_view reason() const;
 };
 
 /**

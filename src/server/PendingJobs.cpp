@@ -11,14 +11,15 @@ PendingJobs::PendingJobs(std::shared_ptr<SerialQueue> queue, Log& log, Limits li
 {
 }
 
-bool PendingJobs::open(std::int32_t id, std::string jobName)
+bool PendingJobs::open(const std::shared_ptr<KnownJob>& job)
 {
-    take(id);
-    if (entries_.size() >= limits_.jobs || names_ + jobName.size() > limits_.names) return false;
-    Entry& entry = entries_[id];
-    names_ += jobName.size();
-    entry.job = {std::move(jobName), std::make_shared<JoinedDocument>()};
-    keepWaiting(id, entry);
+    take(job->id);
+    const std::size_t name = job->progress->origin().name.size();
+    if (entries_.size() >= limits_.jobs || names_ + name > limits_.names) return false;
+    Entry& entry = entries_[job->id];
+    names_ += name;
+    entry.job = {job, std::make_shared<JoinedDocument>()};
+    keepWaiting(job->id, entry);
     return true;
 }
 
@@ -52,7 +53,7 @@ std::optional<PendingJob> PendingJobs::take(std::int32_t id)
     const auto found = entries_.find(id);
     if (found == entries_.end()) return {};
     PendingJob job = std::move(found->second.job);
-    names_ -= job.jobName.size();
+    names_ -= job.job->progress->origin().name.size();
     entries_.erase(found);
     return job;
 }
@@ -62,7 +63,8 @@ void PendingJobs::keepWaiting(std::int32_t id, Entry& entry)
     entry.expiry = queue_->after(limits_.wait, [this, id] {
         log_.error(
             fmt::format("IPPServer: dropping job {}: timed out waiting for the last document", id));
-        take(id);
+        const auto job = take(id);
+        job->job->progress->abort("aborted-by-system", "Timed out waiting for the document");
     });
 }
 

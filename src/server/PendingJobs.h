@@ -3,6 +3,7 @@
 #include "base/Log.h"
 #include "event/Queue.h"
 #include "server/JoinedDocument.h"
+#include "server/KnownJob.h"
 
 #include <chrono>
 #include <cstddef>
@@ -16,13 +17,13 @@ namespace korvane {
 
 /** A job that Create-Job made and whose documents are still coming. */
 struct PendingJob {
-    std::string jobName;
+    std::shared_ptr<KnownJob> job;
     /** What Send-Document brought so far. */
     std::shared_ptr<JoinedDocument> document;
 };
 
 /**
- * The Create-Job jobs that wait for their last document. One that waits too long is dropped, with
+ * The Create-Job jobs that wait for their last document. One that waits too long is aborted, with
  * an error line; none is for the sake of another. Used on the server's queue only.
  */
 class PendingJobs : public std::enable_shared_from_this<PendingJobs> {
@@ -41,8 +42,8 @@ public:
 
     PendingJobs(std::shared_ptr<SerialQueue> queue, Log& log, Limits limits);
 
-    /** Opens a job, replacing any of that id; false if there are too many. */
-    bool open(std::int32_t id, std::string jobName);
+    /** Opens a job that has its id; false if there are too many. */
+    bool open(const std::shared_ptr<KnownJob>& job);
 
     /** The job, or null. */
     const PendingJob* find(std::int32_t id) const;

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <span>
+#include <string>
 
 namespace korvane {
 
@@ -18,6 +19,9 @@ struct RequestClient {
     std::function<void(HTTPResponse)> answer;
     /** Goes on reading after the reader was busy. */
     Task readOn;
+    /** Its host: the same for all that come from it, and for none else; empty if it is not known.
+     */
+    std::string host = {};
 };
 
 /** Takes the body of one request as it arrives, and has the request answered. Used on the server's

@@ -121,6 +121,11 @@ protected:
                                   .attributes = {ipp::makeTextAttribute("job-name", {jobName},
                                                                         IPPTag::nameWithoutLang)}});
         message.documentData = Data::copying(document);
+        return post(message);
+    }
+
+    static std::string post(const IPPMessage& message)
+    {
         const Data body = ipp::encode(message);
         return fmt::format("POST /ipp/print HTTP/1.1\r\nContent-Type: application/ipp\r\n"
                            "Content-Length: {}\r\n\r\n{}",

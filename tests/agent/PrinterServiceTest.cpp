@@ -95,6 +95,38 @@ TEST_F(PrinterServiceTest, IsAdvertisedAgainWhenItBecomesAnotherKindOfPrinter)
     }
 }
 
+/** A second client within two seconds finds the notification of the first. */
+TEST_F(PrinterServiceTest, ShowsItselfToClientsThatAskWhichPrinterItIs)
+{
+    choose({.everywhere = true});
+    reload();
+    listenerIsReady();
+    const auto identify = [&](const std::string& words) {
+        using ipp::makeTextAttribute;
+        const IPPMessage message{
+            .versionMajor = 2,
+            .code = 0x003C,
+            .requestID = 1,
+            .groups = {
+                {IPPTag::operationAttributes,
+                 {makeTextAttribute("attributes-charset", {"utf-8"}, IPPTag::charset),
+                  makeTextAttribute("attributes-natural-language", {"en"}, IPPTag::naturalLanguage),
+                  makeTextAttribute("printer-uri", {"ipp://localhost/ipp/print"}, IPPTag::uri),
+                  makeTextAttribute("message", {words}, IPPTag::textWithoutLang)}}}};
+        return ask(network.latest(), post(message)).code;
+    };
+    EXPECT_EQ(identify("Hall?"), 0);
+    EXPECT_EQ(identify("Flood"), 0);
+    ASSERT_EQ(notifications.requests.size(), 1U);
+    EXPECT_EQ(notifications.latest().content.title, "Here I am");
+    EXPECT_EQ(notifications.latest().content.body,
+              "Somebody on the network is looking for Office. The message with it: Hall?");
+    queues.advance(std::chrono::seconds(2));
+    EXPECT_EQ(identify("Again"), 0);
+    ASSERT_EQ(notifications.requests.size(), 2U);
+    EXPECT_EQ(notifications.requests[0].identifier, notifications.requests[1].identifier);
+}
+
 TEST_F(PrinterServiceTest, MovesToAnotherPort)
 {
     startPrinter();

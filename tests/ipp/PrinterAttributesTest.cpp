@@ -51,14 +51,19 @@ TEST(PrinterAttributes, AreFiftySixThatStartWithWhoThePrinterIs)
 
 TEST(IPPOperation, IsNamedForTheLog)
 {
-    std::string known;
-    for (int code = 0; code <= 0xFFFF; ++code) {
-        const auto* operation = findIPPOperation(static_cast<std::uint16_t>(code));
-        if (operation != nullptr) known.append(operation->name).append(" ");
-    }
-    EXPECT_EQ(known,
-              "printJob validateJob createJob sendDocument cancelJob getJobAttributes getJobs "
-              "getPrinterAttributes ");
+    const auto namesOf = [](PrinterProfile profile) {
+        std::string known;
+        for (int code = 0; code <= 0xFFFF; ++code) {
+            const auto* operation = findIPPOperation(static_cast<std::uint16_t>(code), profile);
+            if (operation != nullptr) known.append(operation->name).append(" ");
+        }
+        return known;
+    };
+    const std::string basic = "printJob validateJob createJob sendDocument cancelJob "
+                              "getJobAttributes getJobs getPrinterAttributes ";
+    EXPECT_EQ(namesOf(PrinterProfile::basic), basic);
+    EXPECT_EQ(namesOf(PrinterProfile::ippEverywhere),
+              basic + "cancelMyJobs closeJob identifyPrinter ");
 }
 
 TEST(MoreInfoURI, IsTheRootOfThePrintersHost)

@@ -49,7 +49,8 @@ protected:
                     return PrinterDescriptor{.name = printerName,
                                              .uri = "ipp://desk/print",
                                              .uuid = "0a0b",
-                                             .location = "desk"};
+                                             .location = "desk",
+                                             .profile = profile};
                 },
             .ticket =
                 [](const std::string& name) {
@@ -62,7 +63,15 @@ protected:
                     printJobs.push_back(printJob);
                 },
             .documentRefused =
-                [this](const std::filesystem::path& path) { refused.push_back(path); }};
+                [this](const std::filesystem::path& path) { refused.push_back(path); },
+            .identify = [this](const std::string& message) { identified.push_back(message); },
+            .page = [](const std::string& path,
+                       const PrinterStatus& status) -> std::optional<HTTPResponse> {
+                if (path != "/") return {};
+                return HTTPResponse{.status = "200 OK",
+                                    .contentType = "text/html",
+                                    .body = Data::copying(status.isProcessing ? "busy" : "idle")};
+            }};
         auto made = IPPServer::make(port, std::move(printer),
                                     {.queues = queues,
                                      .network = network,
@@ -118,9 +127,9 @@ protected:
     }
 
     /** All that a client is sent that sends this and waits for its answer. */
-    std::string answerTo(std::string_view request)
+    std::string answerTo(std::string_view request, const std::string& peer = "desk")
     {
-        const auto client = connectSending(request);
+        const auto client = connectSending(request, peer);
         queues.run();
         EXPECT_TRUE(client->finishedSending);
         client->clientFinishes();
@@ -201,11 +210,13 @@ protected:
     FakeDocuments converter;
     ConnectionTable::Limits limits;
     std::string printerName = "Office";
+    PrinterProfile profile = PrinterProfile::basic;
     std::vector<std::uint16_t> readyPorts;
     std::vector<int> unavailable;
     std::vector<TakenJob> jobs;
     std::vector<std::shared_ptr<PrintJob>> printJobs;
     std::vector<std::filesystem::path> refused;
+    std::vector<std::string> identified;
     int timesFinished = 0;
     std::shared_ptr<IPPServer> server;
 };

@@ -19,6 +19,7 @@ public:
     explicit FakeConnection(std::string peer = "desk") : peer_(std::move(peer)) {}
 
     std::string peerAddress() const override { return peer_; }
+    bool isPeerLocal() const override { return peer_.starts_with("local"); }
 
     void receive(std::size_t /*maximum*/, ReceiveHandler handler) override
     {

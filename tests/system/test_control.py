@@ -75,7 +75,12 @@ class Watcher:
             self.link.add_signal_receiver(
                 lambda *arguments, member: self.seen.append((str(member), arguments)), path=PATH,
                 member_keyword="member")
-        on_loop(follow)
+            try:
+                return self.link.call_blocking(NAME, PATH, "org.freedesktop.DBus.Properties",
+                                               "GetAll", "s", (NAME,))
+            except dbus.DBusException:
+                return {}  # there is no agent yet
+        self.properties = on_loop(follow)
 
     def __enter__(self):
         return self
@@ -83,11 +88,18 @@ class Watcher:
     def __exit__(self, *_):
         on_loop(self.link.close)
 
-    def wait_for(self, member, **properties):
-        """Until the signal has come; of PropertiesChanged one with these values."""
-        self.seen.wait(lambda: any(
-            name == member and (not properties or properties.items() <= dict(arguments[1]).items())
-            for name, arguments in self.seen))
+    def wait_for(self, member):
+        self.seen.wait(lambda: any(name == member for name, _ in self.seen))
+
+    def wait_told(self, **properties):
+        """Until the properties, as the signals have told them so far, have these values."""
+        def is_told():
+            told = dict(self.properties)
+            for name, arguments in self.seen:
+                if name == "PropertiesChanged":
+                    told.update(arguments[1])
+            return properties.items() <= told.items()
+        self.seen.wait(is_told)
 
 
 class Control(unittest.TestCase):
@@ -98,11 +110,11 @@ class Control(unittest.TestCase):
         return self.enterContext(Agent(environment=self.bus.environment, **options))
 
     def test_describes_itself_as_its_interface_file_does(self):
-        agent = self.agent().wait_ready()
-        described = on_loop(lambda: dbus.Interface(
-            self.bus.connect().get_object(NAME, PATH, introspect=False),
-            "org.freedesktop.DBus.Introspectable").Introspect())
-        self.assertTrue(agent.process.poll() is None)
+        self.agent().wait_ready()
+        link = on_loop(self.bus.connect)
+        described = on_loop(lambda: link.call_blocking(
+            NAME, PATH, "org.freedesktop.DBus.Introspectable", "Introspect", "", ()))
+        on_loop(link.close)
 
         def members(text):
             interface = xml.fromstring(text).find(f"./interface[@name='{NAME}']")
@@ -124,8 +136,8 @@ class Control(unittest.TestCase):
             self.assertEqual(control(agent, "set", "saveDirectoryPath", str(agent.saved),
                                      "ippPort", str(agent.port), "printerName", "Desk"), (0, "", ""))
             agent.wait_ready()
-            watcher.wait_for("PropertiesChanged", State="ready", Port=agent.port, PrinterName="Desk")
-            watcher.wait_for("PropertiesChanged", NetworkName="Desk")
+            watcher.wait_told(State="ready", Port=agent.port, PrinterName="Desk")
+            watcher.wait_told(NetworkName="Desk")
             expected = ("Ready: phones on this network see 'Desk'\n" if join_a_network() else
                         "Ready, but this computer is not on a network\n")
             self.assertEqual(control(agent, "status"), (0, expected, ""))
@@ -134,7 +146,7 @@ class Control(unittest.TestCase):
                               "notesEnabled": False, "notesFolder": "Printed",
                               "ippPort": agent.port, "ippEverywhere": True})
             self.assertEqual(control(agent, "set", "printerName", "Attic"), (0, "", ""))
-            watcher.wait_for("PropertiesChanged", PrinterName="Attic")
+            watcher.wait_told(PrinterName="Attic")
             agent.wait_logged('publishing "Attic"')
 
             before = (agent.support / "settings.json").read_text()
@@ -158,20 +170,19 @@ class Control(unittest.TestCase):
         agent = self.agent(settings={"ippPort": port}).wait_ready()
         with Watcher(self.bus) as watcher:
             for user, page, words in programs:
-                control(agent, "set", "ippPort", str(free_port()))
-                agent.wait_logged("listener cancelled")
-                wait_until(lambda: told(agent, "status")["state"] == "ready")
+                other_port = free_port()
+                control(agent, "set", "ippPort", str(other_port))
+                watcher.wait_told(State="ready", Port=other_port)
                 with Program("/usr/bin/python3", "-c", OTHER_PROGRAM, str(port), page,
                              preexec_fn=user) as other:
                     other.lines.wait_line("listening")
                     control(agent, "set", "ippPort", str(port))
-                    watcher.wait_for("PropertiesChanged", State="port-unavailable", Port=port)
+                    watcher.wait_told(State="port-unavailable", Port=port)
                     self.assertEqual(control(agent, "status"), (
                         1, f"Port {port} is {words}: use {port + 1}\n"
                         f"    korvanectl set ippPort {port + 1}\n", ""))
-                    watcher.seen.clear()
                     control(agent, "set", "ippPort", str(told(agent, "status")["freePort"]))
-                    watcher.wait_for("PropertiesChanged", State="ready")
+                    watcher.wait_told(State="ready", Port=port + 1)
 
     def test_tells_of_jobs_and_documents_while_and_after_they_are_made(self):
         agent = self.agent().wait_ready()

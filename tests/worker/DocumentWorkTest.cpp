@@ -19,6 +19,7 @@
 namespace korvane {
 namespace {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::SizeIs;
@@ -173,15 +174,18 @@ TEST_F(DocumentWorkTest, MakesPDFOfRastersOrTellsWhyNot)
 TEST_F(DocumentWorkTest, MakesPDFOfPicturesAndDecompressesOrTellsWhyNot)
 {
     const SharedDescriptor output = unnamedFile();
-    const std::string picture = test::jpeg(test::frame() + test::quantization() + test::scan());
+    const std::string picture = test::jpeg(test::frame({.width = 300, .height = 150}) +
+                                           test::quantization() + test::scan());
+    constexpr PaperSize paper{.width = 1270, .height = 1270};
     const auto convert = [&](std::string_view document) {
         return get<DocumentAnswer<std::uint64_t>>([&](auto completion) {
-            documents.convertPicture(documentFile(document), {}, output, completion);
+            documents.convertPicture(documentFile(document), paper, output, completion);
         });
     };
     const auto length = convert(picture);
     ASSERT_TRUE(length) << length.error().description();
-    EXPECT_THAT(contentOf({output, *length}), HasSubstr("stream\n" + picture + "\nendstream"));
+    EXPECT_THAT(contentOf({output, *length}), AllOf(HasSubstr("stream\n" + picture + "\nendstream"),
+                                                    HasSubstr("/MediaBox [0 0 36 18]")));
     EXPECT_EQ(convert("\xFF\xD8\xFF\xD9").error().description(), "it has no picture");
 
     // RFC 1951: one stored block of three bytes.
