@@ -5,7 +5,9 @@ tests on it need no network: usage make_root.py <build folder>. Exit status 77: 
 The system is <build folder>/package-root, and in its /root is the package of <build folder>/package."""
 
 import ctypes
+import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -23,10 +25,12 @@ def configured_sources():
     return sorted({line[len(start):] for line in lines if line.startswith(start)})
 
 
-def configured_proxies():
+def configured_options():
+    """How the machine reaches its sources, and whether these may be old."""
     lines = subprocess.run(["apt-config", "dump"], check=True, capture_output=True,
                            text=True).stdout.splitlines()
-    return [f"--aptopt={line}" for line in lines if "::proxy " in line.lower() and '""' not in line]
+    return [f"--aptopt={line}" for line in lines
+            if re.match(r'Acquire::(https?::Proxy|Check-(Date|Valid-Until)) "..*"', line, re.I)]
 
 
 def make_system(root):
@@ -34,7 +38,7 @@ def make_system(root):
     unfinished = root.with_suffix(".unfinished")
     shutil.rmtree(unfinished, ignore_errors=True)
     subprocess.run(["mmdebstrap", "--quiet", "--variant=apt", "--include=cups-ipp-utils",
-                    "--dpkgopt=force-unsafe-io", *configured_proxies(), "", str(unfinished), "-"],
+                    "--dpkgopt=force-unsafe-io", *configured_options(), "", str(unfinished), "-"],
                    input="\n".join(configured_sources()), text=True, check=True)
     subprocess.run(["chroot", unfinished, "useradd", "--create-home", "--uid", "1000", "user"],
                    check=True)
@@ -55,7 +59,7 @@ def main(build):
     root = build / "package-root"
     if not root.exists():
         make_system(root)
-    shutil.copy(next((build / "package").glob("*.deb")), root / "root" / "korvane.deb")
+    shutil.copy(max((build / "package").glob("*.deb"), key=os.path.getmtime), root / "root" / "korvane.deb")
     in_root(root, "apt-get", "install", "-qq", "--no-install-recommends", "--download-only",
             "/root/korvane.deb")
     return 0

@@ -1,6 +1,5 @@
 """The Debian package, installed into a bare system, used there by an ordinary user, and removed."""
 
-import json
 import os
 import pathlib
 import shutil
@@ -44,12 +43,15 @@ class InstalledPackage(unittest.TestCase):
         return {path for path in paths if "orvane" in str(path)}
 
     def test_prints_for_an_ordinary_user_and_leaves_his_documents_when_it_is_purged(self):
-        self.assertIn("settings.json", self.message)
+        self.assertIn("korvanectl set saveDirectoryPath", self.message)
         wanted = "etc/systemd/user/default.target.wants/korvane-agent.service"
         self.assertTrue((self.root / wanted).is_symlink())
         home, port = self.root / "home/user", free_port()
-        self.write_settings(home, port)
         self.write_scan(home / "scan.pdf")
+        for command in (["mkdir", "/home/user/saved"],
+                        ["korvanectl", "set", "saveDirectoryPath", "/home/user/saved",
+                         "ippPort", str(port)]):
+            output(*self.inside(*command, user="1000:1000"))
         with Program(*self.inside("/usr/bin/korvane-agent", user="1000:1000"), errors=True) as agent:
             agent.lines.wait_line("PrinterService: ready on port")
             output(*self.inside("ipptool", "-tf", "/home/user/scan.pdf",
@@ -61,16 +63,6 @@ class InstalledPackage(unittest.TestCase):
         output(*self.inside("dpkg", "--purge", "korvane"))
         self.assertEqual(self.files(), self.bare)
         self.assertTrue(saved.exists() and (home / ".config/Korvane/settings.json").exists())
-
-    @staticmethod
-    def write_settings(home, port):
-        support, saved = home / ".config/Korvane", home / "saved"
-        for folder in (support.parent, support, saved):
-            folder.mkdir()
-            os.chown(folder, 1000, 1000)
-        (support / "settings.json").write_text(json.dumps({
-            "printerName": "Packaged", "saveDirectoryPath": "/home/user/saved", "notesEnabled": False,
-            "notesFolder": "Notes", "ippPort": port}), encoding="utf-8")
 
     @staticmethod
     def write_scan(path):
