@@ -26,6 +26,8 @@ void AgentAppDelegate::applicationDidFinishLaunching()
             if (const auto printer = weak.lock()) printer->addToNotes(job);
         };
     service_ = std::move(service);
+    object_ = std::make_unique<AgentObject>(environment_.desktop.bus,
+                                            environment_.server.queues.main(), service_->status());
     const auto onMain = [weak = weak_from_this(), &main = environment_.server.queues.main()](
                             void (AgentAppDelegate::*handler)()) -> Task {
         return [weak, &main, handler] {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/AgentEnvironment.h"
+#include "agent/AgentObject.h"
 #include "agent/PrinterService.h"
 #include "base/Log.h"
 #include "config/SettingsObserver.h"
@@ -32,6 +33,7 @@ private:
     const AgentEnvironment environment_;
     Log& log_;
     std::shared_ptr<PrinterService> service_;
+    std::unique_ptr<AgentObject> object_;
     SettingsObserver observer_;
 };
 

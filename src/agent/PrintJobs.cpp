@@ -17,10 +17,10 @@ constexpr std::chrono::minutes betweenRefusedDocuments{1};
 } // namespace
 
 PrintJobs::PrintJobs(JobEnvironment environment, std::shared_ptr<NotificationManager> notifications,
-                     Settings settings)
+                     std::shared_ptr<AgentStatus> status, Settings settings)
     : environment_(std::move(environment)), log_(environment_.log),
-      notifications_(std::move(notifications)), settings_(std::move(settings)),
-      launch_(environment_.clock.now()),
+      notifications_(std::move(notifications)), status_(std::move(status)),
+      settings_(std::move(settings)), launch_(environment_.clock.now()),
       unsavedJobs_(environment_.queues.main(),
                    [this](std::shared_ptr<SpooledJob> job) { processAgain(std::move(job)); })
 {
@@ -28,10 +28,10 @@ PrintJobs::PrintJobs(JobEnvironment environment, std::shared_ptr<NotificationMan
 
 std::shared_ptr<PrintJobs> PrintJobs::make(JobEnvironment environment,
                                            std::shared_ptr<NotificationManager> notifications,
-                                           Settings settings)
+                                           std::shared_ptr<AgentStatus> status, Settings settings)
 {
-    std::shared_ptr<PrintJobs> jobs(
-        new PrintJobs(std::move(environment), std::move(notifications), std::move(settings)));
+    std::shared_ptr<PrintJobs> jobs(new PrintJobs(std::move(environment), std::move(notifications),
+                                                  std::move(status), std::move(settings)));
     const auto weak = jobs->weak_from_this();
     jobs->pipeline_ = std::make_shared<JobPipeline>(
         jobs->environment_, JobHandlers{.completed =
@@ -101,6 +101,12 @@ void PrintJobs::handleCompletedJob(const CompletedJob& job)
 {
     log_.note(fmt::format("PrinterService: job saved at {} ({} text chars)", job.pdfURL.string(),
                           text::characterCount(job.plainText)));
+    status_->addDocument({.name = job.jobName,
+                          .time = std::chrono::system_clock::to_time_t(environment_.clock.now()),
+                          .path = job.pdfURL.string(),
+                          .pages = static_cast<std::uint32_t>(job.pages),
+                          .words = static_cast<std::uint32_t>(job.words),
+                          .language = job.language});
     notifications_->postJobNotification(job, settings_().notesEnabled);
     unsavedJobs_.jobSaved(job.pdfURL.parent_path());
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/AgentStatus.h"
 #include "base/Log.h"
 #include "base/SystemError.h"
 #include "config/AppSettings.h"
@@ -23,8 +24,8 @@
 namespace korvane {
 
 /** The printer's jobs from the moment in which they are accepted, those of earlier agents included:
- *  hands them to the pipeline, and tells the user what becomes of them. Main queue only, but for
- *  `process`. */
+ *  hands them to the pipeline, and tells the user and the status what becomes of them. Main queue
+ * only, but for `process`. */
 class PrintJobs : public std::enable_shared_from_this<PrintJobs> {
 public:
     using Settings = std::function<AppSettings()>;
@@ -32,7 +33,7 @@ public:
     /** `settings` gives those of the last reload. */
     static std::shared_ptr<PrintJobs> make(JobEnvironment environment,
                                            std::shared_ptr<NotificationManager> notifications,
-                                           Settings settings);
+                                           std::shared_ptr<AgentStatus> status, Settings settings);
     PrintJobs(const PrintJobs&) = delete;
     PrintJobs& operator=(const PrintJobs&) = delete;
     ~PrintJobs() = default;
@@ -44,6 +45,7 @@ public:
     /** Saves an accepted job, and tells in its `printJob` how it gets on. Any thread. */
     void process(std::shared_ptr<SpooledJob> job, std::shared_ptr<PrintJob> printJob)
     {
+        status_->jobs().add(printJob);
         pipeline_->process(std::move(job), std::move(printJob));
     }
 
@@ -55,7 +57,7 @@ public:
 
 private:
     PrintJobs(JobEnvironment environment, std::shared_ptr<NotificationManager> notifications,
-              Settings settings);
+              std::shared_ptr<AgentStatus> status, Settings settings);
 
     void tellOfUnusableSpool(const SystemError& error);
     void processAgain(std::shared_ptr<SpooledJob> job);
@@ -66,6 +68,7 @@ private:
     const JobEnvironment environment_;
     Log& log_;
     const std::shared_ptr<NotificationManager> notifications_;
+    const std::shared_ptr<AgentStatus> status_;
     const Settings settings_;
     /** Jobs accepted earlier may be for another folder than that of the settings. */
     const std::chrono::system_clock::time_point launch_;

@@ -42,6 +42,9 @@ PrinterService::PrinterService(AgentEnvironment environment)
     : environment_(std::move(environment)), log_(environment_.server.log),
       printerUUID_(loadOrCreatePrinterUUID(environment_.store.supportDirectory(), log_)),
       notes_(std::make_shared<NoteQueue>(environment_.server.queues, log_, environment_.desktop)),
+      status_(AgentStatus::make(
+          environment_.server.queues,
+          environment_.jobs.spool.unsavedFolder().parent_path() / "documents.json", log_)),
       hostNames_(environment_.hostNames.watch(environment_.server.queues.main(),
                                               [this] { hostNameChanged(); })),
       shared_{.settings = environment_.store.defaultSettings()}
@@ -62,7 +65,7 @@ void PrinterService::setAdvertisedPort(std::uint16_t port)
 
 void PrinterService::start()
 {
-    jobs_ = PrintJobs::make(environment_.jobs, environment_.desktop.notifications,
+    jobs_ = PrintJobs::make(environment_.jobs, environment_.desktop.notifications, status_,
                             [weak = weak_from_this()] {
                                 const auto self = weak.lock();
                                 return self ? self->shared().settings : AppSettings();
@@ -94,11 +97,13 @@ void PrinterService::reload()
     if (!isConfigured(settings)) {
         log_.note("PrinterService: not configured, stopping");
         stopServer();
+        tell(PrinterState::Phase::notConfigured, environment_.store.problem().value_or(""));
         environment_.desktop.serviceManager.status("Not configured");
         return;
     }
     if (ippServer_ && ippServer_->configuredPort() == settings.ippPort) {
         ippServer_->republish();
+        tell(status_->printer().phase, status_->printer().problem);
         return;
     }
     if (ippServer_) {
@@ -106,6 +111,7 @@ void PrinterService::reload()
                               settings.ippPort));
         stopServer();
     }
+    tell(PrinterState::Phase::starting);
     startServer();
 }
 
@@ -134,23 +140,48 @@ void PrinterService::startServer()
         const auto& desktop = self->environment_.desktop;
         desktop.notifications->removePortUnavailable();
         desktop.serviceManager.status(fmt::format("Ready on port {}", readyPort));
+        self->tell(PrinterState::Phase::ready);
+    };
+    server->onNetworkNameChange = [current](const std::string& name) {
+        if (const auto self = current()) self->tellNetworkName(name);
     };
     server->onPortUnavailable = [current](std::uint16_t takenPort, const SystemError& error) {
-        const auto self = current();
-        if (!self) return;
-        const auto& desktop = self->environment_.desktop;
-        desktop.serviceManager.status(fmt::format("Port {} is unavailable", takenPort));
-        desktop.notifications->showPortUnavailable(takenPort, error.description());
+        if (const auto self = current()) self->portUnavailable(takenPort, error.description());
     };
     const auto started = server->start();
     if (!started) {
         const std::string reason = describe(started.error());
         log_.error("PrinterService: IPP listener failed to start: " + reason);
-        environment_.desktop.serviceManager.status(fmt::format("Port {} is unavailable", port));
-        environment_.desktop.notifications->showPortUnavailable(port, reason);
+        portUnavailable(port, reason);
         return;
     }
     ippServer_ = std::move(server);
+}
+
+void PrinterService::portUnavailable(std::uint16_t port, const std::string& reason)
+{
+    tell(PrinterState::Phase::portUnavailable, reason);
+    environment_.desktop.serviceManager.status(fmt::format("Port {} is unavailable", port));
+    environment_.desktop.notifications->showPortUnavailable(port, reason);
+}
+
+/** With the settings and the host's name as they are. */
+void PrinterService::tell(PrinterState::Phase phase, std::string problem)
+{
+    const AppSettings settings = shared().settings;
+    status_->setPrinter({.phase = phase,
+                         .problem = std::move(problem),
+                         .port = settings.ippPort,
+                         .printerName = settings.printerName,
+                         .networkName = ippServer_ ? status_->printer().networkName : "",
+                         .hostName = environment_.hostNames.current().value_or("")});
+}
+
+void PrinterService::tellNetworkName(const std::string& name)
+{
+    PrinterState state = status_->printer();
+    state.networkName = name;
+    status_->setPrinter(std::move(state));
 }
 
 PrinterCallbacks PrinterService::makeCallbacks()
@@ -203,6 +234,7 @@ void PrinterService::stopServer()
 
 void PrinterService::hostNameChanged()
 {
+    tell(status_->printer().phase, status_->printer().problem);
     if (!ippServer_) return;
     log_.note(fmt::format("PrinterService: this host is now {}.local, advertising again",
                           environment_.hostNames.current().value_or("Mac")));

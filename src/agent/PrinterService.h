@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/AgentEnvironment.h"
+#include "agent/AgentStatus.h"
 #include "agent/NoteQueue.h"
 #include "agent/PrintJobs.h"
 #include "config/AppSettings.h"
@@ -44,6 +45,9 @@ public:
     /** Stops the server. */
     void stop();
 
+    /** What there is to tell of the agent, kept up to date. */
+    const std::shared_ptr<AgentStatus>& status() const { return status_; }
+
     /** Makes a note of the job, off this queue; when that fails the user is told. */
     void addToNotes(const CompletedJob& job);
 
@@ -57,6 +61,9 @@ private:
     void startServer();
     void stopServer();
     void hostNameChanged();
+    void portUnavailable(std::uint16_t port, const std::string& reason);
+    void tell(PrinterState::Phase phase, std::string problem = {});
+    void tellNetworkName(const std::string& name);
     PrinterCallbacks makeCallbacks();
     PrinterDescriptor makeDescriptor() const;
     Shared shared() const;
@@ -67,6 +74,7 @@ private:
     Log& log_;
     const std::string printerUUID_;
     const std::shared_ptr<NoteQueue> notes_;
+    const std::shared_ptr<AgentStatus> status_;
     /** Made by `start`. */
     std::shared_ptr<PrintJobs> jobs_;
     /** No job is accepted before those that are in the spool are known. */

@@ -31,15 +31,20 @@ std::uint64_t sizeOf(int file)
     return ::fstat(file, &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
 
+Result<void, SystemError> publishWith(AtomicFile& file, std::span<const std::uint8_t> bytes,
+                                      AtomicFile::Present present)
+{
+    return DescriptorOutput(file.descriptor()).write(bytes).and_then([&] {
+        return file.publish(present);
+    });
+}
+
 Result<void, SystemError> writeAtomically(const std::filesystem::path& target,
                                           std::span<const std::uint8_t> bytes,
                                           AtomicFile::Present present)
 {
-    return AtomicFile::create(target).and_then([&](AtomicFile&& file) {
-        return DescriptorOutput(file.descriptor()).write(bytes).and_then([&] {
-            return file.publish(present);
-        });
-    });
+    return AtomicFile::create(target).and_then(
+        [&](AtomicFile&& file) { return publishWith(file, bytes, present); });
 }
 
 } // namespace
@@ -87,6 +92,16 @@ Result<void, SystemError> writeFileAtomically(const std::filesystem::path& targe
                                               std::span<const std::uint8_t> bytes)
 {
     return writeAtomically(target, bytes, AtomicFile::Present::replaced);
+}
+
+Result<void, SystemError> writePrivateFileAtomically(const std::filesystem::path& target,
+                                                     std::span<const std::uint8_t> bytes)
+{
+    return AtomicFile::create(target).and_then([&](AtomicFile&& file) -> Result<void, SystemError> {
+        if (::fchmod(file.descriptor(), S_IRUSR | S_IWUSR) != 0)
+            return failure(SystemError::last());
+        return publishWith(file, bytes, AtomicFile::Present::replaced);
+    });
 }
 
 Result<void, SystemError> writeNewFileAtomically(const std::filesystem::path& target,

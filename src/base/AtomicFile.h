@@ -49,7 +49,12 @@ private:
 Result<void, SystemError> writeFileAtomically(const std::filesystem::path& target,
                                               std::span<const std::uint8_t> bytes);
 
-/** The same for a name that nothing has yet: EEXIST when something does, and it stays as it is. */
+/** The same for its user's eyes only, whatever the umask. */
+Result<void, SystemError> writePrivateFileAtomically(const std::filesystem::path& target,
+                                                     std::span<const std::uint8_t> bytes);
+
+/** Writes a file for a name that nothing has yet: EEXIST when something does, and it stays as it
+ * is. */
 Result<void, SystemError> writeNewFileAtomically(const std::filesystem::path& target,
                                                  std::span<const std::uint8_t> bytes);
 

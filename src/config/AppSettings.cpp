@@ -60,10 +60,15 @@ bool decodePort(const JSON& value, std::uint16_t& port)
 
 } // namespace
 
+bool isUnprivilegedPort(std::uint16_t port)
+{
+    return port > lastPrivilegedPort;
+}
+
 bool isConfigured(const AppSettings& settings)
 {
     return !text::trimmingHorizontalSpace(settings.printerName).empty() &&
-           !settings.saveDirectoryPath.empty() && settings.ippPort > lastPrivilegedPort;
+           !settings.saveDirectoryPath.empty() && isUnprivilegedPort(settings.ippPort);
 }
 
 std::string absoluteSaveDirectory(const AppSettings& settings)
@@ -92,6 +97,26 @@ std::optional<AppSettings> decodeSettings(std::string_view json)
                          decodeOptional(member(object, "ippEverywhere"), settings.ippEverywhere);
     if (!isValid) return std::nullopt;
     return settings;
+}
+
+std::optional<std::string> encodeSettings(const AppSettings& settings,
+                                          const std::optional<std::string>& former)
+{
+    using OrderedJSON = nlohmann::ordered_json;
+    OrderedJSON object = OrderedJSON::object();
+    if (former) object = OrderedJSON::parse(*former, nullptr, /*allow_exceptions=*/false);
+    if (!object.is_object()) return std::nullopt;
+    object["printerName"] = settings.printerName;
+    object["saveDirectoryPath"] = settings.saveDirectoryPath;
+    object["notesEnabled"] = settings.notesEnabled;
+    object["notesFolder"] = settings.notesFolder;
+    object["ippPort"] = settings.ippPort;
+    object["ippEverywhere"] = settings.ippEverywhere;
+    try {
+        return object.dump(2) + "\n";
+    } catch (const OrderedJSON::exception&) {
+        return std::nullopt; // not UTF-8
+    }
 }
 
 } // namespace korvane

@@ -24,6 +24,9 @@ struct AppSettings {
     friend bool operator==(const AppSettings&, const AppSettings&) = default;
 };
 
+/** Whether a port needs no privileges. */
+bool isUnprivilegedPort(std::uint16_t port);
+
 /** Whether the settings are complete enough to run the printer: it has a name that is not blank, a
  *  save folder, and a port that needs no privileges. */
 bool isConfigured(const AppSettings& settings);
@@ -41,5 +44,11 @@ std::string defaultPrinterName(const std::optional<std::string>& hostName);
  * ignored; of members of the same name the last counts.
  */
 std::optional<AppSettings> decodeSettings(std::string_view json);
+
+/** The JSON text `former`, if that is an object, with these settings in it and its other members as
+ *  they were; nothing where it is no object, or a setting is not UTF-8. Without a former text
+ *  settings.json as a whole. */
+std::optional<std::string> encodeSettings(const AppSettings& settings,
+                                          const std::optional<std::string>& former);
 
 } // namespace korvane

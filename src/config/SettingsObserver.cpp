@@ -1,15 +1,14 @@
 #include "config/SettingsObserver.h"
 
+#include "config/SettingsSignal.h"
+
 namespace korvane {
 
 void SettingsObserver::start(const Task& changed, const Task& mayHaveChanged)
 {
     hangUps_ = subscribeToHangUps_(changed);
-    namedSignals_ = bus_.subscribe({.path = "/org/korvane/NamedSignal",
-                                    .interface = "org.korvane.NamedSignal",
-                                    .member = "Posted",
-                                    .firstArgument = "org.korvane.Agent.settings-changed"},
-                                   [changed](const BusSignal& /*signal*/) { changed(); });
+    namedSignals_ =
+        bus_.subscribe(settingsSignal(), [changed](const BusSignal& /*signal*/) { changed(); });
     busStates_ = bus_.watchState([this, mayHaveChanged](SessionBus::State state) {
         if (state == SessionBus::State::connected) awaitDelivery(mayHaveChanged);
     });

@@ -3,16 +3,11 @@
 #include "base/AtomicFile.h"
 #include "base/Data.h"
 #include "base/Files.h"
+#include "config/SettingsKeys.h"
 
 #include <utility>
 
 namespace korvane {
-
-namespace {
-
-constexpr std::size_t maxSettingsSize = std::size_t{1024} * 1024;
-
-} // namespace
 
 SettingsStore::SettingsStore(std::filesystem::path configHome,
                              const std::optional<std::string>& hostName)
@@ -28,11 +23,22 @@ std::filesystem::path SettingsStore::supportDirectory() const
     return folder;
 }
 
+SettingsFile SettingsStore::settingsFile() const
+{
+    return SettingsFile(supportDirectory() / "settings.json");
+}
+
 AppSettings SettingsStore::loadSettings() const
 {
-    const auto content = readFile(supportDirectory() / "settings.json", maxSettingsSize);
-    if (!content) return defaults_;
-    return decodeSettings(content->text()).value_or(defaults_);
+    const auto settings = settingsFile().read();
+    return settings && *settings ? **settings : defaults_;
+}
+
+std::optional<std::string> SettingsStore::problem() const
+{
+    const auto settings = settingsFile().read();
+    if (!settings) return settings.error().description;
+    return configurationProblem(settings->value_or(defaults_));
 }
 
 void SettingsStore::writeVersionStamp(std::string_view build, Log& log) const

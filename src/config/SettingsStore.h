@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "config/AppSettings.h"
+#include "config/SettingsFile.h"
 
 #include <filesystem>
 #include <optional>
@@ -11,8 +12,9 @@
 namespace korvane {
 
 /**
- * The agent's support folder and the settings in it, which another program writes and we only read.
- * Nothing is remembered but the defaults: every call reads the file anew. Safe from any thread.
+ * The agent's support folder and the settings in it, which other programs write and the agent
+ * reads. Nothing is remembered but the defaults: every call reads the file anew. Safe from any
+ * thread.
  */
 class SettingsStore {
 public:
@@ -27,9 +29,16 @@ public:
      */
     const AppSettings& defaultSettings() const { return defaults_; }
 
+    /** Where the settings are. */
+    SettingsFile settingsFile() const;
+
     /** The settings in settings.json; all the defaults where it is missing, unreadable, larger than
      *  any settings are (1 MiB), or wrong in any one place. */
     AppSettings loadSettings() const;
+
+    /** What keeps the printer from running with these settings, in words for the user; nothing
+     * where it runs. */
+    std::optional<std::string> problem() const;
 
     /** Leaves the build's version in agent-version for the settings application. */
     void writeVersionStamp(std::string_view build, Log& log) const;

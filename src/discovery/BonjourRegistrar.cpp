@@ -47,6 +47,13 @@ void BonjourRegistrar::withdraw()
 {
     retryWork_.reset();
     serviceRef_.reset();
+    setName({});
+}
+
+void BonjourRegistrar::setName(const std::string& name)
+{
+    if (name == std::exchange(name_, name)) return;
+    if (onNameChange) onNameChange(name);
 }
 
 void BonjourRegistrar::registerCurrent()
@@ -86,6 +93,7 @@ void BonjourRegistrar::handleResult(int error, const std::optional<std::string>&
         retryDelay_.reset();
         log_.note(
             fmt::format("BonjourRegistrar: registered as \"{}\"", name.value_or("<unknown>")));
+        setName(name.value_or(current_ ? current_->name : ""));
         return;
     }
     log_.error(fmt::format("BonjourRegistrar: registration lost (error {}); re-registering in {}s",

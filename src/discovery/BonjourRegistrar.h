@@ -25,6 +25,10 @@ public:
     BonjourRegistrar(const BonjourRegistrar&) = delete;
     BonjourRegistrar& operator=(const BonjourRegistrar&) = delete;
 
+    /** Told on the registrar's queue the name under which the service has been registered, and the
+     *  empty name once it is not any more. Set before `registerService`. */
+    std::function<void(const std::string& name)> onNameChange;
+
     /** Registers the service in place of the one registered before. Any thread; returns at once. */
     void registerService(Registration registration);
 
@@ -37,6 +41,7 @@ private:
     void handleResult(int error, const std::optional<std::string>& name);
     void scheduleRetry();
     void withdraw();
+    void setName(const std::string& name);
 
     ServiceDirectory* directory_;
     Log& log_;
@@ -46,6 +51,8 @@ private:
     std::unique_ptr<DelayedTask> retryWork_;
     Backoff retryDelay_;
     bool saidUnavailable_ = false;
+    /** As `onNameChange` was told. */
+    std::string name_;
 };
 
 } // namespace korvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 
@@ -14,6 +15,10 @@ struct CompletedJob {
     std::string summary;
     /** The name that the client gave the job. */
     std::string jobName;
+    /** As in DocumentText. */
+    std::size_t pages = 0;
+    std::size_t words = 0;
+    std::string language = {};
 };
 
 } // namespace korvane

@@ -76,44 +76,46 @@ void JobPublication::removeFromSpool()
 }
 
 void JobPublication::publish(const Result<DocumentFile, std::string>& searchable,
-                             const std::string& plainText)
+                             const DocumentText& text)
 {
     if (!printJob_->publish()) return;
-    if (!searchable) return fallBack(searchable.error(), plainText);
+    if (!searchable) return fallBack(searchable.error(), text);
     const auto published = job_->publish(*searchable);
-    if (!published) return fallBack(published.error().description(), plainText);
-    complete(*published, plainText);
+    if (!published) return fallBack(published.error().description(), text);
+    complete(*published, text);
 }
 
-void JobPublication::publishAsReceived(const std::string& plainText)
+void JobPublication::publishAsReceived(const DocumentText& text)
 {
     if (!printJob_->publish()) return;
     // It was never opened, and is kept where it is.
     if (job_->isSetAside()) return printJob_->complete(keptMessage(std::nullopt));
     const auto published = job_->publishAsReceived();
-    if (!published) return fallBack(published.error().description(), plainText);
-    complete(*published, plainText);
+    if (!published) return fallBack(published.error().description(), text);
+    complete(*published, text);
 }
 
-void JobPublication::fallBack(const std::string& error, const std::string& plainText)
+void JobPublication::fallBack(const std::string& error, const DocumentText& text)
 {
     log_.error("JobPipeline: write failed: " + error);
     const auto published = job_->publishAsReceived();
-    if (published) return complete(*published, plainText);
+    if (published) return complete(*published, text);
     log_.error("JobPipeline: fallback write also failed: " + published.error().description());
     setAside(published.error());
 }
 
-void JobPublication::complete(const std::filesystem::path& file, const std::string& plainText)
+void JobPublication::complete(const std::filesystem::path& file, const DocumentText& text)
 {
     printJob_->complete();
     environment_.queues.main().async(
-        [handlers = handlers_, job = CompletedJob{.pdfURL = file,
-                                                  .plainText = plainText,
-                                                  .summary = makeSummary(plainText, summaryLength),
-                                                  .jobName = job_->ticket().jobName}] {
-            handlers.completed(job);
-        });
+        [handlers = handlers_,
+         job = CompletedJob{.pdfURL = file,
+                            .plainText = text.plainText,
+                            .summary = makeSummary(text.plainText, summaryLength),
+                            .jobName = job_->ticket().jobName,
+                            .pages = text.pages,
+                            .words = text.words,
+                            .language = text.language}] { handlers.completed(job); });
 }
 
 void JobPublication::setAside(std::optional<SystemError> writeError)

@@ -4,6 +4,7 @@
 #include "base/Result.h"
 #include "base/SystemError.h"
 #include "document/CompletedJob.h"
+#include "document/DocumentText.h"
 #include "document/JobEnvironment.h"
 #include "document/UnsavedJob.h"
 #include "job/PrintJob.h"
@@ -51,10 +52,10 @@ public:
 
     /** Publishes the searchable PDF. Where it cannot be, or there is none for the reason given, the
      *  document is published as it was received. */
-    void publish(const Result<DocumentFile, std::string>& searchable, const std::string& plainText);
+    void publish(const Result<DocumentFile, std::string>& searchable, const DocumentText& text);
 
     /** Publishes the document, with one more try after a failure. */
-    void publishAsReceived(const std::string& plainText);
+    void publishAsReceived(const DocumentText& text);
 
     /** Has a job whose PrintJob was canceled removed from the spool, in the background: its folder
      *  may hang. Any thread. */
@@ -62,8 +63,8 @@ public:
 
 private:
     void removeFromSpool();
-    void fallBack(const std::string& error, const std::string& plainText);
-    void complete(const std::filesystem::path& file, const std::string& plainText);
+    void fallBack(const std::string& error, const DocumentText& text);
+    void complete(const std::filesystem::path& file, const DocumentText& text);
     void setAside(std::optional<SystemError> writeError);
 
     const JobEnvironment& environment_;

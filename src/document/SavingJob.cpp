@@ -1,8 +1,8 @@
 #include "document/SavingJob.h"
 
 #include "base/TimeText.h"
+#include "document/DocumentText.h"
 #include "document/PDFEmbedder.h"
-#include "text/Joined.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,11 +13,6 @@ namespace {
 
 constexpr double recognitionResolution = 200;
 constexpr const char* subject = "Captured by Korvane";
-
-std::string joinedTexts(const std::vector<OCRPageResult>& pages)
-{
-    return text::joined(pages, "\n\n", &OCRPageResult::plainText);
-}
 
 } // namespace
 
@@ -106,7 +101,7 @@ void SavingJob::write()
         environment_.spool, environment_.queues.background(),
         [self = shared_from_this()](const Result<DocumentFile, PDFEmbedder::Error>& pdf) {
             self->conclude([pdf = pdf.map_error(&PDFEmbedder::Error::description),
-                            text = joinedTexts(self->pages_)](JobPublication& publication) {
+                            text = textOf(self->pages_)](JobPublication& publication) {
                 publication.publish(pdf, text);
             });
         });
@@ -114,7 +109,7 @@ void SavingJob::write()
 
 void SavingJob::concludeAsReceived()
 {
-    conclude([text = joinedTexts(pages_)](JobPublication& publication) {
+    conclude([text = textOf(pages_)](JobPublication& publication) {
         publication.publishAsReceived(text);
     });
 }

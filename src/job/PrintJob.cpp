@@ -6,6 +6,24 @@
 
 namespace korvane {
 
+/** Holds the mutex while the status becomes another, and tells of it afterwards. */
+class PrintJob::Change {
+public:
+    explicit Change(const PrintJob& job) : job_(job), lock_(job.mutex_) {}
+    Change(const Change&) = delete;
+    Change& operator=(const Change&) = delete;
+    ~Change()
+    {
+        const auto task = job_.changeTask_;
+        lock_.unlock();
+        if (task) (*task)();
+    }
+
+private:
+    const PrintJob& job_;
+    std::unique_lock<std::mutex> lock_;
+};
+
 PrintJob::PrintJob(JobOrigin origin, const Clock& clock) : origin_(std::move(origin)), clock_(clock)
 {
     status_ = {.state = JobState::pendingHeld, .reason = "job-incoming", .created = clock.now()};
@@ -24,7 +42,7 @@ JobStatus PrintJob::status() const
 
 void PrintJob::receive()
 {
-    const std::scoped_lock lock(mutex_);
+    const Change change(*this);
     if (phase_ != Phase::waiting) return;
     phase_ = Phase::receiving;
     status_.state = JobState::pending;
@@ -32,7 +50,7 @@ void PrintJob::receive()
 
 void PrintJob::enqueue()
 {
-    const std::scoped_lock lock(mutex_);
+    const Change change(*this);
     if (phase_ >= Phase::queued) return;
     phase_ = Phase::queued;
     status_.state = JobState::pending;
@@ -41,7 +59,7 @@ void PrintJob::enqueue()
 
 void PrintJob::process(std::size_t pageCount)
 {
-    const std::scoped_lock lock(mutex_);
+    const Change change(*this);
     if (phase_ >= Phase::publishing) return;
     if (phase_ != Phase::processing) status_.processing = clock_.now();
     phase_ = Phase::processing;
@@ -53,14 +71,14 @@ void PrintJob::process(std::size_t pageCount)
 
 void PrintJob::completePage()
 {
-    const std::scoped_lock lock(mutex_);
+    const Change change(*this);
     if (phase_ == Phase::processing && status_.pagesCompleted < status_.pages)
         ++status_.pagesCompleted;
 }
 
 bool PrintJob::publish()
 {
-    const std::scoped_lock lock(mutex_);
+    const Change change(*this);
     if (status_.state == JobState::canceled) return false;
     if (phase_ == Phase::ended) return true;
     phase_ = Phase::publishing;
@@ -86,7 +104,7 @@ void PrintJob::abort(std::string_view reason, std::string message)
 
 void PrintJob::end(JobState state, std::string_view reason, std::string message)
 {
-    const std::scoped_lock lock(mutex_);
+    const Change change(*this);
     if (phase_ == Phase::ended) return;
     phase_ = Phase::ended;
     status_.state = state;
@@ -101,7 +119,7 @@ bool PrintJob::cancel()
 {
     CancelTask task;
     {
-        const std::scoped_lock lock(mutex_);
+        const Change change(*this);
         if (phase_ >= Phase::publishing) return false;
         phase_ = Phase::ended;
         status_.state = JobState::canceled;
@@ -124,6 +142,13 @@ void PrintJob::onCancel(CancelTask task)
         }
     }
     if (task) task();
+}
+
+void PrintJob::onChange(std::function<void()> task)
+{
+    auto shared = std::make_shared<const std::function<void()>>(std::move(task));
+    const std::scoped_lock lock(mutex_);
+    changeTask_ = std::move(shared);
 }
 
 } // namespace korvane

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -73,7 +74,12 @@ public:
     /** Has `task` called when the job is canceled, in place of the one before; at once if it is. */
     void onCancel(CancelTask task);
 
+    /** Has `task` called whenever the status may have become another, in place of the one before.
+     * On any thread; it must not block or throw. */
+    void onChange(std::function<void()> task);
+
 private:
+    class Change;
     enum class Phase { waiting, receiving, queued, processing, publishing, ended };
 
     void end(JobState state, std::string_view reason, std::string message);
@@ -84,6 +90,7 @@ private:
     Phase phase_ = Phase::waiting;
     JobStatus status_;
     CancelTask cancelTask_;
+    std::shared_ptr<const std::function<void()>> changeTask_;
 };
 
 } // namespace korvane

@@ -260,6 +260,14 @@ std::vector<std::string> languagesOfCodes(const std::vector<std::string>& codes)
     return named;
 }
 
+std::string codeOfLanguage(std::string_view language)
+{
+    const Language* const known = find(language);
+    if (known == nullptr || known->codes.empty()) return std::string(language);
+    std::string code(known->codes.substr(0, known->codes.find(' ')));
+    return known->variant.empty() ? code : (code += '-') += known->variant;
+}
+
 std::string_view scriptOfLanguage(std::string_view language)
 {
     const Language* const known = find(language);

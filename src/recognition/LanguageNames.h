@@ -19,6 +19,10 @@ std::vector<std::string> languagesOfCode(std::string_view code);
 /** The same of several codes, in their order, without repetitions. */
 std::vector<std::string> languagesOfCodes(const std::vector<std::string>& codes);
 
+/** The code of a language that Tesseract names so, as in BCP 47: "de", and where a code is that of
+ *  several "zh-Hans"; the name itself where there is none. */
+std::string codeOfLanguage(std::string_view language);
+
 /** The script in which a language is written, as Tesseract names it; Latin for an unknown one. */
 std::string_view scriptOfLanguage(std::string_view language);
 

@@ -33,6 +33,10 @@ struct OCRPageResult {
     /** In reading order. */
     std::vector<OCRSpan> spans;
     std::string plainText;
+    /** The language that it was recognized in, as Tesseract names it; empty for a page that was
+     * not.
+     */
+    std::string language = {};
 };
 
 } // namespace korvane

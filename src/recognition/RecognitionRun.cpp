@@ -240,6 +240,7 @@ void RecognitionRun::conclude(const Page& page)
         context_->languages.remember(best->language);
     }
     takeText(page.index, *best->reading);
+    results_[page.index].language = best->language;
 }
 
 void RecognitionRun::takeText(std::size_t page, const PageReading& reading)

@@ -73,8 +73,16 @@ std::string describe(const IPPServer::StartFailure& failure)
 std::shared_ptr<IPPServer> IPPServer::make(std::uint16_t configuredPort, PrinterCallbacks printer,
                                            const ServerEnvironment& environment)
 {
-    return std::shared_ptr<IPPServer>(
+    std::shared_ptr<IPPServer> server(
         new IPPServer(configuredPort, std::move(printer), environment));
+    server->bonjour_.onNameChange = [weak = server->weak_from_this(),
+                                     &main = environment.queues.main()](const std::string& name) {
+        main.async([weak, name] {
+            const auto self = weak.lock();
+            if (self && self->onNetworkNameChange) self->onNetworkNameChange(name);
+        });
+    };
+    return server;
 }
 
 IPPServer::IPPServer(std::uint16_t configuredPort, PrinterCallbacks printer,

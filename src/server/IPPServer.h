@@ -76,6 +76,10 @@ public:
      *  retries fail. Set before `start`, changed on the main queue only. */
     std::function<void(std::uint16_t port, const SystemError& error)> onPortUnavailable;
 
+    /** Told on the main queue the name under which the printer is advertised, empty once it is not
+     *  any more. Set before `start`, changed on the main queue only. */
+    std::function<void(const std::string& name)> onNetworkNameChange;
+
     std::uint16_t configuredPort() const { return configuredPort_; }
 
     /** Starts listening and advertising. Called on any other queue than the server's. */

@@ -1,5 +1,7 @@
 #include "text/Text.h"
 
+#include "text/CodePoints.h"
+
 #include <utf8proc.h>
 
 #include <algorithm>
@@ -142,6 +144,24 @@ std::size_t characterCount(std::string_view text)
 {
     std::size_t count = 0;
     for (; !text.empty(); ++count) text.remove_prefix(firstCharacter(text));
+    return count;
+}
+
+std::size_t wordCount(std::string_view text)
+{
+    std::size_t count = 0;
+    bool isInWord = false;
+    while (!text.empty()) {
+        const Step step = firstStep(text);
+        text.remove_prefix(step.length);
+        if (step.codePoint < 0) continue;
+        if (isSpace(step.codePoint)) {
+            isInWord = false;
+        } else if (!isInWord && isLetterOrNumber(static_cast<char32_t>(step.codePoint))) {
+            isInWord = true;
+            ++count;
+        }
+    }
     return count;
 }
 

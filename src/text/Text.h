@@ -40,6 +40,9 @@ std::string lowercased(std::string_view text);
 /** How many user-perceived characters there are: extended grapheme clusters (UAX #29). */
 std::size_t characterCount(std::string_view text);
 
+/** How many words there are: what stands between white space and holds a letter or a number. */
+std::size_t wordCount(std::string_view text);
+
 /** The first `count` user-perceived characters, or all of them. */
 std::string_view prefix(std::string_view text, std::size_t count);
 

@@ -81,6 +81,15 @@ TEST(Text, CountsWhatAReaderTakesForACharacter)
     }
 }
 
+TEST(Text, CountsWordsThatHoldALetterOrANumber)
+{
+    for (const auto& [text, count] : {std::pair{"", 0U},
+                                      {" - \u2014\n", 0U},
+                                      {"Dear  Ms. O'Neil,\n\n42 caf\u00E9s\u00A0\u2026", 5U},
+                                      {"\xFF a\xFFz", 1U}})
+        EXPECT_EQ(wordCount(text), count) << PrintToString(text);
+}
+
 TEST(Text, CutsToASizeInBytesBetweenCharactersOrSequences)
 {
     const std::tuple<std::string_view, std::size_t, std::string_view, std::string_view> cases[] = {

@@ -162,6 +162,64 @@ TEST_F(SessionBusTest, CarriesArgumentsErrorsAndSignals)
     EXPECT_THAT(signal.arguments, SizeIs(3));
 }
 
+TEST_F(SessionBusTest, OffersAnObjectOnEachConnectionForAsLongAsItIsWanted)
+{
+    const BusDictionary row = {{"Name", std::string("Letter")}, {"Number", std::uint64_t{1} << 40}};
+    std::unique_ptr<Subscription> offer;
+    queue->sync([&] {
+        bus->start();
+        offer = bus->offer(
+            {.name = "org.example.Desk",
+             .path = "/org/example/Desk",
+             .interface = "org.example.Desk",
+             .properties = {{.name = "Time",
+                             .signature = "x",
+                             .get = [] { return BusValue(std::int64_t{-1}); }}},
+             .methods = {{.name = "Rows",
+                          .parameters = {{"max", "u"}},
+                          .results = {{"rows", "aa{sv}"}},
+                          .call = [&row](const std::vector<BusValue>& arguments) -> BusReply {
+                              const std::uint32_t max = *busArgument<std::uint32_t>(arguments, 0);
+                              if (max > 9) return failure(BusError{"org.example.TooMany", "no"});
+                              return {{std::vector<BusDictionary>(max, row)}};
+                          }}},
+             .signals = {"Changed"}});
+    });
+    const auto ask = [this](const std::string& interface, const std::string& member,
+                            std::vector<BusValue> arguments) {
+        return call({.destination = "org.example.Desk",
+                     .path = "/org/example/Desk",
+                     .interface = interface,
+                     .member = member,
+                     .arguments = std::move(arguments)});
+    };
+    for (int connection = 0; connection < 2; ++connection) {
+        startDaemon();
+        waitFor(State::connected);
+        const auto time = ask("org.freedesktop.DBus.Properties", "Get",
+                              {std::string("org.example.Desk"), std::string("Time")});
+        EXPECT_EQ(*busArgument<std::int64_t>(time.value(), 0), -1);
+        const auto rows = ask("org.example.Desk", "Rows", {2U});
+        EXPECT_THAT(*busArgument<std::vector<BusDictionary>>(rows.value(), 0),
+                    testing::ElementsAre(row, row));
+        EXPECT_EQ(ask("org.example.Desk", "Rows", {10U}).error().name, "org.example.TooMany");
+        EXPECT_FALSE(ask("org.example.Desk", "Rows", {std::string("two")}));
+        std::unique_ptr<Subscription> arrivals;
+        const auto signal = await<BusSignal>([&](const auto& promise) {
+            arrivals = bus->subscribe({.interface = "org.example.Desk"},
+                                      [=](const BusSignal& sent) { promise->set_value(sent); });
+            bus->emit({.path = "/any", .interface = "org.example.Desk", .member = "Changed"});
+        });
+        EXPECT_EQ(signal.member, "Changed");
+        queue->sync([&] { arrivals.reset(); });
+        if (connection > 0) break;
+        stopDaemon();
+        waitFor(State::absent);
+    }
+    queue->sync([&] { offer.reset(); });
+    EXPECT_FALSE(ask("org.example.Desk", "Rows", {2U}));
+}
+
 TEST_F(SessionBusTest, FailsACallThatIsNotAnsweredInTime)
 {
     startDaemon();

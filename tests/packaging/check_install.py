@@ -8,14 +8,16 @@ import sys
 import tempfile
 
 HOME = "/home/user"
-# By prefix: the folders of unit and autostart entry, where systemd.unit(5) and the Desktop Application
-# Autostart Specification look for them.
+# By prefix: the folders of systemd's files and of the autostart entry, where systemd.unit(5) and the
+# Desktop Application Autostart Specification look for them.
 PREFIXES = {
-    "/usr": ("/usr/lib/systemd/user", "/etc/xdg/autostart"),
-    "/usr/local": ("/usr/local/lib/systemd/user", "/etc/xdg/autostart"),
-    "/opt/korvane": ("/opt/korvane/lib/systemd/user", "/etc/xdg/autostart"),
-    HOME + "/.local": (HOME + "/.local/share/systemd/user", HOME + "/.config/autostart"),
+    "/usr": ("/usr/lib/systemd", "/etc/xdg/autostart"),
+    "/usr/local": ("/usr/local/lib/systemd", "/etc/xdg/autostart"),
+    "/opt/korvane": ("/opt/korvane/lib/systemd", "/etc/xdg/autostart"),
+    HOME + "/.local": (HOME + "/.local/share/systemd", HOME + "/.config/autostart"),
 }
+# What has no effect for one user, to whom it is not given.
+FOR_ALL_USERS = ("/user-preset/80-korvane.preset", "/user-generators/korvane-agent-namespaces")
 
 
 def installed(cmake, build, prefix):
@@ -37,20 +39,29 @@ def commands(file):
 
 
 failed = False
-for prefix, (units, autostart) in PREFIXES.items():
+for prefix, (systemd, autostart) in PREFIXES.items():
     agent = prefix + "/bin/korvane-agent"
     expected = {
         agent: [],
+        prefix + "/bin/korvanectl": [],
         prefix + "/libexec/korvane/korvane-worker": [],
-        units + "/korvane-agent.service": [agent],
-        units + "/korvane-agent-lingering.service": ["true"],
-        prefix + "/share/doc/korvane/no-user-namespaces.conf": [],
+        prefix + "/share/bash-completion/completions/korvanectl": [],
+        prefix + "/share/dbus-1/interfaces/org.korvane.Agent.xml": [],
+        systemd + "/user/korvane-agent.service": [agent],
+        systemd + "/user/korvane-agent-lingering.service": ["true"],
+        prefix + "/share/korvane/no-user-namespaces.conf": [],
         autostart + "/org.korvane.Agent.desktop": [
             'sh -c "systemctl --user cat korvane-agent.service >/dev/null 2>&1 || '
             f'exec {agent}; exec systemctl --user --no-block start korvane-agent.service 2>/dev/null"'],
         prefix + "/share/applications/org.korvane.Agent.desktop": [agent],
         prefix + "/share/icons/hicolor/scalable/apps/org.korvane.Agent.svg": [],
+        prefix + "/share/man/man1/korvane-agent.1.gz": [],
+        prefix + "/share/man/man1/korvanectl.1.gz": [],
+        prefix + "/share/man/man8/korvane-worker.8.gz": [],
+        prefix + "/share/metainfo/org.korvane.Agent.metainfo.xml": [],
     }
+    if not prefix.startswith(HOME):
+        expected |= {systemd + path: [] for path in FOR_ALL_USERS}
     found = installed(sys.argv[1], sys.argv[2], prefix)
     for path in sorted(expected.keys() | found.keys()):
         if expected.get(path) != found.get(path):

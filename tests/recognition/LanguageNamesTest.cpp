@@ -35,6 +35,16 @@ TEST(LanguageNames, UnderstandsCodesAndLocales)
     EXPECT_THAT(languagesOfCodes({"de_DE", "de", "en"}), ElementsAre("deu", "eng"));
 }
 
+TEST(LanguageNames, TellsTheCodeOfALanguage)
+{
+    for (const auto& [language, code] : {std::pair{"deu", "de"},
+                                         {"chi_sim", "zh-Hans"},
+                                         {"srp_latn", "sr-Latn"},
+                                         {"enm", "enm"},
+                                         {"xyz", "xyz"}})
+        EXPECT_EQ(codeOfLanguage(language), code);
+}
+
 TEST(LanguageNames, NamesPackagesAsDebianDoes)
 {
     EXPECT_EQ(packageOfLanguage("deu"), "tesseract-ocr-deu");

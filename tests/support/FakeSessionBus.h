@@ -32,6 +32,13 @@ public:
         return std::make_unique<Entry<StateHandler>>(states_, std::move(handler));
     }
 
+    void emit(const BusEmission& emission) override { emitted.push_back(emission); }
+
+    std::unique_ptr<Subscription> offer(BusObject object) override
+    {
+        return std::make_unique<Entry<BusObject>>(offered, std::move(object));
+    }
+
     void setState(State state)
     {
         state_ = state;
@@ -48,6 +55,7 @@ public:
         return call;
     }
 
+    /** A peer sends a signal. */
     void emit(const BusSignal& signal)
     {
         const auto entries = signals_;
@@ -63,6 +71,11 @@ public:
     };
     /** Calls that wait for the test to answer. */
     std::deque<Call> calls;
+
+    /** The signals that were sent. */
+    std::vector<BusEmission> emitted;
+    /** The objects that are offered. */
+    std::vector<const BusObject*> offered;
 
 private:
     struct Subscribed {

@@ -12,8 +12,6 @@ namespace korvane {
 
 namespace {
 
-int append(sd_bus_message& message, const BusValue& value);
-
 int appendBasic(sd_bus_message& message, char type, const void* value)
 {
     return ::sd_bus_message_append_basic(&message, type, value);
@@ -22,7 +20,7 @@ int appendBasic(sd_bus_message& message, char type, const void* value)
 const char* signature(const BusValue& value)
 {
     constexpr std::array<const char*, std::variant_size_v<BusValue>> signatures = {
-        "", "s", "b", "i", "u", "y", "as", "a{sv}", "q", "ay"};
+        "", "s", "b", "i", "u", "y", "as", "a{sv}", "q", "ay", "x", "t", "aa{sv}"};
     return signatures.at(value.index());
 }
 
@@ -70,6 +68,14 @@ struct Appender {
     {
         return appendBasic(message, SD_BUS_TYPE_UINT16, &value);
     }
+    int operator()(std::int64_t value) const
+    {
+        return appendBasic(message, SD_BUS_TYPE_INT64, &value);
+    }
+    int operator()(std::uint64_t value) const
+    {
+        return appendBasic(message, SD_BUS_TYPE_UINT64, &value);
+    }
     int operator()(const std::vector<std::uint8_t>& bytes) const
     {
         return ::sd_bus_message_append_array(&message, SD_BUS_TYPE_BYTE, bytes.data(),
@@ -91,12 +97,15 @@ struct Appender {
         }
         return result < 0 ? result : ::sd_bus_message_close_container(&message);
     }
+    int operator()(const std::vector<BusDictionary>& dictionaries) const
+    {
+        int result = ::sd_bus_message_open_container(&message, SD_BUS_TYPE_ARRAY, "a{sv}");
+        for (const BusDictionary& dictionary : dictionaries) {
+            if (result >= 0) result = (*this)(dictionary);
+        }
+        return result < 0 ? result : ::sd_bus_message_close_container(&message);
+    }
 };
-
-int append(sd_bus_message& message, const BusValue& value)
-{
-    return std::visit(Appender{message}, value);
-}
 
 template <typename T>
 bool readBasic(sd_bus_message& message, char type, BusValue& value)
@@ -146,12 +155,28 @@ bool readEntry(sd_bus_message& message, BusEntry& entry)
            ::sd_bus_message_exit_container(&message) >= 0;
 }
 
-bool readDictionary(sd_bus_message& message, BusValue& value)
+bool readEntries(sd_bus_message& message, BusDictionary& entries)
 {
     if (::sd_bus_message_enter_container(&message, SD_BUS_TYPE_ARRAY, "{sv}") <= 0) return false;
-    BusDictionary entries;
     for (BusEntry entry; readEntry(message, entry);) entries.push_back(std::exchange(entry, {}));
+    return ::sd_bus_message_exit_container(&message) >= 0;
+}
+
+bool readDictionary(sd_bus_message& message, BusValue& value)
+{
+    BusDictionary entries;
+    if (!readEntries(message, entries)) return false;
     value = std::move(entries);
+    return true;
+}
+
+bool readDictionaries(sd_bus_message& message, BusValue& value)
+{
+    if (::sd_bus_message_enter_container(&message, SD_BUS_TYPE_ARRAY, "a{sv}") <= 0) return false;
+    std::vector<BusDictionary> dictionaries;
+    for (BusDictionary entries; readEntries(message, entries);)
+        dictionaries.push_back(std::exchange(entries, {}));
+    value = std::move(dictionaries);
     return ::sd_bus_message_exit_container(&message) >= 0;
 }
 
@@ -178,11 +203,15 @@ bool readValue(sd_bus_message& message, BusValue& value)
     case SD_BUS_TYPE_BOOLEAN: return readBool(message, value);
     case SD_BUS_TYPE_INT32: return readBasic<std::int32_t>(message, type, value);
     case SD_BUS_TYPE_UINT32: return readBasic<std::uint32_t>(message, type, value);
+    case SD_BUS_TYPE_INT64: return readBasic<std::int64_t>(message, type, value);
+    case SD_BUS_TYPE_UINT64: return readBasic<std::uint64_t>(message, type, value);
+    case SD_BUS_TYPE_UINT16: return readBasic<std::uint16_t>(message, type, value);
     case SD_BUS_TYPE_BYTE: return readBasic<std::uint8_t>(message, type, value);
     case SD_BUS_TYPE_VARIANT: return readVariant(message, contents, value);
     case SD_BUS_TYPE_ARRAY:
         if (contents == std::string_view("s")) return readStrings(message, value);
         if (contents == std::string_view("{sv}")) return readDictionary(message, value);
+        if (contents == std::string_view("a{sv}")) return readDictionaries(message, value);
         break;
     default: break;
     }
@@ -232,11 +261,34 @@ Result<BusMessageHandle, BusError> encode(sd_bus& bus, const BusCall& call)
         ::sd_bus_message_new_method_call(&bus, &made, call.destination.c_str(), call.path.c_str(),
                                          call.interface.c_str(), call.member.c_str());
     BusMessageHandle message(made);
-    for (const BusValue& argument : call.arguments) {
-        if (result >= 0) result = append(*made, argument);
-    }
+    if (result >= 0) result = append(*made, call.arguments);
     if (result < 0) return failure(busError(result));
     return message;
+}
+
+Result<BusMessageHandle, BusError> encode(sd_bus& bus, const BusEmission& emission)
+{
+    sd_bus_message* made = nullptr;
+    int result = ::sd_bus_message_new_signal(&bus, &made, emission.path.c_str(),
+                                             emission.interface.c_str(), emission.member.c_str());
+    BusMessageHandle message(made);
+    if (result >= 0) result = append(*made, emission.arguments);
+    if (result < 0) return failure(busError(result));
+    return message;
+}
+
+int append(sd_bus_message& message, const BusValue& value)
+{
+    return std::visit(Appender{message}, value);
+}
+
+int append(sd_bus_message& message, const std::vector<BusValue>& values)
+{
+    int result = 0;
+    for (const BusValue& value : values) {
+        if (result >= 0) result = append(message, value);
+    }
+    return result;
 }
 
 std::vector<BusValue> decodeArguments(sd_bus_message& message)

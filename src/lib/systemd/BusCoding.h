@@ -2,6 +2,7 @@
 
 #include "base/Result.h"
 #include "lib/systemd/BusMessage.h"
+#include "lib/systemd/BusObject.h"
 
 #include <systemd/sd-bus.h>
 
@@ -39,6 +40,11 @@ BusError noSessionBus();
 Result<BusHandle, BusError> openBus(const std::string& address);
 
 Result<BusMessageHandle, BusError> encode(sd_bus& bus, const BusCall& call);
+Result<BusMessageHandle, BusError> encode(sd_bus& bus, const BusEmission& emission);
+
+/** Appends arguments to a message; what the library gives, negative for a failure. */
+int append(sd_bus_message& message, const BusValue& value);
+int append(sd_bus_message& message, const std::vector<BusValue>& values);
 
 /** The arguments from the message's front up to the first that cannot be read. */
 std::vector<BusValue> decodeArguments(sd_bus_message& message);

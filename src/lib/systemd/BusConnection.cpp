@@ -123,6 +123,19 @@ BusConnection::addMatch(const BusMatch& match, const std::shared_ptr<SignalHandl
     return added;
 }
 
+std::unique_ptr<ObjectExport> BusConnection::addObject(const BusObject& object)
+{
+    auto added = std::make_unique<ObjectExport>(*bus_, object);
+    prepare();
+    return added;
+}
+
+void BusConnection::emit(const BusEmission& emission)
+{
+    if (const auto message = encode(*bus_, emission)) ::sd_bus_message_send(message->get());
+    prepare();
+}
+
 void BusConnection::process()
 {
     for (int turn = 0; turn < maxMessagesPerTurn; ++turn) {

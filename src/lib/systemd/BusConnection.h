@@ -5,6 +5,7 @@
 #include "base/Result.h"
 #include "event/Queue.h"
 #include "lib/systemd/BusCoding.h"
+#include "lib/systemd/ObjectExport.h"
 #include "lib/systemd/SessionBus.h"
 
 #include <chrono>
@@ -49,6 +50,12 @@ public:
     /** The handler is called for as long as the result and the handler live. */
     std::unique_ptr<Match> addMatch(const BusMatch& match,
                                     const std::shared_ptr<SignalHandler>& handler);
+
+    /** The object, which outlives the result, is offered for as long as the result lives. */
+    std::unique_ptr<ObjectExport> addObject(const BusObject& object);
+
+    /** One that cannot be sent is dropped. */
+    void emit(const BusEmission& emission);
 
 private:
     struct PendingCall;

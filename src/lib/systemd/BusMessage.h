@@ -16,13 +16,14 @@ struct BusEntry;
 using BusDictionary = std::vector<BusEntry>;
 
 /**
- * One argument of a D-Bus message, of the types that we have a use for: `s`, `b`, `i`, `u`, `y`,
- * `as` and `a{sv}`, to be sent also `q` and `ay`, received also `o`, as a string. A variant arrives
- * as what it holds, an argument of any other type as std::monostate.
+ * One argument of a D-Bus message, of the types that we have a use for: `s`, `b`, `i`, `u`, `x`,
+ * `t`, `q`, `y`, `as`, `a{sv}` and `aa{sv}`, to be sent also `ay`, received also `o`, as a string.
+ * A variant arrives as what it holds, an argument of any other type as std::monostate.
  */
 using BusValue =
     std::variant<std::monostate, std::string, bool, std::int32_t, std::uint32_t, std::uint8_t,
-                 std::vector<std::string>, BusDictionary, std::uint16_t, std::vector<std::uint8_t>>;
+                 std::vector<std::string>, BusDictionary, std::uint16_t, std::vector<std::uint8_t>,
+                 std::int64_t, std::uint64_t, std::vector<BusDictionary>>;
 
 struct BusEntry {
     std::string key;

@@ -2,6 +2,7 @@
 
 #include "event/Subscription.h"
 #include "lib/systemd/BusMessage.h"
+#include "lib/systemd/BusObject.h"
 
 #include <functional>
 #include <memory>
@@ -32,6 +33,12 @@ public:
     /** Delivers the signals that match, for as long as the result lives. */
     [[nodiscard]] virtual std::unique_ptr<Subscription> subscribe(BusMatch match,
                                                                   SignalHandler handler) = 0;
+
+    /** Sends a signal; while the bus is not connected it is dropped. */
+    virtual void emit(const BusEmission& emission) = 0;
+
+    /** Offers the object to other programs, for as long as the result lives. */
+    [[nodiscard]] virtual std::unique_ptr<Subscription> offer(BusObject object) = 0;
 
     /** Tells each change of the state, for as long as the result lives. */
     [[nodiscard]] virtual std::unique_ptr<Subscription> watchState(StateHandler handler) = 0;

@@ -21,24 +21,59 @@ constexpr std::chrono::seconds provingTime{30};
 
 } // namespace
 
-class SystemSessionBus::SignalSubscription final : public Subscription {
+/** Takes part in the connection of the moment. */
+class SystemSessionBus::Member : public Subscription {
 public:
-    SignalSubscription(SystemSessionBus& bus, BusMatch match, SignalHandler handler)
-        : bus_(bus), match_(std::move(match)),
-          handler_(std::make_shared<SignalHandler>(std::move(handler)))
+    explicit Member(SystemSessionBus& bus) : bus_(bus) { bus_.members_.insert(this); }
+    Member(const Member&) = delete;
+    Member& operator=(const Member&) = delete;
+    ~Member() override { bus_.members_.erase(this); }
+
+    virtual void join(BusConnection& connection) = 0;
+    virtual void leave() = 0;
+
+protected:
+    /** Called once the member is complete. */
+    void joinIfConnected()
     {
-        bus_.subscriptions_.insert(this);
         if (bus_.state_ == State::connected) join(*bus_.connection_);
     }
-    SignalSubscription(const SignalSubscription&) = delete;
-    SignalSubscription& operator=(const SignalSubscription&) = delete;
-    ~SignalSubscription() override { bus_.subscriptions_.erase(this); }
-
-    void join(BusConnection& connection) { joined_ = connection.addMatch(match_, handler_); }
-    void leave() { joined_.reset(); }
 
 private:
     SystemSessionBus& bus_;
+};
+
+class SystemSessionBus::ObjectOffer final : public Member {
+public:
+    ObjectOffer(SystemSessionBus& bus, BusObject object) : Member(bus), object_(std::move(object))
+    {
+        joinIfConnected();
+    }
+
+    void join(BusConnection& connection) override { joined_ = connection.addObject(object_); }
+    void leave() override { joined_.reset(); }
+
+private:
+    const BusObject object_;
+    std::unique_ptr<ObjectExport> joined_;
+};
+
+class SystemSessionBus::SignalSubscription final : public Member {
+public:
+    SignalSubscription(SystemSessionBus& bus, BusMatch match, SignalHandler handler)
+        : Member(bus), match_(std::move(match)),
+          handler_(std::make_shared<SignalHandler>(std::move(handler)))
+    {
+        joinIfConnected();
+    }
+
+    void join(BusConnection& connection) override
+    {
+        joined_ = connection.addMatch(match_, handler_);
+    }
+    void leave() override { joined_.reset(); }
+
+private:
     const BusMatch match_;
     const std::shared_ptr<SignalHandler> handler_;
     std::unique_ptr<BusConnection::Match> joined_;
@@ -80,6 +115,16 @@ std::unique_ptr<Subscription> SystemSessionBus::subscribe(BusMatch match, Signal
     return std::make_unique<SignalSubscription>(*this, std::move(match), std::move(handler));
 }
 
+void SystemSessionBus::emit(const BusEmission& emission)
+{
+    if (state_ == State::connected) connection_->emit(emission);
+}
+
+std::unique_ptr<Subscription> SystemSessionBus::offer(BusObject object)
+{
+    return std::make_unique<ObjectOffer>(*this, std::move(object));
+}
+
 std::unique_ptr<Subscription> SystemSessionBus::watchState(StateHandler handler)
 {
     auto shared = std::make_shared<StateHandler>(std::move(handler));
@@ -111,14 +156,14 @@ void SystemSessionBus::connectionReady()
     socketWatch_.reset();
     nextTry_.reset();
     readySince_ = queue_.now();
-    for (SignalSubscription* subscription : subscriptions_) subscription->join(*connection_);
+    for (Member* member : members_) member->join(*connection_);
     tell(State::connected);
 }
 
 void SystemSessionBus::connectionLost(const BusError& error)
 {
     reason_ = error;
-    for (SignalSubscription* subscription : subscriptions_) subscription->leave();
+    for (Member* member : members_) member->leave();
     connection_.reset();
     if (state_ == State::connected && queue_.now() - readySince_ > provingTime) {
         triesLeft_ = maxAttempts;

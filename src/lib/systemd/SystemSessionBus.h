@@ -33,10 +33,14 @@ public:
     State state() const override { return state_; }
     void call(const BusCall& call, ReplyHandler handler) override;
     std::unique_ptr<Subscription> subscribe(BusMatch match, SignalHandler handler) override;
+    void emit(const BusEmission& emission) override;
+    std::unique_ptr<Subscription> offer(BusObject object) override;
     std::unique_ptr<Subscription> watchState(StateHandler handler) override;
 
 private:
+    class Member;
     class SignalSubscription;
+    class ObjectOffer;
     class StateWatch;
 
     void connect();
@@ -52,7 +56,8 @@ private:
     /** Why the bus is absent. */
     BusError reason_;
     std::unique_ptr<BusConnection> connection_;
-    std::set<SignalSubscription*> subscriptions_;
+    /** What joins each connection. */
+    std::set<Member*> members_;
     std::vector<std::weak_ptr<StateHandler>> stateHandlers_;
 
     std::unique_ptr<SocketFileWatch> socketWatch_;
