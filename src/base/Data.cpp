@@ -24,17 +24,6 @@ Data Data::copying(std::string_view text)
     return Data(std::vector<std::uint8_t>(text.begin(), text.end()));
 }
 
-Data Data::joining(std::span<const Data> pieces)
-{
-    if (pieces.size() == 1) return pieces.front();
-    std::size_t size = 0;
-    for (const Data& piece : pieces) size += piece.size();
-    ByteBuffer joined;
-    joined.reserve(size);
-    for (const Data& piece : pieces) joined.append(piece.bytes());
-    return joined.take();
-}
-
 std::string_view Data::text() const
 {
     return {reinterpret_cast<const char*>(bytes_.data()), bytes_.size()};

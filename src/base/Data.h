@@ -28,9 +28,6 @@ public:
     static Data copying(std::span<const std::uint8_t> bytes);
     static Data copying(std::string_view text);
 
-    /** The pieces one after the other; a single piece keeps its storage. */
-    static Data joining(std::span<const Data> pieces);
-
     std::size_t size() const { return bytes_.size(); }
     bool empty() const { return bytes_.empty(); }
     std::span<const std::uint8_t> bytes() const { return bytes_; }

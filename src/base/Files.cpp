@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <optional>
 #include <system_error>
+#include <utility>
 
 namespace korvane {
 
@@ -65,6 +66,20 @@ Result<Data, SystemError> readFile(const std::filesystem::path& path, std::size_
 {
     return openRegularFile(path).and_then(
         [&](const FileDescriptor& file) { return readAll(file.get(), limit); });
+}
+
+Result<Data, SystemError> readAt(int file, std::uint64_t offset, std::size_t size)
+{
+    std::vector<std::uint8_t> bytes(size);
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t count =
+            ::pread(file, &bytes[done], size - done, static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return failure(SystemError::last());
+        if (count == 0) return failure(SystemError{EIO});
+        done += static_cast<std::size_t>(count);
+    }
+    return Data(std::move(bytes));
 }
 
 std::vector<std::string> entryNames(const std::filesystem::path& folder)

@@ -6,6 +6,7 @@
 #include "base/SystemError.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -21,6 +22,9 @@ Result<FileDescriptor, SystemError> openRegularFile(const std::filesystem::path&
  * is no regular file fails as above.
  */
 Result<Data, SystemError> readFile(const std::filesystem::path& path, std::size_t limit);
+
+/** `size` bytes of an open file from `offset` on; EIO when it ends before. */
+Result<Data, SystemError> readAt(int file, std::uint64_t offset, std::size_t size);
 
 /** The names of what is in a folder, as far as it can be read, in no order. */
 std::vector<std::string> entryNames(const std::filesystem::path& folder);

@@ -2,6 +2,7 @@
 
 #include "base/TimeText.h"
 #include "document/PDFEmbedder.h"
+#include "text/Joined.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,12 +16,7 @@ constexpr const char* subject = "Captured by Korvane";
 
 std::string joinedTexts(const std::vector<OCRPageResult>& pages)
 {
-    std::string joined;
-    for (const OCRPageResult& page : pages) {
-        if (&page != &pages.front()) joined += "\n\n";
-        joined += page.plainText;
-    }
-    return joined;
+    return text::joined(pages, "\n\n", &OCRPageResult::plainText);
 }
 
 } // namespace

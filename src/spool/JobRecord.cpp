@@ -22,9 +22,6 @@ constexpr std::string_view mark = "korvane job\n";
 constexpr std::size_t sizeDigits = 10;
 constexpr std::size_t footerSize = sizeDigits + 1 + mark.size();
 
-/** A job name has at most 64 KiB, and each of its bytes takes up to three. */
-constexpr std::size_t maxRecordSize = std::size_t{1} << 20;
-
 using Fields = std::map<std::string, std::string, std::less<>>;
 
 Fields splitLines(std::string_view text)
@@ -47,20 +44,6 @@ std::optional<Number> parseNumber(std::string_view text)
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
     return number;
-}
-
-Result<std::string, SystemError> readAt(int file, std::uint64_t offset, std::size_t size)
-{
-    std::string text(size, '\0');
-    for (std::size_t done = 0; done < size;) {
-        const ssize_t count =
-            ::pread(file, &text[done], size - done, static_cast<off_t>(offset + done));
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return failure(SystemError::last());
-        if (count == 0) return failure(SystemError{EIO});
-        done += static_cast<std::size_t>(count);
-    }
-    return text;
 }
 
 /** Whether it is the name of a file in whatever folder, and leads nowhere else. */
@@ -120,15 +103,15 @@ Result<JobRecord, SystemError> readAppendedRecord(int file)
     if (fileSize < footerSize) return none;
     const auto footer = readAt(file, fileSize - footerSize, footerSize);
     if (!footer) return failure(footer.error());
-    std::string_view digits = std::string_view(*footer).substr(0, sizeDigits);
+    std::string_view digits = footer->text().substr(0, sizeDigits);
     digits.remove_prefix(std::min(digits.find_first_not_of(' '), digits.size()));
     const auto size = parseNumber<std::size_t>(digits);
     if (!size || *size > std::min<std::uint64_t>(maxRecordSize, fileSize - footerSize) ||
-        std::string_view(*footer).substr(sizeDigits + 1) != mark)
+        footer->text().substr(sizeDigits + 1) != mark)
         return none;
     const auto text = readAt(file, fileSize - footerSize - *size, *size);
     if (!text) return failure(text.error());
-    auto record = decodeRecord(*text);
+    auto record = decodeRecord(text->text());
     if (!record || record->length != fileSize - footerSize - *size) return none;
     return *std::move(record);
 }

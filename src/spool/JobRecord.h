@@ -4,6 +4,7 @@
 #include "base/SystemError.h"
 #include "spool/JobTicket.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,6 +20,9 @@ struct JobRecord {
 
     friend bool operator==(const JobRecord&, const JobRecord&) = default;
 };
+
+/** Bytes of a record: a job name has at most 64 KiB, and each of its bytes takes up to three. */
+inline constexpr std::size_t maxRecordSize = std::size_t{1} << 20;
 
 /** The record as lines of a key and a percent-encoded value. */
 std::string encodeRecord(const JobRecord& record);

@@ -19,11 +19,7 @@ namespace korvane {
 
 namespace {
 
-/** Nobody has so many documents of one name and second; something else is wrong then. */
-constexpr int maxAttempts = 10000;
-
-} // namespace
-
+/** Makes a second name for an open file, which may have had none. */
 Result<void, SystemError> linkFile(int file, int folder, const std::string& name)
 {
     // AT_EMPTY_PATH would take a privilege.
@@ -31,6 +27,8 @@ Result<void, SystemError> linkFile(int file, int folder, const std::string& name
     if (::linkat(AT_FDCWD, source.c_str(), folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0) return {};
     return failure(SystemError::last());
 }
+
+} // namespace
 
 std::size_t maxNameLength(int folder)
 {
@@ -104,7 +102,7 @@ Result<std::string, SystemError> SaveFolder::place(const std::string& temporaryN
                                                    const std::string& fileName)
 {
     const std::size_t limit = maxNameLength(folder_.get());
-    for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
+    for (int attempt = 1; attempt <= maxNameAttempts; ++attempt) {
         std::string name = numberedName(fileName, attempt, limit);
         const auto placed = renameToNew(folder_.get(), temporaryName, name);
         if (placed) {

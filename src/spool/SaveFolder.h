@@ -57,11 +57,11 @@ private:
     FileDescriptor folder_;
 };
 
-/** Makes a second name for an open file, which may have had none. */
-Result<void, SystemError> linkFile(int file, int folder, const std::string& name);
+/** Nobody has so many documents of one name and second; something else is wrong then. */
+inline constexpr int maxNameAttempts = 10000;
 
-/** The name as it is taken at the given attempt, from 1 on: from 2 on with that number before the
- *  extension; at most `limit` bytes. */
+/** The name as it is taken at the given attempt, from 1 to `maxNameAttempts`: from 2 on with that
+ * number before the extension; at most `limit` bytes. */
 std::string numberedName(const std::string& fileName, int attempt, std::size_t limit);
 
 /** Bytes that a name may have in the folder. */

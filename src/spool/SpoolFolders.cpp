@@ -11,13 +11,13 @@
 #include <cerrno>
 #include <charconv>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace korvane {
 
 namespace {
 
-constexpr std::size_t maxRecordSize = std::size_t{1} << 20;
 constexpr std::size_t maxProcessIDSize = 32;
 
 /** On a full disk the file stays empty, rather than name an agent that has ended. */
@@ -72,8 +72,8 @@ Result<void, SystemError> SpoolFolders::synchronizeSpool() const
 
 void SpoolFolders::synchronizeUnsaved() const
 {
-    const FileDescriptor folder(::open(unsaved_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder) ::fsync(folder.get());
+    const FileDescriptor folder(::open(unsaved_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (folder) std::ignore = synchronizeFolder(folder.get());
 }
 
 Result<JobRecord, SystemError> readRecord(const std::filesystem::path& file)

@@ -24,8 +24,6 @@ namespace {
 
 constexpr std::string_view recordEnding = ".record";
 
-constexpr int maxAttempts = 10000;
-
 /** Renames a job's file, which then is just the document. */
 Result<void, SystemError> moveTo(const std::filesystem::path& target,
                                  const std::filesystem::path& jobFile, std::uint64_t length)
@@ -101,7 +99,7 @@ moveJob(const SpoolFolders& folders, const std::filesystem::path& jobFile, const
 {
     const auto maxName = maxDocumentName(folders);
     if (!maxName) return failure(maxName.error());
-    for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
+    for (int attempt = 1; attempt <= maxNameAttempts; ++attempt) {
         std::string name = numberedName(record.ticket.fileName, attempt, *maxName);
         const auto recordFile = folders.unsavedRecord(name);
         if (fileExists(folders.unsaved() / name)) continue;

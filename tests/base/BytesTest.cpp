@@ -93,11 +93,4 @@ TEST(Data, SlicesLeaveOutWhatLiesPastTheEnd)
         EXPECT_EQ(data.slice(offset, count).text(), expected);
 }
 
-TEST(Data, JoinsPiecesAndLeavesASinglePieceWhereItIs)
-{
-    const std::array pieces{Data::copying("one"), Data(), Data::copying("two")};
-    EXPECT_EQ(Data::joining(pieces).text(), "onetwo");
-    EXPECT_EQ(Data::joining(std::span(pieces).first(1)).bytes().data(), pieces[0].bytes().data());
-}
-
 } // namespace korvane
