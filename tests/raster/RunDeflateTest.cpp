@@ -42,7 +42,7 @@ Bytes rareValues()
     Bytes bytes;
     for (double count = 20000; count >= 1; count /= 1.6)
         bytes.insert(bytes.end(), static_cast<std::size_t>(count),
-                     static_cast<std::uint8_t>(count));
+                     static_cast<std::uint8_t>(static_cast<unsigned>(count)));
     std::shuffle(bytes.begin(), bytes.end(), std::mt19937(3)); // NOLINT: as above
     return bytes;
 }
