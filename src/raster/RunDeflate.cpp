@@ -78,11 +78,7 @@ public:
     }
 
     /** Behind a whole byte. */
-    void put(Bytes bytes)
-    {
-        std::memcpy(position_, bytes.data(), bytes.size());
-        position_ += bytes.size();
-    }
+    void put(Bytes bytes) { position_ = std::ranges::copy(bytes, position_).out; }
 
     std::size_t size() const { return static_cast<std::size_t>(position_ - begin_); }
 
