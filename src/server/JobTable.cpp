@@ -29,8 +29,9 @@ std::shared_ptr<KnownJob> JobTable::find(std::int32_t id) const
     return found == jobs_.end() ? nullptr : found->second;
 }
 
-std::vector<std::shared_ptr<KnownJob>> JobTable::all() const
+std::vector<std::shared_ptr<KnownJob>> JobTable::all()
 {
+    dropOldest();
     std::vector<std::shared_ptr<KnownJob>> all;
     all.reserve(jobs_.size());
     for (const auto& [id, job] : jobs_) all.push_back(job);

@@ -21,14 +21,14 @@ public:
     /** Ids count up from 1; past the largest they start again there, without those in use. */
     std::int32_t takeID();
 
-    /** Adds a job, with a new id unless it has one. The ended one of the lowest id may go. */
+    /** Adds a job, with a new id unless it has one. Ended ones of the lowest ids may go. */
     void add(std::shared_ptr<KnownJob> job);
 
     /** The job, or null. */
     std::shared_ptr<KnownJob> find(std::int32_t id) const;
 
-    /** All of them, in the order of their ids. */
-    std::vector<std::shared_ptr<KnownJob>> all() const;
+    /** All of them, in the order of their ids, once the ended ones that are too many have gone. */
+    std::vector<std::shared_ptr<KnownJob>> all();
 
 private:
     void dropOldest();

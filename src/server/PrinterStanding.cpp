@@ -4,8 +4,7 @@
 
 namespace korvane {
 
-PrinterStanding::PrinterStanding(const JobTable& jobs, const Clock& clock)
-    : jobs_(jobs), clock_(clock)
+PrinterStanding::PrinterStanding(JobTable& jobs, const Clock& clock) : jobs_(jobs), clock_(clock)
 {
     status_.started = clock.now();
     status_.stateChanged = status_.started;

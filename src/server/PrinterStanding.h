@@ -14,13 +14,13 @@ namespace korvane {
 class PrinterStanding {
 public:
     /** Both outlive it. The time of the printer counts from now. */
-    PrinterStanding(const JobTable& jobs, const Clock& clock);
+    PrinterStanding(JobTable& jobs, const Clock& clock);
 
     /** How it stands, being the printer described. */
     PrinterStatus status(const PrinterDescriptor& printer);
 
 private:
-    const JobTable& jobs_;
+    JobTable& jobs_;
     const Clock& clock_;
     /** What was told last. */
     PrinterStatus status_;
