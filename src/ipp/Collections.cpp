@@ -8,6 +8,11 @@ namespace korvane::ipp {
 
 namespace {
 
+/** Far more than any client sends in one attribute. */
+constexpr std::size_t maxValues = 1024;
+/** Of a keyword, which a name is (RFC 8011 section 5.1.4). Each value of a member repeats it. */
+constexpr std::size_t maxNameLength = 255;
+
 /** The text of a value that is on the wire with such a tag; null if it is another. */
 const std::string* textOf(const IPPValue& value, IPPTag tag)
 {
@@ -33,6 +38,7 @@ std::optional<Collection> takeCollection(std::span<const IPPValue>& values, std:
         values = values.subspan(1);
         if (textOf(value, IPPTag::endCollection) != nullptr) return collection;
         if (const std::string* next = textOf(value, IPPTag::memberAttrName)) {
+            if (next->size() > maxNameLength) return {};
             name = next;
         } else {
             if (name == nullptr) return {};
@@ -46,6 +52,7 @@ std::optional<Collection> takeCollection(std::span<const IPPValue>& values, std:
 
 std::optional<Collection> takeCollection(std::span<const IPPValue>& values)
 {
+    if (values.size() > maxValues) return {};
     return takeCollection(values, maxCollectionDepth);
 }
 

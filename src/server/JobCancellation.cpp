@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace korvane::cancellation {
@@ -28,7 +29,8 @@ bool isOf(const KnownJob& job, const IPPRequest& request)
     return job.isFrom(request.host) && job.progress->origin().user == request.userName;
 }
 
-/** Either all of the named jobs are canceled or none. */
+/** Either all of the named jobs are canceled or none, but for one that begins to be saved
+ *  meanwhile. */
 IPPOutcome cancelNamed(JobReception& jobs, const std::vector<std::int32_t>& ids,
                        const IPPRequest& request)
 {
@@ -41,8 +43,12 @@ IPPOutcome cancelNamed(JobReception& jobs, const std::vector<std::int32_t>& ids,
             return {.status = IPPStatus::clientErrorNotPossible};
         named.push_back(*job);
     }
-    for (const auto& job : named) cancel(jobs, *job);
-    return {};
+    IPPOutcome outcome;
+    for (const auto& job : named) {
+        IPPOutcome each = cancel(jobs, *job);
+        if (each.status != IPPStatus::successfulOk) outcome = std::move(each);
+    }
+    return outcome;
 }
 
 IPPOutcome cancelAll(JobReception& jobs, const IPPRequest& request)

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -76,6 +77,23 @@ TEST(Collections, AreRebuiltWhereTheyAreWhole)
     }
     values = deep;
     EXPECT_FALSE(ipp::takeCollection(values));
+}
+
+/** Each value repeats the name of its member: small requests could ask for much memory. */
+TEST(Collections, AreTakenInReasonableSizesOnly)
+{
+    const auto isTaken = [](std::size_t nameLength, std::size_t members) {
+        std::vector<IPPValue> flat = {
+            ipp::Text{"", IPPTag::begCollection},
+            ipp::Text{std::string(nameLength, 'n'), IPPTag::memberAttrName}};
+        flat.insert(flat.end(), members, ipp::Integer{1});
+        flat.emplace_back(ipp::Text{"", IPPTag::endCollection});
+        std::span<const IPPValue> values = flat;
+        return ipp::takeCollection(values).has_value();
+    };
+    EXPECT_TRUE(isTaken(255, 1021));
+    EXPECT_FALSE(isTaken(256, 1));
+    EXPECT_FALSE(isTaken(1, 1022));
 }
 
 } // namespace

@@ -359,8 +359,10 @@ TEST_F(Everywhere, JobsAreListedAsTheyAreAskedFor)
     EXPECT_EQ(ask(everywhere(cancelMyJobs, {ipp::integer("job-ids", {1, 3})})).code, notAuthorized);
     EXPECT_EQ(ask(everywhere(cancelMyJobs, {ipp::integer("job-ids", {1, 2})})).code, notPossible);
     EXPECT_EQ(listed({}), "1 3 5 ");
+    EXPECT_TRUE(printJobs[4]->publish());
+    EXPECT_EQ(ask(everywhere(cancelMyJobs, {ipp::integer("job-ids", {5})})).code, notPossible);
     EXPECT_EQ(ask(everywhere(cancelMyJobs)).code, ok);
-    EXPECT_EQ(listed({}), "3 ");
+    EXPECT_EQ(listed({}), "3 5 ");
 }
 
 TEST_F(Everywhere, TheLatestHundredEndedJobsAreKnownWhicheverProfileTookThem)
