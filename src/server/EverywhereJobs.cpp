@@ -87,7 +87,7 @@ PreparedRequest EverywhereJobs::create(const CheckedRequest& checked)
 
 PreparedRequest EverywhereJobs::sendDocument(const CheckedRequest& checked)
 {
-    const auto found = access::ownJob(*jobs_, checked.jobID, checked.request().host);
+    const auto found = access::jobForDocument(*jobs_, checked.jobID, checked.request());
     if (!found) return answered(checked.responder(), found.error());
     const auto& job = *found;
     if (const auto closed = whyClosed(*job)) return answered(checked.responder(), *closed);

@@ -23,6 +23,17 @@ Result<std::shared_ptr<KnownJob>, IPPOutcome> ownJob(const JobReception& jobs, s
     return job;
 }
 
+Result<std::shared_ptr<KnownJob>, IPPOutcome>
+jobForDocument(const JobReception& jobs, std::int32_t id, const IPPRequest& request)
+{
+    auto job = jobs.jobs().find(id);
+    const bool isAwaited = job && job->documents == 0 && !job->isReceiving &&
+                           !request.userName.empty() &&
+                           request.userName == job->progress->origin().user;
+    if (isAwaited) return job;
+    return ownJob(jobs, id, request.host);
+}
+
 std::vector<std::int32_t> namedJobs(const IPPMessage& request)
 {
     std::vector<std::int32_t> ids;

@@ -18,6 +18,12 @@ namespace korvane::access {
 Result<std::shared_ptr<KnownJob>, IPPOutcome> ownJob(const JobReception& jobs, std::int32_t id,
                                                      const std::string& host);
 
+/** The same for a client that brings the document of the job. Its address may be another than when
+ *  it made the job (IPv4 after IPv6, or a new temporary address, RFC 8981), so as long as there is
+ *  no document the name of its user is enough. */
+Result<std::shared_ptr<KnownJob>, IPPOutcome>
+jobForDocument(const JobReception& jobs, std::int32_t id, const IPPRequest& request);
+
 /** The jobs that a request names in job-ids; none where it names none. */
 std::vector<std::int32_t> namedJobs(const IPPMessage& request);
 

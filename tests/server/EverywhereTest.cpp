@@ -319,7 +319,7 @@ TEST_F(Everywhere, AJobHasOneDocumentAndIsClosedByTheLastOrByItself)
     const auto send = [&](std::int32_t id, bool isLast, const char* document) {
         return ask(everywhere(sendDocument, forJob(id, isLast), document)).code;
     };
-    for (int id = 1; id <= 5; ++id) EXPECT_EQ(ask(everywhere(createJob, named("Job"))).code, ok);
+    for (int id = 1; id <= 6; ++id) EXPECT_EQ(ask(everywhere(createJob, named("Job"))).code, ok);
     EXPECT_EQ(stateOf(1), "|job-state=4 job-state-reasons=job-incoming job-state-message= ");
     EXPECT_EQ(ask(everywhere(sendDocument, forJob(1), "%PDF")).code, badRequest);
     EXPECT_EQ(send(1, true, "%PDF 1"), ok);
@@ -334,9 +334,13 @@ TEST_F(Everywhere, AJobHasOneDocumentAndIsClosedByTheLastOrByItself)
     EXPECT_THAT(stateOf(4), HasSubstr("There was no document"));
     EXPECT_EQ(ask(everywhere(cancelJob, {ipp::uri("job-uri", {"ipp://desk/print/5"})})).code, ok);
     EXPECT_EQ(send(5, true, "%PDF 5"), jobCanceled);
-    EXPECT_EQ(send(6, true, "%PDF 6"), notFound);
+    EXPECT_EQ(send(7, true, "%PDF 7"), notFound);
+    const auto fromAnotherAddress = everywhere(sendDocument, forJob(6, false), "%PDF 6");
+    EXPECT_EQ(askFrom("temporary", fromAnotherAddress).code, ok);
+    EXPECT_EQ(askFrom("temporary", fromAnotherAddress).code, notAuthorized) << "it has come";
+    EXPECT_EQ(send(6, true, ""), ok);
     EXPECT_THAT(jobs, ElementsAre(TakenJob{"Job", "%PDF 1"}, TakenJob{"Job", "%PDF 2"},
-                                  TakenJob{"Job", "%PDF 3"}));
+                                  TakenJob{"Job", "%PDF 3"}, TakenJob{"Job", "%PDF 6"}));
 }
 
 TEST_F(Everywhere, JobsAreListedAsTheyAreAskedFor)
