@@ -39,7 +39,7 @@ void ActiveJobs::handleChange(std::uint64_t number)
         const std::scoped_lock lock(mutex_);
         const auto job = jobs_.find(number);
         if (job == jobs_.end()) return;
-        if (isEnded(job->second->status().state)) jobs_.erase(job);
+        if (isEnded(job->second->state())) jobs_.erase(job);
     }
     changed_();
 }

@@ -29,6 +29,12 @@ PrintJob::PrintJob(JobOrigin origin, const Clock& clock) : origin_(std::move(ori
     status_ = {.state = JobState::pendingHeld, .reason = "job-incoming", .created = clock.now()};
 }
 
+JobState PrintJob::state() const
+{
+    const std::scoped_lock lock(mutex_);
+    return status_.state;
+}
+
 JobStatus PrintJob::status() const
 {
     const std::scoped_lock lock(mutex_);

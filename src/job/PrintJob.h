@@ -41,7 +41,8 @@ public:
 
     const JobOrigin& origin() const { return origin_; }
     JobStatus status() const;
-    bool isCanceled() const { return status().state == JobState::canceled; }
+    JobState state() const;
+    bool isCanceled() const { return state() == JobState::canceled; }
 
     // How far it is; ignored once the job has ended.
 

@@ -2,7 +2,6 @@
 
 #include "ipp/RequestedPages.h"
 #include "server/JobAccess.h"
-#include "server/JobAttributes.h"
 #include "text/Text.h"
 
 #include <fmt/format.h>
@@ -249,13 +248,7 @@ void EverywhereJobs::logFailure(const IntakeError& error, const KnownJob& job) c
 
 IPPAttributeGroup EverywhereJobs::groupOf(const KnownJob& job, const std::string& host) const
 {
-    const PrinterDescriptor printer = jobs_->printer().descriptor();
-    const PrinterStatus status = jobs_->status();
-    return makeJobGroup({.job = job,
-                         .printer = printer,
-                         .now = status.now,
-                         .started = status.started,
-                         .isOwner = job.isFrom(host)});
+    return makeJobGroup(jobs_->view(job, jobs_->printer().descriptor(), host));
 }
 
 } // namespace korvane

@@ -39,7 +39,7 @@ IPPOutcome cancelNamed(JobReception& jobs, const std::vector<std::int32_t>& ids,
         const auto job = access::ownJob(jobs, id, request.host);
         if (!job) return job.error();
         if (!isOf(**job, request)) return {.status = IPPStatus::clientErrorNotAuthorized};
-        if (isEnded((*job)->progress->status().state))
+        if (isEnded((*job)->progress->state()))
             return {.status = IPPStatus::clientErrorNotPossible};
         named.push_back(*job);
     }

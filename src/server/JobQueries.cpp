@@ -73,20 +73,13 @@ struct Selection {
     std::set<std::int32_t> ids;
 };
 
-IPPOutcome describe(JobReception& jobs, const Jobs& chosen, const std::string& host,
+IPPOutcome describe(const JobReception& jobs, const Jobs& chosen, const std::string& host,
                     const RequestedAttributes& requested)
 {
     const PrinterDescriptor printer = jobs.printer().descriptor();
-    const PrinterStatus status = jobs.status();
     IPPOutcome outcome;
-    for (const auto& job : chosen) {
-        outcome.groups.push_back(makeJobAttributes({.job = *job,
-                                                    .printer = printer,
-                                                    .now = status.now,
-                                                    .started = status.started,
-                                                    .isOwner = job->isFrom(host)},
-                                                   requested));
-    }
+    for (const auto& job : chosen)
+        outcome.groups.push_back(makeJobAttributes(jobs.view(*job, printer, host), requested));
     return outcome;
 }
 

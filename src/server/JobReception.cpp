@@ -18,6 +18,16 @@ JobReception::JobReception(std::shared_ptr<const JobIntake> intake, const Clock&
 {
 }
 
+JobView JobReception::view(const KnownJob& job, const PrinterDescriptor& described,
+                           const std::string& host) const
+{
+    return {.job = job,
+            .printer = described,
+            .now = clock_.now(),
+            .started = standing_.started(),
+            .isOwner = job.isFrom(host)};
+}
+
 std::shared_ptr<KnownJob> JobReception::makeJob(const IPPRequest& request) const
 {
     JobOrigin origin{

@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "base/Log.h"
 #include "server/IPPRequest.h"
+#include "server/JobAttributes.h"
 #include "server/JobIntake.h"
 #include "server/JobTable.h"
 #include "server/PendingJobs.h"
@@ -39,6 +40,10 @@ public:
     const JobTable& jobs() const { return jobs_; }
     PendingJobs& pending() { return *pending_; }
     PrinterStatus status() { return standing_.status(printer().descriptor()); }
+
+    /** A job as a client of that host may see it now. */
+    JobView view(const KnownJob& job, const PrinterDescriptor& described,
+                 const std::string& host) const;
 
     /** The job that a request describes; in no table yet. */
     std::shared_ptr<KnownJob> makeJob(const IPPRequest& request) const;

@@ -1,5 +1,6 @@
 #include "server/JobTable.h"
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -20,7 +21,7 @@ void JobTable::add(std::shared_ptr<KnownJob> job)
     if (job->id == 0) job->id = takeID();
     const std::int32_t id = job->id;
     jobs_[id] = std::move(job);
-    dropOldest();
+    if (jobs_.size() > trimmingSize_) dropOldest();
 }
 
 std::shared_ptr<KnownJob> JobTable::find(std::int32_t id) const
@@ -42,9 +43,10 @@ void JobTable::dropOldest()
 {
     std::vector<std::int32_t> ended;
     for (const auto& [id, job] : jobs_) {
-        if (isEnded(job->progress->status().state)) ended.push_back(id);
+        if (isEnded(job->progress->state())) ended.push_back(id);
     }
     for (std::size_t each = 0; each + maxEndedJobs < ended.size(); ++each) jobs_.erase(ended[each]);
+    trimmingSize_ = 2 * std::max(jobs_.size(), maxEndedJobs);
 }
 
 } // namespace korvane

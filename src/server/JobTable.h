@@ -21,7 +21,8 @@ public:
     /** Ids count up from 1; past the largest they start again there, without those in use. */
     std::int32_t takeID();
 
-    /** Adds a job, with a new id unless it has one. Ended ones of the lowest ids may go. */
+    /** Adds a job, with a new id unless it has one. Now and then ended ones that are too many go,
+     *  so that a long queue of jobs costs none of them much. */
     void add(std::shared_ptr<KnownJob> job);
 
     /** The job, or null. */
@@ -35,6 +36,8 @@ private:
 
     std::map<std::int32_t, std::shared_ptr<KnownJob>> jobs_;
     std::int32_t nextID_ = 1;
+    /** So many jobs are looked through for ended ones. */
+    std::size_t trimmingSize_ = 2 * maxEndedJobs;
 };
 
 } // namespace korvane

@@ -16,7 +16,10 @@ public:
     /** Both outlive it. The time of the printer counts from now. */
     PrinterStanding(JobTable& jobs, const Clock& clock);
 
-    /** How it stands, being the printer described. */
+    /** The moment that its time counts from. */
+    PrinterStatus::Time started() const { return status_.started; }
+
+    /** How it stands, being the printer described. Looks at all jobs. */
     PrinterStatus status(const PrinterDescriptor& printer);
 
 private:
