@@ -18,14 +18,6 @@ constexpr std::chrono::milliseconds collectingTime{200};
 
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 
-template <typename T>
-BusValue encoded(const std::vector<T>& values)
-{
-    std::vector<BusDictionary> rows;
-    for (const T& value : values) rows.push_back(agentInterface::encode(value));
-    return rows;
-}
-
 BusProperty printerProperty(const std::shared_ptr<AgentStatus>& status, const BusEntry& entry)
 {
     return {.name = entry.key,
@@ -49,13 +41,14 @@ BusObject makeObject(const std::shared_ptr<AgentStatus>& status)
                      .results = {{"documents", "aa{sv}"}},
                      .call = [status](const std::vector<BusValue>& arguments) -> BusReply {
                          const auto* const max = busArgument<std::uint32_t>(arguments, 0);
-                         return {{encoded(status->documents().latest(max == nullptr ? 0 : *max))}};
+                         return {{agentInterface::encodeAll(
+                             status->documents().latest(max == nullptr ? 0 : *max))}};
                      }}},
         .signals = {"JobsChanged", "DocumentsChanged"}};
     for (const BusEntry& entry : agentInterface::encode(status->printer()))
         object.properties.push_back(printerProperty(status, entry));
     object.properties.push_back({.name = "Jobs", .signature = "aa{sv}", .get = [status] {
-                                     return encoded(status->jobs().list());
+                                     return agentInterface::encodeAll(status->jobs().list());
                                  }});
     return object;
 }

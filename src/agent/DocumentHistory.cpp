@@ -71,8 +71,7 @@ void DocumentHistory::save()
             const std::scoped_lock lock(mutex_);
             isSaving_ = std::exchange(isChanged_, false);
             if (!isSaving_) return;
-            for (const SavedDocument& document : documents_)
-                rows.push_back(agentInterface::encode(document));
+            rows = agentInterface::encodeAll(documents_);
         }
         const auto text = Data::copying(jsonText({{key, std::move(rows)}}));
         const auto written = writePrivateFileAtomically(file_, text.bytes());

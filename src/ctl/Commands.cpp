@@ -27,14 +27,6 @@ constexpr std::size_t maxPathLength = 4096;
 
 constexpr std::uint32_t maxDocuments = 100;
 
-template <typename T>
-BusValue rows(const std::vector<T>& values)
-{
-    std::vector<BusDictionary> encoded;
-    for (const T& value : values) encoded.push_back(agentInterface::encode(value));
-    return encoded;
-}
-
 Outcome unusableSettings(const SettingsFile::Error& error)
 {
     return {.status = ExitStatus::unusableSettings,
@@ -67,7 +59,7 @@ Outcome runJobs(const CommandContext& context, const Operands& operands)
     if (!operands.empty()) return wrongUsage("jobs takes no arguments");
     const auto jobs = context.session.agent().jobs();
     if (!jobs) return withoutAgent(jobs.error());
-    Outcome outcome{.record = {{"jobs", rows(*jobs)}}};
+    Outcome outcome{.record = {{"jobs", agentInterface::encodeAll(*jobs)}}};
     for (const JobProgress& job : *jobs) {
         outcome.lines.push_back(fmt::format("{}  {}  {}", job.number,
                                             text::displayLine(job.name, maxNameLength),
@@ -89,7 +81,7 @@ Outcome runDocuments(const CommandContext& context, const Operands& operands)
     }
     const auto documents = context.session.agent().documents(max);
     if (!documents) return withoutAgent(documents.error());
-    Outcome outcome{.record = {{"documents", rows(*documents)}}};
+    Outcome outcome{.record = {{"documents", agentInterface::encodeAll(*documents)}}};
     for (const SavedDocument& document : *documents) {
         const auto time = std::chrono::system_clock::from_time_t(document.time);
         outcome.lines.push_back(fmt::format("{}  {}  ({})", localTimestamp(time),

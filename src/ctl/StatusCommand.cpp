@@ -82,14 +82,13 @@ Outcome runStatus(const CommandContext& context, const std::vector<std::string>&
         outcome.lines.emplace_back("    korvanectl set saveDirectoryPath FOLDER");
         outcome.record.push_back({"saveFolderProblem", *problem});
     }
-    const auto jobs = printer ? context.session.agent().jobs() : failure(AgentAbsence::noAnswer);
-    std::vector<BusDictionary> rows;
-    for (const JobProgress& job : jobs.value_or(std::vector<JobProgress>())) {
-        rows.push_back(agentInterface::encode(job));
+    const auto answer = printer ? context.session.agent().jobs() : failure(AgentAbsence::noAnswer);
+    const auto jobs = answer.value_or(std::vector<JobProgress>());
+    for (const JobProgress& job : jobs) {
         outcome.lines.push_back(text::displayLine(
             fmt::format("{}: {}", job.name, words::describe(job)), maxLineLength));
     }
-    outcome.record.push_back({"jobs", std::move(rows)});
+    outcome.record.push_back({"jobs", agentInterface::encodeAll(jobs)});
     return outcome;
 }
 
